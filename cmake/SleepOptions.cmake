@@ -1,0 +1,24 @@
+# Project-wide compile settings, applied per target so an embedding project keeps its own.
+
+# sleep_apply_options(<target>): warnings and sanitizers for one of our targets.
+function(sleep_apply_options target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra)
+  if(SLEEP_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${SLEEP_SANITIZE} -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=${SLEEP_SANITIZE})
+  endif()
+endfunction()
+
+# sleep_library(<name> <dir> [DEPS ...]): a static library from every source of <dir>/src,
+# exporting <dir>/include so its headers are included by bare file name.
+function(sleep_library name dir)
+  cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS "${dir}/src/*.cpp")
+  add_library(${name} STATIC ${sources})
+  target_include_directories(${name} PUBLIC "${dir}/include")
+  target_link_libraries(${name} PUBLIC ${ARG_DEPS})
+  sleep_apply_options(${name})
+  if(SLEEP_SANITIZE)
+    target_link_options(${name} INTERFACE -fsanitize=${SLEEP_SANITIZE})
+  endif()
+endfunction()
