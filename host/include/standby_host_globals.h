@@ -8,7 +8,8 @@ namespace OHOS::DevStandbyMgr {
 
 // The host's standby mode; strategies only compare it with numbers (0 by default).
 extern int32_t STANDBT_MODE;
-// Sensor batching the host asks for, in nanoseconds.
+// Sensor batching the host asks for, in nanoseconds: sampling period 200 ms, reporting delay 0
+// (every sample reported at once).
 extern int64_t SENSOR_SAMPLING_RATE;
 extern int64_t SENSOR_REPORTING_RATE;
 

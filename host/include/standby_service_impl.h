@@ -15,6 +15,9 @@ namespace OHOS::DevStandbyMgr {
 
 // The standby host emulator: owns the handler every strategy runs on and routes messages to the
 // one registered strategy. Process-wide singleton.
+// Returned by the lifecycle and dump calls when no strategy is registered.
+constexpr ErrCode ERR_STRATEGY_NOT_REGISTERED = -1;
+
 class StandbyServiceImpl {
 public:
     static std::shared_ptr<StandbyServiceImpl> GetInstance();
@@ -42,6 +45,9 @@ public:
     void Reset();
 
 private:
+    // Runs on the handler: the observer, then the strategy.
+    void DeliverMessage(const StandbyMessage& message);
+
     std::mutex mutex_;
     std::shared_ptr<AppExecFwk::EventHandler> handler_;
     std::shared_ptr<IBaseStrategy> strategy_;

@@ -31,6 +31,7 @@ public:
     using Callback = std::function<void()>;
     using Priority = EventQueue::Priority;
 
+    // A handler on virtual time driven by `clock`; nullptr when `clock` is null.
     static std::shared_ptr<EventHandler> CreateVirtual(std::shared_ptr<Emulator::VirtualClock> clock);
     static std::shared_ptr<EventHandler> CreateRealTime(const std::string& threadName);
     ~EventHandler();
@@ -39,8 +40,8 @@ public:
 
     // Queues `task` to run `delayTime` ms from now (negative counts as 0). Returns false only when
     // the task is empty or the handler is shutting down.
-    bool PostTask(const Callback& task, const std::string& name = "", int64_t delayTime = 0,
-        Priority priority = Priority::LOW);
+    bool PostTask(
+        const Callback& task, const std::string& name = "", int64_t delayTime = 0, Priority priority = Priority::LOW);
     // Removes every pending task with this name (not one already running). Empty names match nothing.
     void RemoveTask(const std::string& name);
     // Whether a task with this name is pending.

@@ -1,0 +1,124 @@
+#include "data_root.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <mutex>
+#include <vector>
+
+namespace OHOS::Emulator {
+namespace {
+
+constexpr const char* kDataRootVariable = "SLEEP_DATA_ROOT";
+constexpr const char* kDefaultDataRoot = "./sleep-data";
+constexpr mode_t kNewFolderMode = 0700;
+
+struct RootState {
+    std::mutex mutex;
+    std::string overrideRoot;
+};
+
+RootState& Root()
+{
+    static RootState state;
+    return state;
+}
+
+std::string WithoutTrailingSlashes(std::string path)
+{
+    while (path.size() > 1 && path.back() == '/') {
+        path.pop_back();
+    }
+    return path;
+}
+
+std::string OverrideRoot()
+{
+    RootState& state = Root();
+    std::lock_guard<std::mutex> lock(state.mutex);
+    return state.overrideRoot;
+}
+
+bool IsUnder(const std::string& path, const std::string& root)
+{
+    return path == root || (path.size() > root.size() && path.compare(0, root.size(), root) == 0 &&
+                               (root.back() == '/' || path[root.size()] == '/'));
+}
+
+} // namespace
+
+std::string GetDataRoot()
+{
+    std::string root = OverrideRoot();
+    if (!root.empty()) {
+        return root;
+    }
+    const char* fromEnvironment = std::getenv(kDataRootVariable);
+    if (fromEnvironment != nullptr && fromEnvironment[0] != '\0') {
+        return WithoutTrailingSlashes(fromEnvironment);
+    }
+    return kDefaultDataRoot;
+}
+
+void SetDataRoot(const std::string& root)
+{
+    RootState& state = Root();
+    std::lock_guard<std::mutex> lock(state.mutex);
+    state.overrideRoot = root.empty() ? root : WithoutTrailingSlashes(root);
+}
+
+std::string MapPhonePath(const std::string& phonePath)
+{
+    const std::string root = GetDataRoot();
+    if (phonePath.empty() || phonePath[0] != '/' || IsUnder(phonePath, root)) {
+        return phonePath;
+    }
+    return (root == "/" ? std::string() : root) + phonePath;
+}
+
+bool MakeDirectories(const std::string& path)
+{
+    if (path.empty()) {
+        return false;
+    }
+    for (size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
+        const std::string prefix = path.substr(0, slash);
+        if (!prefix.empty() && mkdir(prefix.c_str(), kNewFolderMode) != 0 && errno != EEXIST) {
+            return false;
+        }
+        if (slash == std::string::npos) {
+            break;
+        }
+    }
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+ScopedDataRoot::ScopedDataRoot() : previous_(OverrideRoot())
+{
+    std::error_code error;
+    std::filesystem::path base = std::filesystem::temp_directory_path(error);
+    if (error) {
+        base = "/tmp";
+    }
+    std::string pattern = (base / "sleep-data-XXXXXX").string();
+    std::vector<char> buffer(pattern.begin(), pattern.end());
+    buffer.push_back('\0');
+    if (mkdtemp(buffer.data()) != nullptr) {
+        path_ = buffer.data();
+    }
+    SetDataRoot(path_);
+}
+
+ScopedDataRoot::~ScopedDataRoot()
+{
+    SetDataRoot(previous_);
+    if (!path_.empty()) {
+        std::error_code error;
+        std::filesystem::remove_all(path_, error);
+    }
+}
+
+} // namespace OHOS::Emulator

@@ -1,0 +1,429 @@
+#include "hilog.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <cwchar>
+#include <mutex>
+#include <optional>
+#include <sys/types.h>
+
+#include "virtual_clock.h"
+
+namespace OHOS::Emulator {
+
+struct LogCapture::State {
+    std::vector<LogRecord> records;
+};
+
+namespace {
+
+constexpr const char* kPrivateMask = "<private>";
+constexpr const char* kPublicMarker = "{public}";
+constexpr const char* kPrivateMarker = "{private}";
+constexpr int kMsPerSec = 1000;
+
+enum class SinkKind { STDERR, FILE, NONE };
+
+// Where lines go and who captures them; one lock for all of it.
+struct LogState {
+    std::mutex mutex;
+    SinkKind sink = SinkKind::STDERR;
+    LogLevel minLevel = LOG_INFO;
+    FILE* file = nullptr;
+    std::vector<std::vector<LogRecord>*> captures; // the record lists of the live captures
+};
+
+LogState& Log()
+{
+    static LogState state;
+    return state;
+}
+
+void CloseFileLocked(LogState& state)
+{
+    if (state.file != nullptr) {
+        fclose(state.file);
+        state.file = nullptr;
+    }
+}
+
+// One conversion of a format: "%" flags width precision length conversion, without the marker.
+struct Conversion {
+    std::string spec;
+    std::string length;
+    char conversion = 0;
+    bool isPublic = false;
+    int starCount = 0;
+};
+
+// Parses the conversion starting after '%' at `pos`; advances `pos` past it. Empty on a bad format.
+std::optional<Conversion> ParseConversion(const char* fmt, size_t& pos)
+{
+    Conversion conv;
+    if (strncmp(fmt + pos, kPublicMarker, strlen(kPublicMarker)) == 0) {
+        conv.isPublic = true;
+        pos += strlen(kPublicMarker);
+    } else if (strncmp(fmt + pos, kPrivateMarker, strlen(kPrivateMarker)) == 0) {
+        pos += strlen(kPrivateMarker);
+    }
+    conv.spec = "%";
+    while (fmt[pos] != '\0' && strchr("-+ #0'", fmt[pos]) != nullptr) {
+        conv.spec += fmt[pos++];
+    }
+    auto takeNumberOrStar = [&]() {
+        if (fmt[pos] == '*') {
+            conv.spec += fmt[pos++];
+            conv.starCount++;
+            return;
+        }
+        while (fmt[pos] >= '0' && fmt[pos] <= '9') {
+            conv.spec += fmt[pos++];
+        }
+    };
+    takeNumberOrStar();
+    if (fmt[pos] == '.') {
+        conv.spec += fmt[pos++];
+        takeNumberOrStar();
+    }
+    while (fmt[pos] != '\0' && strchr("hlLqjzt", fmt[pos]) != nullptr) {
+        conv.length += fmt[pos++];
+    }
+    static const std::vector<std::string> validLengths = {"", "hh", "h", "l", "ll", "L", "q", "j", "z", "t"};
+    if (std::find(validLengths.begin(), validLengths.end(), conv.length) == validLengths.end()) {
+        return std::nullopt;
+    }
+    conv.spec += conv.length;
+    if (fmt[pos] == '\0' || strchr("diouxXeEfFgGaAcsp", fmt[pos]) == nullptr) {
+        return std::nullopt;
+    }
+    conv.conversion = fmt[pos++];
+    conv.spec += conv.conversion;
+    return conv;
+}
+
+template <typename T> std::string FormatValue(const std::string& spec, const int* stars, int starCount, T value)
+{
+    char buffer[512];
+    int written = 0;
+    if (starCount == 0) {
+        written = snprintf(buffer, sizeof(buffer), spec.c_str(), value);
+    } else if (starCount == 1) {
+        written = snprintf(buffer, sizeof(buffer), spec.c_str(), stars[0], value);
+    } else {
+        written = snprintf(buffer, sizeof(buffer), spec.c_str(), stars[0], stars[1], value);
+    }
+    if (written < 0) {
+        return std::string();
+    }
+    if (static_cast<size_t>(written) < sizeof(buffer)) {
+        return std::string(buffer, written);
+    }
+    std::string large(static_cast<size_t>(written) + 1, '\0');
+    if (starCount == 0) {
+        snprintf(large.data(), large.size(), spec.c_str(), value);
+    } else if (starCount == 1) {
+        snprintf(large.data(), large.size(), spec.c_str(), stars[0], value);
+    } else {
+        snprintf(large.data(), large.size(), spec.c_str(), stars[0], stars[1], value);
+    }
+    large.resize(written);
+    return large;
+}
+
+std::string FormatSigned(const Conversion& conv, const int* stars, va_list* args)
+{
+    const std::string& len = conv.length;
+    if (len == "l") {
+        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, long));
+    }
+    if (len == "ll" || len == "q") {
+        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, long long));
+    }
+    if (len == "j") {
+        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, intmax_t));
+    }
+    if (len == "z") {
+        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, ssize_t));
+    }
+    if (len == "t") {
+        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, ptrdiff_t));
+    }
+    return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, int));
+}
+
+std::string FormatUnsigned(const Conversion& conv, const int* stars, va_list* args)
+{
+    const std::string& len = conv.length;
+    if (len == "l") {
+        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, unsigned long));
+    }
+    if (len == "ll" || len == "q") {
+        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, unsigned long long));
+    }
+    if (len == "j") {
+        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, uintmax_t));
+    }
+    if (len == "z") {
+        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, size_t));
+    }
+    if (len == "t") {
+        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, ptrdiff_t));
+    }
+    return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, unsigned int));
+}
+
+std::string FormatString(const Conversion& conv, const int* stars, va_list* args)
+{
+    if (conv.length == "l") {
+        const wchar_t* text = va_arg(*args, const wchar_t*);
+        return FormatValue(conv.spec, stars, conv.starCount, text != nullptr ? text : L"(null)");
+    }
+    const char* text = va_arg(*args, const char*);
+    return FormatValue(conv.spec, stars, conv.starCount, text != nullptr ? text : "(null)");
+}
+
+// Consumes the conversion's arguments (star widths first) and renders the value.
+std::string FormatConversion(const Conversion& conv, va_list* args)
+{
+    int stars[2] = {0, 0};
+    for (int i = 0; i < conv.starCount; ++i) {
+        stars[i] = va_arg(*args, int);
+    }
+    switch (conv.conversion) {
+    case 'd':
+    case 'i':
+        return FormatSigned(conv, stars, args);
+    case 'o':
+    case 'u':
+    case 'x':
+    case 'X':
+        return FormatUnsigned(conv, stars, args);
+    case 'c':
+        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, int));
+    case 's':
+        return FormatString(conv, stars, args);
+    case 'p':
+        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, void*));
+    default:
+        if (conv.length == "L") {
+            return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, long double));
+        }
+        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, double));
+    }
+}
+
+// Renders `fmt` with private values masked; empty on a bad format.
+std::optional<std::string> FormatMessage(const char* fmt, va_list* args)
+{
+    std::string out;
+    size_t pos = 0;
+    while (fmt[pos] != '\0') {
+        if (fmt[pos] != '%') {
+            out += fmt[pos++];
+            continue;
+        }
+        ++pos;
+        if (fmt[pos] == '%') {
+            out += '%';
+            ++pos;
+            continue;
+        }
+        std::optional<Conversion> conv = ParseConversion(fmt, pos);
+        if (!conv) {
+            return std::nullopt;
+        }
+        std::string value = FormatConversion(*conv, args);
+        out += conv->isPublic ? value : kPrivateMask;
+    }
+    return out;
+}
+
+char LevelLetter(LogLevel level)
+{
+    switch (level) {
+    case LOG_DEBUG:
+        return 'D';
+    case LOG_INFO:
+        return 'I';
+    case LOG_WARN:
+        return 'W';
+    case LOG_ERROR:
+        return 'E';
+    case LOG_FATAL:
+        return 'F';
+    }
+    return '?';
+}
+
+// Length of a leading "[function:line] " prefix of `message`, or 0 when there is none.
+size_t PrefixLength(const std::string& message)
+{
+    if (message.empty() || message[0] != '[') {
+        return 0;
+    }
+    size_t close = message.find("] ");
+    if (close == std::string::npos) {
+        return 0;
+    }
+    size_t colon = message.rfind(':', close);
+    if (colon == std::string::npos || colon == 0 || colon + 1 == close) {
+        return 0;
+    }
+    for (size_t i = colon + 1; i < close; ++i) {
+        if (message[i] < '0' || message[i] > '9') {
+            return 0;
+        }
+    }
+    return close + 2;
+}
+
+void WriteLine(LogState& state, const LogRecord& record)
+{
+    if (state.sink == SinkKind::NONE || record.level < state.minLevel) {
+        return;
+    }
+    FILE* out = state.sink == SinkKind::FILE ? state.file : stderr;
+    std::string line = FormatLogLine(record);
+    line += '\n';
+    fwrite(line.data(), 1, line.size(), out);
+    fflush(out);
+}
+
+} // namespace
+
+std::string FormatLogLine(const LogRecord& record)
+{
+    time_t seconds = static_cast<time_t>(record.wallTimeMs / kMsPerSec);
+    int millis = static_cast<int>(record.wallTimeMs % kMsPerSec);
+    if (millis < 0) {
+        millis += kMsPerSec;
+        --seconds;
+    }
+    tm local{};
+    localtime_r(&seconds, &local);
+    char date[32];
+    strftime(date, sizeof(date), "%Y-%m-%d %H:%M:%S", &local);
+    char head[96];
+    snprintf(head, sizeof(head), "%s.%03d %c %X/", date, millis, LevelLetter(record.level), record.domain);
+    return std::string(head) + record.tag + ": " + record.message;
+}
+
+void SetLogSinkStderr(LogLevel minLevel)
+{
+    LogState& state = Log();
+    std::lock_guard<std::mutex> lock(state.mutex);
+    CloseFileLocked(state);
+    state.sink = SinkKind::STDERR;
+    state.minLevel = minLevel;
+}
+
+bool SetLogSinkFile(const std::string& path, LogLevel minLevel)
+{
+    FILE* file = fopen(path.c_str(), "a");
+    if (file == nullptr) {
+        return false;
+    }
+    LogState& state = Log();
+    std::lock_guard<std::mutex> lock(state.mutex);
+    CloseFileLocked(state);
+    state.file = file;
+    state.sink = SinkKind::FILE;
+    state.minLevel = minLevel;
+    return true;
+}
+
+void DisableLogSink()
+{
+    LogState& state = Log();
+    std::lock_guard<std::mutex> lock(state.mutex);
+    CloseFileLocked(state);
+    state.sink = SinkKind::NONE;
+}
+
+LogCapture::LogCapture() : state_(new State)
+{
+    LogState& log = Log();
+    std::lock_guard<std::mutex> lock(log.mutex);
+    log.captures.push_back(&state_->records);
+}
+
+LogCapture::~LogCapture()
+{
+    {
+        LogState& log = Log();
+        std::lock_guard<std::mutex> lock(log.mutex);
+        log.captures.erase(std::remove(log.captures.begin(), log.captures.end(), &state_->records), log.captures.end());
+    }
+    delete state_;
+}
+
+std::vector<LogRecord> LogCapture::Records() const
+{
+    LogState& log = Log();
+    std::lock_guard<std::mutex> lock(log.mutex);
+    return state_->records;
+}
+
+std::vector<std::string> LogCapture::Texts() const
+{
+    std::vector<std::string> texts;
+    for (const LogRecord& record : Records()) {
+        texts.push_back(record.message.substr(PrefixLength(record.message)));
+    }
+    return texts;
+}
+
+bool LogCapture::HasText(const std::string& text) const
+{
+    std::vector<std::string> texts = Texts();
+    return std::find(texts.begin(), texts.end(), text) != texts.end();
+}
+
+bool LogCapture::Contains(const std::string& fragment) const
+{
+    std::vector<LogRecord> records = Records();
+    return std::any_of(records.begin(), records.end(),
+        [&fragment](const LogRecord& record) { return record.message.find(fragment) != std::string::npos; });
+}
+
+void LogCapture::Clear()
+{
+    LogState& log = Log();
+    std::lock_guard<std::mutex> lock(log.mutex);
+    state_->records.clear();
+}
+
+} // namespace OHOS::Emulator
+
+int HiLogPrint(LogType /* type */, LogLevel level, unsigned int domain, const char* tag, const char* fmt, ...)
+{
+    using namespace OHOS::Emulator;
+    if (fmt == nullptr) {
+        return -1;
+    }
+    va_list args;
+    va_start(args, fmt);
+    std::optional<std::string> message = FormatMessage(fmt, &args);
+    va_end(args);
+    if (!message) {
+        return -1;
+    }
+    LogRecord record;
+    record.wallTimeMs = CurrentClock()->WallTimeMs();
+    record.level = level;
+    record.domain = domain;
+    record.tag = tag != nullptr ? tag : "";
+    record.message = *message;
+
+    LogState& state = Log();
+    std::lock_guard<std::mutex> lock(state.mutex);
+    for (std::vector<LogRecord>* capture : state.captures) {
+        capture->push_back(record);
+    }
+    WriteLine(state, record);
+    return static_cast<int>(record.message.size());
+}

@@ -1,0 +1,284 @@
+#include "task_runner.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "virtual_clock.h"
+
+namespace OHOS::Emulator {
+namespace {
+
+constexpr int64_t kNsPerMs = 1000000;
+constexpr size_t kMaxThreadNameLength = 15;
+
+int64_t CeilToMs(int64_t ns)
+{
+    return (ns + kNsPerMs - 1) / kNsPerMs;
+}
+
+int64_t SteadyNowNs()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+// Runs tasks on virtual time: nothing happens until the driver calls one of the Run/Advance calls.
+class VirtualTaskRunner final : public TaskRunner {
+public:
+    explicit VirtualTaskRunner(std::shared_ptr<VirtualClock> clock) : clock_(std::move(clock)) {}
+
+    void RunUntilIdle() override { RunUntilNs(NowNs()); }
+    void AdvanceTo(int64_t wallMs) override { RunUntilNs(NowNs() + (wallMs - clock_->WallTimeMs()) * kNsPerMs); }
+    void FastForwardBy(int64_t deltaMs) override { RunUntilNs(NowNs() + std::max<int64_t>(deltaMs, 0) * kNsPerMs); }
+
+protected:
+    int64_t NowNs() const override { return clock_->BootTimeNs(); }
+
+private:
+    // The one step everything is built on: run what is due, then move the clock to the next due
+    // time (or the target) after background work settled, until the target is reached.
+    void RunUntilNs(int64_t targetNs)
+    {
+        for (;;) {
+            RunTasksDueNow();
+            const int64_t now = NowNs();
+            if (now >= targetNs) {
+                return;
+            }
+            WaitForQuiescence();
+            std::optional<int64_t> nextDue = NextDueNs();
+            if (nextDue && *nextDue <= NowNs()) {
+                continue;
+            }
+            const int64_t stopNs = nextDue ? std::min(*nextDue, targetNs) : targetNs;
+            clock_->AdvanceMs(CeilToMs(stopNs - NowNs()));
+        }
+    }
+
+    void RunTasksDueNow()
+    {
+        for (;;) {
+            std::optional<TaskQueue::Task> task;
+            {
+                std::lock_guard<std::mutex> lock(state_->mutex);
+                task = state_->queue.PopDue(NowNs());
+                if (!task) {
+                    return;
+                }
+                state_->running = true;
+            }
+            task->callback();
+            task.reset();
+            std::lock_guard<std::mutex> lock(state_->mutex);
+            state_->running = false;
+        }
+    }
+
+    std::optional<int64_t> NextDueNs() const
+    {
+        std::lock_guard<std::mutex> lock(state_->mutex);
+        return state_->queue.NextDueNs();
+    }
+
+    void WaitForQuiescence()
+    {
+        std::function<void()> wait;
+        {
+            std::lock_guard<std::mutex> lock(state_->mutex);
+            wait = state_->quiescenceWait;
+        }
+        if (wait) {
+            wait();
+        }
+    }
+
+    std::shared_ptr<VirtualClock> clock_;
+};
+
+// Runs tasks on a thread of its own when they fall due by the steady clock.
+class RealTimeTaskRunner final : public TaskRunner {
+public:
+    explicit RealTimeTaskRunner(const std::string& threadName)
+    {
+        worker_ = std::thread([state = state_, threadName] {
+            pthread_setname_np(pthread_self(), threadName.substr(0, kMaxThreadNameLength).c_str());
+            WorkerLoop(*state);
+        });
+    }
+
+    ~RealTimeTaskRunner() override
+    {
+        TaskQueue dropped;
+        {
+            std::lock_guard<std::mutex> lock(state_->mutex);
+            state_->stopping = true;
+            std::swap(dropped, state_->queue);
+        }
+        state_->changed.notify_all();
+        // A task that releases the last reference to its handler destroys the runner on the worker.
+        if (worker_.get_id() == std::this_thread::get_id()) {
+            worker_.detach();
+        } else {
+            worker_.join();
+        }
+    }
+
+    bool WaitIdle(int64_t timeoutMs) override
+    {
+        std::unique_lock<std::mutex> lock(state_->mutex);
+        return state_->changed.wait_for(lock, std::chrono::milliseconds(std::max<int64_t>(timeoutMs, 0)),
+            [this] { return state_->queue.Size() == 0 && !state_->running; });
+    }
+
+protected:
+    int64_t NowNs() const override { return SteadyNowNs(); }
+
+private:
+    static void WorkerLoop(RunnerState& state)
+    {
+        std::unique_lock<std::mutex> lock(state.mutex);
+        while (!state.stopping) {
+            std::optional<int64_t> nextDue = state.queue.NextDueNs();
+            if (!nextDue) {
+                state.changed.wait(lock);
+                continue;
+            }
+            const int64_t now = SteadyNowNs();
+            if (*nextDue > now) {
+                state.changed.wait_for(lock, std::chrono::nanoseconds(*nextDue - now));
+                continue;
+            }
+            std::optional<TaskQueue::Task> task = state.queue.PopDue(now);
+            state.running = true;
+            lock.unlock();
+            task->callback();
+            task.reset();
+            lock.lock();
+            state.running = false;
+            state.changed.notify_all();
+        }
+    }
+
+    std::thread worker_;
+};
+
+} // namespace
+
+void TaskQueue::Push(int64_t dueNs, uint32_t priority, const std::string& name, std::function<void()> callback)
+{
+    tasks_.emplace(Key(dueNs, priority, nextSequence_++), Task{name, std::move(callback)});
+}
+
+std::vector<TaskQueue::Task> TaskQueue::RemoveNamed(const std::string& name)
+{
+    std::vector<Task> removed;
+    if (name.empty()) {
+        return removed;
+    }
+    for (auto it = tasks_.begin(); it != tasks_.end();) {
+        if (it->second.name == name) {
+            removed.push_back(std::move(it->second));
+            it = tasks_.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    return removed;
+}
+
+bool TaskQueue::HasNamed(const std::string& name) const
+{
+    return !name.empty() &&
+           std::any_of(tasks_.begin(), tasks_.end(), [&name](const auto& entry) { return entry.second.name == name; });
+}
+
+std::optional<int64_t> TaskQueue::NextDueNs() const
+{
+    if (tasks_.empty()) {
+        return std::nullopt;
+    }
+    return std::get<0>(tasks_.begin()->first);
+}
+
+std::optional<TaskQueue::Task> TaskQueue::PopDue(int64_t nowNs)
+{
+    if (tasks_.empty() || std::get<0>(tasks_.begin()->first) > nowNs) {
+        return std::nullopt;
+    }
+    auto node = tasks_.extract(tasks_.begin());
+    return std::move(node.mapped());
+}
+
+std::unique_ptr<TaskRunner> TaskRunner::CreateVirtual(std::shared_ptr<VirtualClock> clock)
+{
+    return std::make_unique<VirtualTaskRunner>(std::move(clock));
+}
+
+std::unique_ptr<TaskRunner> TaskRunner::CreateRealTime(const std::string& threadName)
+{
+    return std::make_unique<RealTimeTaskRunner>(threadName);
+}
+
+bool TaskRunner::PostTask(std::function<void()> task, const std::string& name, int64_t delayMs, uint32_t priority)
+{
+    if (!task) {
+        return false;
+    }
+    {
+        std::lock_guard<std::mutex> lock(state_->mutex);
+        if (state_->stopping) {
+            return false;
+        }
+        state_->queue.Push(NowNs() + std::max<int64_t>(delayMs, 0) * kNsPerMs, priority, name, std::move(task));
+    }
+    state_->changed.notify_all();
+    return true;
+}
+
+void TaskRunner::RemoveTask(const std::string& name)
+{
+    std::vector<TaskQueue::Task> removed;
+    {
+        std::lock_guard<std::mutex> lock(state_->mutex);
+        removed = state_->queue.RemoveNamed(name);
+    }
+    state_->changed.notify_all();
+}
+
+bool TaskRunner::HasTask(const std::string& name) const
+{
+    std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->queue.HasNamed(name);
+}
+
+size_t TaskRunner::PendingTaskCount() const
+{
+    std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->queue.Size();
+}
+
+int64_t TaskRunner::NextPendingTaskDelay() const
+{
+    std::lock_guard<std::mutex> lock(state_->mutex);
+    std::optional<int64_t> nextDue = state_->queue.NextDueNs();
+    if (!nextDue) {
+        return -1;
+    }
+    return CeilToMs(std::max<int64_t>(*nextDue - NowNs(), 0));
+}
+
+void TaskRunner::SetQuiescenceWait(std::function<void()> waitForBackgroundWork)
+{
+    std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->quiescenceWait = std::move(waitForBackgroundWork);
+}
+
+bool TaskRunner::WaitIdle(int64_t /* timeoutMs */)
+{
+    return PendingTaskCount() == 0;
+}
+
+} // namespace OHOS::Emulator
