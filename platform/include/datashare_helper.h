@@ -25,16 +25,16 @@ class DataShareHelper {
 public:
     // Connects through `token` (a remote object of the system-ability manager). nullptr when the
     // token is empty or the provider refuses.
-    static std::shared_ptr<DataShareHelper> Creator(const sptr<IRemoteObject>& token, const std::string& strUri,
-        const std::string& extUri = "", int waitTime = 2);
+    static std::shared_ptr<DataShareHelper> Creator(
+        const sptr<IRemoteObject>& token, const std::string& strUri, const std::string& extUri = "", int waitTime = 2);
     ~DataShareHelper();
     DataShareHelper(const DataShareHelper&) = delete;
     DataShareHelper& operator=(const DataShareHelper&) = delete;
 
     // The rows of the URI's table matching `predicates`, with `columns` (all when empty); nullptr on
     // failure (bad URI or column, store unreadable, fault).
-    std::shared_ptr<DataShareResultSet> Query(Uri& uri, const DataSharePredicates& predicates,
-        std::vector<std::string>& columns);
+    std::shared_ptr<DataShareResultSet> Query(
+        Uri& uri, const DataSharePredicates& predicates, std::vector<std::string>& columns);
     // Sets `value`'s columns in the matching rows. The number of rows changed, or E_ERROR.
     int Update(Uri& uri, const DataSharePredicates& predicates, const DataShareValuesBucket& value);
     // Adds one row. The new row's id (positive), or E_ERROR (e.g. the key already exists).
@@ -64,12 +64,12 @@ namespace OHOS::Emulator {
 
 // Failures of the data-share service that tests switch on.
 enum class DataShareFault {
-    CREATOR_FAILS,   // Creator answers nullptr
-    QUERY_FAILS,     // Query answers nullptr
-    UPDATE_FAILS,    // Update answers E_ERROR
-    INSERT_FAILS,    // Insert answers E_ERROR
-    REGISTER_FAILS,  // RegisterObserver answers E_ERROR
-    RELEASE_FAILS,   // Release answers false (the helper stays connected)
+    CREATOR_FAILS,  // Creator answers nullptr
+    QUERY_FAILS,    // Query answers nullptr
+    UPDATE_FAILS,   // Update answers E_ERROR
+    INSERT_FAILS,   // Insert answers E_ERROR
+    REGISTER_FAILS, // RegisterObserver answers E_ERROR
+    RELEASE_FAILS,  // Release answers false (the helper stays connected)
 };
 void SetDataShareFault(DataShareFault fault, bool on);
 void ResetDataShareFaults();

@@ -6,8 +6,7 @@
 namespace OHOS {
 
 // The platform's strong pointer: shared ownership of platform objects (observers, remote objects).
-template <typename T>
-using sptr = std::shared_ptr<T>;
+template <typename T> using sptr = std::shared_ptr<T>;
 
 } // namespace OHOS
 
