@@ -1,0 +1,122 @@
+#include "hisysevent.h"
+
+#include <atomic>
+#include <charconv>
+#include <cstdio>
+#include <fstream>
+#include <mutex>
+
+#include "data_root.h"
+#include "time_service_client.h"
+
+namespace OHOS::Emulator {
+namespace {
+
+constexpr char kSysEventPhonePath[] = "/data/log/hisysevent/sys_event.jsonl";
+constexpr char kSysEventPhoneDir[] = "/data/log/hisysevent";
+
+std::atomic<bool> g_writeFails {false};
+
+std::mutex& FileMutex()
+{
+    static std::mutex mutex;
+    return mutex;
+}
+
+bool ParseLine(const std::string& line, SysEventRecord& record)
+{
+    nlohmann::ordered_json event = nlohmann::ordered_json::parse(line, nullptr, false);
+    if (event.is_discarded() || !event.is_object()) {
+        return false;
+    }
+    record.timeMs = event.value("time", int64_t {0});
+    record.domain = event.value("domain", std::string());
+    record.name = event.value("name", std::string());
+    record.type = event.value("type", int32_t {0});
+    record.params = event.contains("params") ? event["params"] : nlohmann::ordered_json::object();
+    return true;
+}
+
+} // namespace
+
+std::string SysEventFilePath()
+{
+    return MapPhonePath(kSysEventPhonePath);
+}
+
+std::vector<SysEventRecord> ReadSysEvents()
+{
+    std::lock_guard<std::mutex> lock(FileMutex());
+    std::vector<SysEventRecord> events;
+    std::ifstream file(SysEventFilePath());
+    std::string line;
+    while (std::getline(file, line)) {
+        SysEventRecord record;
+        if (ParseLine(line, record)) {
+            events.push_back(std::move(record));
+        }
+    }
+    return events;
+}
+
+std::vector<SysEventRecord> ReadSysEvents(const std::string& eventName)
+{
+    std::vector<SysEventRecord> named;
+    for (SysEventRecord& record : ReadSysEvents()) {
+        if (record.name == eventName) {
+            named.push_back(std::move(record));
+        }
+    }
+    return named;
+}
+
+void ClearSysEvents()
+{
+    std::lock_guard<std::mutex> lock(FileMutex());
+    std::remove(SysEventFilePath().c_str());
+}
+
+void SetSysEventWriteFails(bool fails)
+{
+    g_writeFails.store(fails);
+}
+
+} // namespace OHOS::Emulator
+
+namespace OHOS::HiviewDFX {
+
+nlohmann::ordered_json HiSysEvent::ToJson(float value)
+{
+    char text[32] = {};
+    auto result = std::to_chars(text, text + sizeof(text), value);
+    return nlohmann::ordered_json(std::strtod(std::string(text, result.ptr).c_str(), nullptr));
+}
+
+int32_t HiSysEvent::WriteEvent(const std::string& domain, const std::string& eventName, EventType type,
+    const nlohmann::ordered_json& params)
+{
+    if (domain.empty() || eventName.empty()) {
+        return ERR_INVALID_EVENT;
+    }
+    if (Emulator::g_writeFails.load()) {
+        return ERR_WRITE_FAILED;
+    }
+    nlohmann::ordered_json event;
+    event["time"] = MiscServices::TimeServiceClient::GetInstance()->GetWallTimeMs();
+    event["domain"] = domain;
+    event["name"] = eventName;
+    event["type"] = static_cast<int32_t>(type);
+    event["params"] = params;
+    const std::string line = event.dump() + "\n";
+
+    std::lock_guard<std::mutex> lock(Emulator::FileMutex());
+    if (!Emulator::MakeDirectories(Emulator::MapPhonePath(Emulator::kSysEventPhoneDir))) {
+        return ERR_WRITE_FAILED;
+    }
+    std::ofstream file(Emulator::SysEventFilePath(), std::ios::app);
+    file << line;
+    file.flush();
+    return file ? SUCCESS : ERR_WRITE_FAILED;
+}
+
+} // namespace OHOS::HiviewDFX
