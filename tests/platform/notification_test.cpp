@@ -1,0 +1,158 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "event_handler.h"
+#include "notification_helper.h"
+#include "virtual_clock.h"
+
+namespace {
+
+using OHOS::AppExecFwk::EventHandler;
+using OHOS::Emulator::NotificationCenter;
+using OHOS::Emulator::ScopedVirtualClock;
+using namespace OHOS::Notification;
+
+constexpr int64_t kStartMs = 1700000000000;
+
+// Records every callback as one line, with the virtual time at which it arrived.
+class RecordingSubscriber : public NotificationSubscriber {
+public:
+    std::vector<std::string> calls;
+
+    void OnCanceled(
+        const std::shared_ptr<Notification>&, const std::shared_ptr<NotificationSortingMap>&, int32_t) override
+    {
+        Record("canceled");
+    }
+    void OnConnected() override { Record("connected"); }
+    void OnConsumed(const std::shared_ptr<Notification>& notification) override
+    {
+        Record("consumed " + notification->GetBundleName() + " " +
+               std::to_string(notification->GetNotificationRequest().GetDeliveryTime() - kStartMs));
+    }
+    void OnDisconnected() override { Record("disconnected"); }
+    void OnUpdate(const std::shared_ptr<NotificationSortingMap>&) override { Record("update"); }
+    void OnDied() override { Record("died"); }
+    void OnDoNotDisturbDateChange(const std::shared_ptr<NotificationDoNotDisturbDate>&) override { Record("dnd"); }
+    void OnEnabledNotificationChanged(const std::shared_ptr<EnabledNotificationCallbackData>&) override
+    {
+        Record("enabled");
+    }
+    void OnBadgeChanged(const std::shared_ptr<BadgeNumberCallbackData>& badgeData) override
+    {
+        Record("badge " + badgeData->GetBundle() + " " + std::to_string(badgeData->GetBadgeNumber()));
+    }
+    void OnBadgeEnabledChanged(const std::shared_ptr<EnabledNotificationCallbackData>&) override
+    {
+        Record("badge enabled");
+    }
+    void OnBatchCanceled(const std::vector<std::shared_ptr<Notification>>&,
+        const std::shared_ptr<NotificationSortingMap>&, int32_t) override
+    {
+        Record("batch canceled");
+    }
+
+private:
+    void Record(const std::string& what)
+    {
+        int64_t at = OHOS::Emulator::CurrentClock()->WallTimeMs() - kStartMs;
+        calls.push_back("@" + std::to_string(at) + " " + what);
+    }
+};
+
+class NotificationCenterTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        NotificationCenter::GetInstance().Reset();
+        handler_ = EventHandler::CreateVirtual(clock_.Shared());
+        NotificationCenter::GetInstance().SetHandler(handler_);
+    }
+    void TearDown() override { NotificationCenter::GetInstance().Reset(); }
+
+    NotificationCenter& Center() { return NotificationCenter::GetInstance(); }
+
+    ScopedVirtualClock clock_{kStartMs};
+    std::shared_ptr<EventHandler> handler_;
+};
+
+TEST_F(NotificationCenterTest, DeliversNotificationsAndBadgesAtTheirVirtualTime)
+{
+    RecordingSubscriber subscriber;
+    ASSERT_EQ(NotificationHelper::SubscribeNotification(subscriber), 0);
+    Center().PostNotification("com.example.mail", kStartMs + 5000);
+    Center().ChangeBadge("com.example.chat", 3, kStartMs + 2000);
+    Center().PostNotification("", kStartMs - 100); // already due: delivered at once
+    handler_->RunUntilIdle();
+    EXPECT_EQ(subscriber.calls, (std::vector<std::string>{"@0 connected", "@0 consumed  -100"}));
+
+    handler_->FastForwardBy(10000);
+    EXPECT_EQ(subscriber.calls, (std::vector<std::string>{"@0 connected", "@0 consumed  -100",
+                                    "@2000 badge com.example.chat 3", "@5000 consumed com.example.mail 5000"}));
+}
+
+TEST_F(NotificationCenterTest, OnlySubscribersSubscribedAtDeliveryReceive)
+{
+    RecordingSubscriber early;
+    RecordingSubscriber late;
+    ASSERT_EQ(NotificationHelper::SubscribeNotification(early), 0);
+    Center().PostNotification("pkg", kStartMs + 1000);
+    handler_->FastForwardBy(500);
+    ASSERT_EQ(NotificationHelper::UnSubscribeNotification(early), 0);
+    ASSERT_EQ(NotificationHelper::SubscribeNotification(late), 0);
+    handler_->FastForwardBy(1000);
+
+    EXPECT_EQ(early.calls, (std::vector<std::string>{"@0 connected", "@500 disconnected"}));
+    EXPECT_EQ(late.calls, (std::vector<std::string>{"@500 connected", "@1000 consumed pkg 1000"}));
+}
+
+TEST_F(NotificationCenterTest, SubscribeResultsAndFaultSwitches)
+{
+    RecordingSubscriber subscriber;
+    EXPECT_EQ(NotificationHelper::UnSubscribeNotification(subscriber), ERR_ANS_NOT_SUBSCRIBED);
+
+    Center().SetSubscribeFails(true);
+    EXPECT_EQ(NotificationHelper::SubscribeNotification(subscriber), ERR_ANS_SERVICE_NOT_READY);
+    EXPECT_FALSE(Center().IsSubscribed(subscriber));
+    Center().SetSubscribeFails(false);
+
+    EXPECT_EQ(NotificationHelper::SubscribeNotification(subscriber), 0);
+    EXPECT_EQ(NotificationHelper::SubscribeNotification(subscriber), 0); // twice: still one subscription
+    EXPECT_EQ(Center().SubscriberCount(), 1u);
+
+    Center().SetUnsubscribeFails(true);
+    EXPECT_EQ(NotificationHelper::UnSubscribeNotification(subscriber), ERR_ANS_SERVICE_NOT_READY);
+    EXPECT_TRUE(Center().IsSubscribed(subscriber));
+    Center().SetUnsubscribeFails(false);
+
+    Center().PostNotification("pkg", kStartMs);
+    handler_->RunUntilIdle();
+    EXPECT_EQ(subscriber.calls, (std::vector<std::string>{"@0 connected", "@0 consumed pkg 0"}));
+}
+
+TEST_F(NotificationCenterTest, DestroyedSubscriberIsForgottenAndQueuedDeliveriesDoNothing)
+{
+    auto subscriber = std::make_unique<RecordingSubscriber>();
+    ASSERT_EQ(NotificationHelper::SubscribeNotification(*subscriber), 0);
+    Center().PostNotification("pkg", kStartMs + 1000);
+    subscriber.reset();
+    EXPECT_EQ(Center().SubscriberCount(), 0u);
+    handler_->FastForwardBy(2000); // must not touch the destroyed subscriber
+    EXPECT_EQ(handler_->PendingTaskCount(), 0u);
+}
+
+TEST(NotificationCenterWithoutHandlerTest, DeliversAtOnceOnTheCallingThread)
+{
+    ScopedVirtualClock clock(kStartMs);
+    NotificationCenter::GetInstance().Reset();
+    RecordingSubscriber subscriber;
+    ASSERT_EQ(NotificationHelper::SubscribeNotification(subscriber), 0);
+    NotificationCenter::GetInstance().ChangeBadge("pkg", 0, kStartMs + 60000);
+    EXPECT_EQ(subscriber.calls, (std::vector<std::string>{"@0 connected", "@0 badge pkg 0"}));
+    NotificationCenter::GetInstance().Reset();
+}
+
+} // namespace
