@@ -29,15 +29,14 @@ public:
 
     // Result codes of Write.
     static constexpr int32_t SUCCESS = 0;
-    static constexpr int32_t ERR_INVALID_EVENT = -1;   // empty domain or name, or an empty or repeated key
-    static constexpr int32_t ERR_WRITE_FAILED = -2;    // the event file could not be written (or made to fail)
+    static constexpr int32_t ERR_INVALID_EVENT = -1; // empty domain or name, or an empty or repeated key
+    static constexpr int32_t ERR_WRITE_FAILED = -2;  // the event file could not be written (or made to fail)
 
     // Writes one event. `keyValues` are pairs: a key (string) followed by its value; values may be
     // bool, any integer type, float, double, strings, or vectors of those (e.g. a list of doubles).
     // Returns SUCCESS or one of the error codes above; nothing is written on error.
     template <typename... Types>
-    static int32_t Write(const std::string& domain, const std::string& eventName, EventType type,
-        Types... keyValues)
+    static int32_t Write(const std::string& domain, const std::string& eventName, EventType type, Types... keyValues)
     {
         static_assert(sizeof...(Types) % 2 == 0, "parameters come as key/value pairs");
         nlohmann::ordered_json params = nlohmann::ordered_json::object();
@@ -51,8 +50,7 @@ private:
     static bool AddParams(nlohmann::ordered_json&) { return true; }
 
     template <typename Value, typename... Rest>
-    static bool AddParams(nlohmann::ordered_json& params, const std::string& key, const Value& value,
-        Rest... rest)
+    static bool AddParams(nlohmann::ordered_json& params, const std::string& key, const Value& value, Rest... rest)
     {
         if (key.empty() || params.contains(key)) {
             return false;
@@ -61,8 +59,7 @@ private:
         return AddParams(params, rest...);
     }
 
-    template <typename Value>
-    static nlohmann::ordered_json ToJson(const Value& value)
+    template <typename Value> static nlohmann::ordered_json ToJson(const Value& value)
     {
         return nlohmann::ordered_json(value);
     }
@@ -79,8 +76,8 @@ private:
         return list;
     }
 
-    static int32_t WriteEvent(const std::string& domain, const std::string& eventName, EventType type,
-        const nlohmann::ordered_json& params);
+    static int32_t WriteEvent(
+        const std::string& domain, const std::string& eventName, EventType type, const nlohmann::ordered_json& params);
 };
 
 } // namespace OHOS::HiviewDFX

@@ -15,7 +15,7 @@ namespace {
 constexpr char kSysEventPhonePath[] = "/data/log/hisysevent/sys_event.jsonl";
 constexpr char kSysEventPhoneDir[] = "/data/log/hisysevent";
 
-std::atomic<bool> g_writeFails {false};
+std::atomic<bool> g_writeFails{false};
 
 std::mutex& FileMutex()
 {
@@ -29,10 +29,10 @@ bool ParseLine(const std::string& line, SysEventRecord& record)
     if (event.is_discarded() || !event.is_object()) {
         return false;
     }
-    record.timeMs = event.value("time", int64_t {0});
+    record.timeMs = event.value("time", int64_t{0});
     record.domain = event.value("domain", std::string());
     record.name = event.value("name", std::string());
-    record.type = event.value("type", int32_t {0});
+    record.type = event.value("type", int32_t{0});
     record.params = event.contains("params") ? event["params"] : nlohmann::ordered_json::object();
     return true;
 }
@@ -92,8 +92,8 @@ nlohmann::ordered_json HiSysEvent::ToJson(float value)
     return nlohmann::ordered_json(std::strtod(std::string(text, result.ptr).c_str(), nullptr));
 }
 
-int32_t HiSysEvent::WriteEvent(const std::string& domain, const std::string& eventName, EventType type,
-    const nlohmann::ordered_json& params)
+int32_t HiSysEvent::WriteEvent(
+    const std::string& domain, const std::string& eventName, EventType type, const nlohmann::ordered_json& params)
 {
     if (domain.empty() || eventName.empty()) {
         return ERR_INVALID_EVENT;

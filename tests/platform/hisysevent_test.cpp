@@ -29,16 +29,16 @@ protected:
     }
 
     Emulator::ScopedDataRoot root_;
-    Emulator::ScopedVirtualClock clock_ {kStartMs};
+    Emulator::ScopedVirtualClock clock_{kStartMs};
 };
 
 TEST_F(HiSysEventTest, WritesOneJsonLinePerEventWithTypedParamsInOrder)
 {
-    std::vector<double> doubles {0.25, 1.0};
-    std::vector<float> floats {0.1F, 0.5F};
-    ASSERT_EQ(HiSysEvent::Write(HiSysEvent::Domain::RSS, "FIRST", HiSysEvent::STATISTIC, "Z_INT", int32_t {-7},
-                  "A_LONG", int64_t {1700000000123}, "M_DOUBLE", 2.5, "LIST", doubles, "FLOATS", floats, "TEXT",
-                  "abc", "FLAG", true),
+    std::vector<double> doubles{0.25, 1.0};
+    std::vector<float> floats{0.1F, 0.5F};
+    ASSERT_EQ(
+        HiSysEvent::Write(HiSysEvent::Domain::RSS, "FIRST", HiSysEvent::STATISTIC, "Z_INT", int32_t{-7}, "A_LONG",
+            int64_t{1700000000123}, "M_DOUBLE", 2.5, "LIST", doubles, "FLOATS", floats, "TEXT", "abc", "FLAG", true),
         HiSysEvent::SUCCESS);
     clock_.Get().AdvanceMs(1500);
     ASSERT_EQ(HiSysEvent::Write("OTHER", "SECOND", HiSysEvent::BEHAVIOR), HiSysEvent::SUCCESS);
@@ -54,13 +54,13 @@ TEST_F(HiSysEventTest, WritesOneJsonLinePerEventWithTypedParamsInOrder)
     for (const auto& item : first.params.items()) {
         keys.push_back(item.key());
     }
-    EXPECT_EQ(keys, (std::vector<std::string> {"Z_INT", "A_LONG", "M_DOUBLE", "LIST", "FLOATS", "TEXT", "FLAG"}));
+    EXPECT_EQ(keys, (std::vector<std::string>{"Z_INT", "A_LONG", "M_DOUBLE", "LIST", "FLOATS", "TEXT", "FLAG"}));
     EXPECT_EQ(first.params["Z_INT"].get<int32_t>(), -7);
     EXPECT_EQ(first.params["A_LONG"].get<int64_t>(), 1700000000123);
     EXPECT_DOUBLE_EQ(first.params["M_DOUBLE"].get<double>(), 2.5);
     EXPECT_EQ(first.params["LIST"].get<std::vector<double>>(), doubles);
     // Floats are written with their shortest text, not their binary expansion as doubles.
-    EXPECT_EQ(first.params["FLOATS"].get<std::vector<double>>(), (std::vector<double> {0.1, 0.5}));
+    EXPECT_EQ(first.params["FLOATS"].get<std::vector<double>>(), (std::vector<double>{0.1, 0.5}));
     EXPECT_EQ(first.params["TEXT"].get<std::string>(), "abc");
     EXPECT_TRUE(first.params["FLAG"].get<bool>());
 
@@ -73,15 +73,15 @@ TEST_F(HiSysEventTest, WritesOneJsonLinePerEventWithTypedParamsInOrder)
 TEST_F(HiSysEventTest, RefusedWritesLeaveNothing)
 {
     Emulator::SetSysEventWriteFails(true);
-    EXPECT_EQ(HiSysEvent::Write(HiSysEvent::Domain::RSS, "E", HiSysEvent::STATISTIC, "K", 1),
-        HiSysEvent::ERR_WRITE_FAILED);
+    EXPECT_EQ(
+        HiSysEvent::Write(HiSysEvent::Domain::RSS, "E", HiSysEvent::STATISTIC, "K", 1), HiSysEvent::ERR_WRITE_FAILED);
     Emulator::SetSysEventWriteFails(false);
     EXPECT_EQ(HiSysEvent::Write(HiSysEvent::Domain::RSS, "", HiSysEvent::STATISTIC), HiSysEvent::ERR_INVALID_EVENT);
     EXPECT_EQ(HiSysEvent::Write("", "E", HiSysEvent::STATISTIC), HiSysEvent::ERR_INVALID_EVENT);
     EXPECT_EQ(HiSysEvent::Write(HiSysEvent::Domain::RSS, "E", HiSysEvent::STATISTIC, "K", 1, "K", 2),
         HiSysEvent::ERR_INVALID_EVENT);
-    EXPECT_EQ(HiSysEvent::Write(HiSysEvent::Domain::RSS, "E", HiSysEvent::STATISTIC, "", 1),
-        HiSysEvent::ERR_INVALID_EVENT);
+    EXPECT_EQ(
+        HiSysEvent::Write(HiSysEvent::Domain::RSS, "E", HiSysEvent::STATISTIC, "", 1), HiSysEvent::ERR_INVALID_EVENT);
     EXPECT_TRUE(Emulator::ReadSysEvents().empty());
 
     EXPECT_EQ(HiSysEvent::Write(HiSysEvent::Domain::RSS, "E", HiSysEvent::STATISTIC, "K", 1), HiSysEvent::SUCCESS);
