@@ -14,7 +14,8 @@ namespace OHOS::DevStandbyMgr {
 class SleepSharedPref {
 public:
     // The preferences file (device-wide, not per user).
-    static inline const std::string SLEEP_SHARED_PREF_PATH = "/data/service/el1/public/device_standby/sleep_shared_pref.xml";
+    static inline const std::string SLEEP_SHARED_PREF_PATH =
+        "/data/service/el1/public/device_standby/sleep_shared_pref.xml";
 
     // Keys shared by the whole plug-in.
     static inline const std::string IS_PROXIMITY_ERROR = "is_proximity_error";
