@@ -6,6 +6,8 @@
 #include <mutex>
 #include <vector>
 
+#include "refbase.h"
+
 // The movement (device activity) service's client, backed by the simulated phone's still/move
 // state (simulated_phone.h).
 
@@ -66,11 +68,10 @@ public:
     // Returns 0, or a failure code when the callback is null, the type is not TYPE_STILL, or the
     // service was made to refuse (PhoneFault::MOVEMENT_SUBSCRIBE). Subscribing the same callback
     // twice keeps one subscription.
-    int32_t SubscribeCallback(
-        int32_t type, int32_t event, int64_t latency, const std::shared_ptr<IMovementCallback>& callback);
+    int32_t SubscribeCallback(int32_t type, int32_t event, int64_t latency, const sptr<IMovementCallback>& callback);
     // Returns 0, or a failure code when no such subscription exists or the service was made to
     // refuse (PhoneFault::MOVEMENT_UNSUBSCRIBE).
-    int32_t UnsubscribeCallback(int32_t type, int32_t event, const std::shared_ptr<IMovementCallback>& callback);
+    int32_t UnsubscribeCallback(int32_t type, int32_t event, const sptr<IMovementCallback>& callback);
 
     // Emulator: number of live subscriptions; drop them all.
     size_t SubscriptionCount() const;
@@ -84,7 +85,7 @@ private:
         std::shared_ptr<IMovementCallback> callback;
     };
     void DeliverToSubscribers(MovementDataUtils::TypeValue value);
-    bool IsSubscribed(const std::shared_ptr<IMovementCallback>& callback) const;
+    bool IsSubscribed(const sptr<IMovementCallback>& callback) const;
     static bool Wants(int32_t event, MovementDataUtils::TypeValue value);
 
     mutable std::mutex mutex_;

@@ -74,7 +74,7 @@ void MovementClient::DeliverToSubscribers(MovementDataUtils::TypeValue value)
 }
 
 int32_t MovementClient::SubscribeCallback(
-    int32_t type, int32_t event, int64_t latency, const std::shared_ptr<IMovementCallback>& callback)
+    int32_t type, int32_t event, int64_t latency, const sptr<IMovementCallback>& callback)
 {
     (void)latency; // changes are reported at once
     if (callback == nullptr || type != MovementDataUtils::TYPE_STILL) {
@@ -107,8 +107,7 @@ int32_t MovementClient::SubscribeCallback(
     return kMovementOk;
 }
 
-int32_t MovementClient::UnsubscribeCallback(
-    int32_t type, int32_t event, const std::shared_ptr<IMovementCallback>& callback)
+int32_t MovementClient::UnsubscribeCallback(int32_t type, int32_t event, const sptr<IMovementCallback>& callback)
 {
     if (callback == nullptr) {
         return kMovementInvalidParam;
@@ -126,7 +125,7 @@ int32_t MovementClient::UnsubscribeCallback(
     return kMovementOk;
 }
 
-bool MovementClient::IsSubscribed(const std::shared_ptr<IMovementCallback>& callback) const
+bool MovementClient::IsSubscribed(const sptr<IMovementCallback>& callback) const
 {
     std::lock_guard<std::mutex> lock(mutex_);
     return std::any_of(
