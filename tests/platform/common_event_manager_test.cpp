@@ -1,0 +1,103 @@
+#include "common_event_manager.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace OHOS::EventFwk {
+namespace {
+
+using Emulator::CommonEventBus;
+
+constexpr const char* kPermission = "ohos.permission.PERCEIVE_SMART_POWER_SCENARIO";
+constexpr const char* kOtherPermission = "ohos.permission.OTHER";
+constexpr const char* kSleepEvent = "COMMON_EVENT_USER_SLEEP_STATE_CHANGED";
+
+class CommonEventManagerTest : public testing::Test {
+protected:
+    void SetUp() override { CommonEventBus::GetInstance().Reset(); }
+    void TearDown() override { CommonEventBus::GetInstance().Reset(); }
+
+    int32_t Subscribe(
+        const std::string& who, const std::vector<std::string>& events, const std::vector<std::string>& permissions)
+    {
+        return CommonEventBus::GetInstance().Subscribe(events, permissions, [this, who](const CommonEventData& data) {
+            received_[who].push_back(
+                data.GetWant().GetAction() + "/" + std::to_string(data.GetCode()) + "/" + data.GetData());
+        });
+    }
+
+    static bool Publish(const std::string& action, const std::vector<std::string>& required)
+    {
+        AAFwk::Want want;
+        want.SetAction(action);
+        CommonEventPublishInfo info;
+        info.SetSubscriberPermissions(required);
+        return CommonEventManager::PublishCommonEvent(CommonEventData(want, 1, "sleep"), info);
+    }
+
+    std::map<std::string, std::vector<std::string>> received_;
+};
+
+TEST_F(CommonEventManagerTest, ProtectedEventReachesOnlySubscribersHoldingEveryRequiredPermission)
+{
+    Subscribe("holder", {kSleepEvent}, {kPermission});
+    Subscribe("noPermission", {kSleepEvent}, {});
+    Subscribe("otherEvent", {"common.event.OTHER"}, {kPermission});
+    Subscribe("everything", {}, {kOtherPermission, kPermission});
+    Subscribe("onlyOther", {kSleepEvent}, {kOtherPermission});
+
+    ASSERT_TRUE(Publish(kSleepEvent, {kPermission}));
+    const std::vector<std::string> one{std::string(kSleepEvent) + "/1/sleep"};
+    EXPECT_EQ(received_, (std::map<std::string, std::vector<std::string>>{{"holder", one}, {"everything", one}}));
+
+    received_.clear();
+    ASSERT_TRUE(Publish(kSleepEvent, {kPermission, kOtherPermission}));
+    EXPECT_EQ(received_, (std::map<std::string, std::vector<std::string>>{{"everything", one}}));
+
+    received_.clear();
+    ASSERT_TRUE(Publish(kSleepEvent, {}));
+    EXPECT_EQ(received_.size(), 4u);
+    EXPECT_EQ(received_.count("otherEvent"), 0u);
+}
+
+TEST_F(CommonEventManagerTest, FailingPublishDeliversNothingUntilCleared)
+{
+    Subscribe("all", {}, {});
+    CommonEventBus::GetInstance().SetPublishFails(true);
+    EXPECT_FALSE(Publish(kSleepEvent, {}));
+    EXPECT_TRUE(received_.empty());
+    CommonEventBus::GetInstance().SetPublishFails(false);
+    EXPECT_TRUE(Publish(kSleepEvent, {}));
+    EXPECT_EQ(received_["all"].size(), 1u);
+}
+
+TEST_F(CommonEventManagerTest, UnsubscribedReceiverGetsNothing)
+{
+    const int32_t gone = Subscribe("gone", {}, {});
+    Subscribe("stays", {}, {});
+    CommonEventBus::GetInstance().Unsubscribe(gone);
+    EXPECT_TRUE(Publish(CommonEventSupport::COMMON_EVENT_SCREEN_OFF, {}));
+    EXPECT_EQ(received_.count("gone"), 0u);
+    EXPECT_EQ(received_["stays"].size(), 1u);
+}
+
+TEST(CommonEventSupportTest, EventNamesAreDistinct)
+{
+    const std::vector<std::string> names{CommonEventSupport::COMMON_EVENT_SCREEN_ON,
+        CommonEventSupport::COMMON_EVENT_SCREEN_OFF, CommonEventSupport::COMMON_EVENT_SCREEN_UNLOCKED,
+        CommonEventSupport::COMMON_EVENT_BOOT_COMPLETED, CommonEventSupport::COMMON_EVENT_POWER_CONNECTED,
+        CommonEventSupport::COMMON_EVENT_POWER_DISCONNECTED, CommonEventSupport::COMMON_EVENT_CALL_STATE_CHANGED,
+        CommonEventSupport::COMMON_EVENT_USER_SWITCHED, CommonEventSupport::COMMON_EVENT_USER_STOPPING};
+    for (size_t i = 0; i < names.size(); ++i) {
+        EXPECT_FALSE(names[i].empty());
+        for (size_t j = i + 1; j < names.size(); ++j) {
+            EXPECT_NE(names[i], names[j]);
+        }
+    }
+}
+
+} // namespace
+} // namespace OHOS::EventFwk

@@ -1,0 +1,72 @@
+#include "data_root.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <fstream>
+
+namespace OHOS::Emulator {
+namespace {
+
+bool IsDirectory(const std::string& path)
+{
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+TEST(DataRootTest, PhonePathsAreMappedUnderTheRootOnce)
+{
+    SetDataRoot("/tmp/root/");
+    const std::pair<std::string, std::string> cases[] = {
+        {"/data/service/el1/public/device_standby/sleep_shared_pref.xml",
+            "/tmp/root/data/service/el1/public/device_standby/sleep_shared_pref.xml"},
+        {"/tmp/root/data/x", "/tmp/root/data/x"},
+        {"/tmp/root", "/tmp/root"},
+        {"/tmp/rootless/x", "/tmp/root/tmp/rootless/x"},
+        {"relative/x", "relative/x"},
+    };
+    for (const auto& [phonePath, expected] : cases) {
+        EXPECT_EQ(MapPhonePath(phonePath), expected) << phonePath;
+    }
+    SetDataRoot("");
+}
+
+TEST(DataRootTest, RootComesFromTheEnvironmentUnlessOverridden)
+{
+    SetDataRoot("");
+    unsetenv("SLEEP_DATA_ROOT");
+    EXPECT_EQ(GetDataRoot(), "./sleep-data");
+    setenv("SLEEP_DATA_ROOT", "/var/tmp/sleep", 1);
+    EXPECT_EQ(GetDataRoot(), "/var/tmp/sleep");
+    EXPECT_EQ(MapPhonePath("/data/a"), "/var/tmp/sleep/data/a");
+    SetDataRoot("/elsewhere");
+    EXPECT_EQ(GetDataRoot(), "/elsewhere");
+    SetDataRoot("");
+    unsetenv("SLEEP_DATA_ROOT");
+}
+
+TEST(DataRootTest, ScopedRootIsFreshAndRemovedAndRestoresThePrevious)
+{
+    SetDataRoot("/before");
+    std::string scratch;
+    {
+        ScopedDataRoot root;
+        scratch = root.Path();
+        ASSERT_TRUE(IsDirectory(scratch));
+        EXPECT_EQ(GetDataRoot(), scratch);
+        const std::string nested = MapPhonePath("/data/service/el3/100/device_standby");
+        ASSERT_TRUE(MakeDirectories(nested));
+        EXPECT_TRUE(IsDirectory(nested));
+        EXPECT_TRUE(MakeDirectories(nested));
+        std::ofstream(scratch + "/file") << "x";
+        EXPECT_FALSE(MakeDirectories(scratch + "/file/below"));
+    }
+    EXPECT_FALSE(IsDirectory(scratch));
+    EXPECT_EQ(GetDataRoot(), "/before");
+    SetDataRoot("");
+}
+
+} // namespace
+} // namespace OHOS::Emulator

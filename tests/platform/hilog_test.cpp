@@ -1,0 +1,131 @@
+#include "hilog.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <ostream>
+#include <sstream>
+#include <string>
+
+#include "data_root.h"
+#include "scoped_time_zone.h"
+#include "virtual_clock.h"
+
+namespace OHOS::Emulator {
+namespace {
+
+constexpr unsigned int kDomain = 0xD001718;
+constexpr const char* kTag = "StandbyService";
+
+struct FormatCase {
+    const char* label;
+    std::function<int()> log;
+    const char* expected;
+};
+
+void PrintTo(const FormatCase& testCase, std::ostream* out)
+{
+    *out << testCase.label;
+}
+
+class HiLogFormatTest : public testing::TestWithParam<FormatCase> {};
+
+TEST_P(HiLogFormatTest, RendersPublicValuesMasksPrivateOnesAndConsumesEveryArgument)
+{
+    LogCapture capture;
+    const int written = GetParam().log();
+    ASSERT_EQ(capture.Records().size(), 1u);
+    EXPECT_EQ(capture.Records()[0].message, GetParam().expected);
+    EXPECT_EQ(written, static_cast<int>(std::string(GetParam().expected).size()));
+}
+
+#define LOG_CASE(label, expected, ...)                                                                                 \
+    FormatCase                                                                                                         \
+    {                                                                                                                  \
+        label, [] { return HiLogPrint(LOG_CORE, LOG_INFO, kDomain, kTag, __VA_ARGS__); }, expected                     \
+    }
+
+INSTANTIATE_TEST_SUITE_P(Conversions, HiLogFormatTest,
+    testing::Values(LOG_CASE("int", "v=42", "v=%{public}d", 42),
+        LOG_CASE("privateInt", "v=<private>", "v=%{private}d", 42),
+        LOG_CASE("unmarkedIsPrivate", "v=<private> s=<private>", "v=%d s=%s", 42, "secret"),
+        LOG_CASE("wideAfterPrivate", "<private> 7", "%{private}lld %{public}d", static_cast<long long>(1) << 40, 7),
+        LOG_CASE("doubleAfterPrivate", "<private> x", "%{private}f %{public}s", 1.5, "x"),
+        LOG_CASE("mixedTypes", "-3 4294967295 ff 18446744073709551615 9 c 2.50 1e+06",
+            "%{public}i %{public}u %{public}x %{public}llu %{public}zu %{public}c %{public}.2f %{public}g", -3,
+            4294967295u, 255u, 18446744073709551615ull, static_cast<size_t>(9), 'c', 2.5, 1e6),
+        LOG_CASE("longs", "-5 5 0.250000", "%{public}ld %{public}lu %{public}lf", -5L, 5UL, 0.25),
+        LOG_CASE("widthAndStar", "[   7][7   ][ 1.5]", "[%{public}4d][%{public}-4d][%{public}*.1f]", 7, 7, 4, 1.5),
+        LOG_CASE("percent", "100% done", "100%% done"),
+        LOG_CASE("nullString", "(null)", "%{public}s", static_cast<const char*>(nullptr)),
+        LOG_CASE("prefix", "[Func:12] value 3", "[%{public}s:%{public}d] value %{public}d", "Func", 12, 3)),
+    [](const testing::TestParamInfo<FormatCase>& info) { return std::string(info.param.label); });
+
+TEST(HiLogTest, BadFormatsAreRefusedAndNotLogged)
+{
+    LogCapture capture;
+    EXPECT_EQ(HiLogPrint(LOG_CORE, LOG_INFO, kDomain, kTag, "%{public}k", 1), -1);
+    EXPECT_EQ(HiLogPrint(LOG_CORE, LOG_INFO, kDomain, kTag, "tail %"), -1);
+    EXPECT_EQ(HiLogPrint(LOG_CORE, LOG_INFO, kDomain, kTag, "%{public}"), -1);
+    EXPECT_EQ(HiLogPrint(LOG_CORE, LOG_INFO, kDomain, kTag, nullptr), -1);
+    EXPECT_TRUE(capture.Records().empty());
+}
+
+TEST(HiLogTest, LineCarriesLocalTimeLevelDomainAndTag)
+{
+    ScopedTimeZone zone("CST-8");
+    LogRecord record{1795359600123, LOG_WARN, kDomain, kTag, "[Func:12] text"};
+    EXPECT_EQ(FormatLogLine(record), "2026-11-22 23:00:00.123 W D001718/StandbyService: [Func:12] text");
+    const std::pair<LogLevel, char> letters[] = {{LOG_DEBUG, 'D'}, {LOG_INFO, 'I'}, {LOG_ERROR, 'E'}, {LOG_FATAL, 'F'}};
+    for (const auto& [level, letter] : letters) {
+        record.level = level;
+        EXPECT_EQ(FormatLogLine(record).substr(24, 1), std::string(1, letter));
+    }
+}
+
+TEST(HiLogTest, CapturesNestAndStripThePrefixForTexts)
+{
+    ScopedVirtualClock clock(1795359600000);
+    LogCapture outer;
+    HiLogPrint(LOG_CORE, LOG_DEBUG, kDomain, kTag, "before");
+    {
+        LogCapture inner;
+        HiLogPrint(LOG_CORE, LOG_ERROR, kDomain, kTag, "[%{public}s:%{public}d] inner %{public}d", "Fn", 7, 1);
+        EXPECT_EQ(inner.Texts(), std::vector<std::string>{"inner 1"});
+        EXPECT_TRUE(inner.HasText("inner 1"));
+        EXPECT_FALSE(inner.HasText("[Fn:7] inner 1"));
+        EXPECT_TRUE(inner.Contains("Fn:7"));
+    }
+    HiLogPrint(LOG_CORE, LOG_INFO, kDomain, kTag, "[not a prefix] kept");
+    EXPECT_EQ(outer.Texts(), (std::vector<std::string>{"before", "inner 1", "[not a prefix] kept"}));
+    EXPECT_EQ(outer.Records()[1].wallTimeMs, 1795359600000);
+    EXPECT_EQ(outer.Records()[1].level, LOG_ERROR);
+    outer.Clear();
+    EXPECT_TRUE(outer.Records().empty());
+}
+
+TEST(HiLogTest, FileSinkAppendsLinesAtOrAboveItsLevel)
+{
+    ScopedTimeZone zone("UTC0");
+    ScopedVirtualClock clock(1795359600000);
+    ScopedDataRoot root;
+    const std::string path = root.Path() + "/log.txt";
+    ASSERT_TRUE(SetLogSinkFile(path, LOG_WARN));
+    HiLogPrint(LOG_CORE, LOG_INFO, kDomain, kTag, "filtered");
+    HiLogPrint(LOG_CORE, LOG_ERROR, kDomain, kTag, "kept %{public}d", 1);
+    DisableLogSink();
+    HiLogPrint(LOG_CORE, LOG_ERROR, kDomain, kTag, "after disable");
+    EXPECT_FALSE(SetLogSinkFile(root.Path() + "/missing/log.txt", LOG_INFO));
+    SetLogSinkStderr(LOG_INFO);
+
+    std::ifstream file(path);
+    std::stringstream content;
+    content << file.rdbuf();
+    EXPECT_EQ(content.str(), "2026-11-22 15:00:00.000 E D001718/StandbyService: kept 1\n");
+}
+
+} // namespace
+} // namespace OHOS::Emulator
