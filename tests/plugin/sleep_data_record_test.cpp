@@ -1,0 +1,80 @@
+#include "sleep_data_record.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "sleep_log.h"
+
+namespace OHOS::DevStandbyMgr {
+namespace {
+
+TEST(SleepDataRecordTest, UnmeasuredRecordPrintsItsMarkers)
+{
+    SleepDataRecord record;
+    EXPECT_EQ(record.FeatureToString(),
+        "timestamp: -1, stationaryDuration: -1, lastUserStationaryStartDuration: -1, userMoveDuration: -1, "
+        "lightDarkDuration: -1, screenOffDuration: -1, screenOnCount: -1, light: -1, proximity: -1, "
+        "proximityOrigin: -1, proximityErrorSize: 0, proximityListSize: 0, unlockTimestamp: -1, "
+        "nextAlarmClockTime: -1, timeSleepProbability: -1, bayesResult: -1, baselineResult: -1, wakeupTime: -1, "
+        "isTimeOk: -1, weekType: -1");
+    EXPECT_EQ(record.reserved, -1);
+}
+
+TEST(SleepDataRecordTest, PrintsEveryFieldInOrderWithStreamDefaults)
+{
+    SleepDataRecord record;
+    record.timestamp = 1711900799999;
+    record.stationaryDuration = 3600;
+    record.lastUserStationaryStartDuration = 120;
+    record.userMoveDuration = 5;
+    record.lightDarkDuration = 1800;
+    record.screenOffDuration = 2400;
+    record.screenOnCount = 3;
+    record.light = 0.5;
+    record.proximity = 5.0;
+    record.proximityOrigin = 12345678.9;
+    record.proximityErrorSize = 2;
+    record.proximityListSize = 4;
+    record.unlockTimestamp = 1711890000000;
+    record.nextAlarmClockTime = 1711929600000;
+    record.timeSleepProbability = 0.123456789;
+    record.bayesResult = 101;
+    record.baselineResult = 1;
+    record.wakeupTime = 1711927800000;
+    record.isTimeOk = 1;
+    record.weekType = 7;
+    EXPECT_EQ(record.FeatureToString(),
+        "timestamp: 1711900799999, stationaryDuration: 3600, lastUserStationaryStartDuration: 120, "
+        "userMoveDuration: 5, lightDarkDuration: 1800, screenOffDuration: 2400, screenOnCount: 3, light: 0.5, "
+        "proximity: 5, proximityOrigin: 1.23457e+07, proximityErrorSize: 2, proximityListSize: 4, "
+        "unlockTimestamp: 1711890000000, nextAlarmClockTime: 1711929600000, timeSleepProbability: 0.123457, "
+        "bayesResult: 101, baselineResult: 1, wakeupTime: 1711927800000, isTimeOk: 1, weekType: 7");
+}
+
+TEST(SleepDataRecordTest, ChargeStateAndTheReservedValueAreNeverPrinted)
+{
+    SleepDataRecord charging;
+    charging.chargeState = 1;
+    charging.reserved = std::numeric_limits<int64_t>::max();
+    EXPECT_EQ(charging.FeatureToString(), SleepDataRecord().FeatureToString());
+}
+
+TEST(SleepLogTest, MacrosLogWithTheServiceDomainTagAndPrefix)
+{
+    Emulator::LogCapture capture;
+    STANDBYSERVICE_LOGD("debug %{public}d", 1);
+    const int line = __LINE__ + 1;
+    STANDBYSERVICE_LOGE("error %{public}s %{private}s", "shown", "hidden");
+    const auto records = capture.Records();
+    ASSERT_EQ(records.size(), 2u);
+    EXPECT_EQ(records[0].level, LOG_DEBUG);
+    EXPECT_EQ(records[1].level, LOG_ERROR);
+    EXPECT_EQ(records[1].domain, 0xD001718u);
+    EXPECT_EQ(records[1].tag, "StandbyService");
+    EXPECT_EQ(records[1].message, "[TestBody:" + std::to_string(line) + "] error shown <private>");
+    EXPECT_EQ(capture.Texts(), (std::vector<std::string>{"debug 1", "error shown <private>"}));
+}
+
+} // namespace
+} // namespace OHOS::DevStandbyMgr
