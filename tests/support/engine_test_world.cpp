@@ -1,0 +1,89 @@
+#include "engine_test_world.h"
+
+#include "device_state.h"
+#include "hisysevent.h"
+#include "rdb_faults.h"
+#include "simulated_phone.h"
+#include "sleep_database_manager.h"
+#include "standby_service_impl.h"
+#include "write_controller.h"
+
+namespace OHOS::DevStandbyMgr {
+namespace {
+
+void ResetPlatform(const std::shared_ptr<AppExecFwk::EventHandler>& handler)
+{
+    Emulator::RdbFaults::Reset();
+    Emulator::SetSysEventWriteFails(false);
+    Emulator::ResetSysEventRateLimit();
+    Emulator::SimulatedPhone::GetInstance().Reset();
+    Emulator::SimulatedPhone::GetInstance().SetEventHandler(handler);
+    // The database of another data root must not stay open.
+    SleepDatabaseManager::GetInstance()->OnUserSwitched();
+}
+
+} // namespace
+
+EngineTestWorld::EngineTestWorld(int64_t startMs, bool createEngine)
+    : clock_(startMs), handler_(AppExecFwk::EventHandler::CreateVirtual(clock_.Shared()))
+{
+    handler_->SetQuiescenceWait(&SleepDetection::WaitForTrainingThreads);
+    StandbyServiceImpl::GetInstance()->Reset();
+    StandbyServiceImpl::GetInstance()->SetHandler(handler_);
+    ResetPlatform(handler_);
+    if (createEngine) {
+        CreateEngine();
+    }
+}
+
+EngineTestWorld::~EngineTestWorld()
+{
+    SleepDetection::WaitForTrainingThreads();
+    StandbyServiceImpl::GetInstance()->Reset();
+    strategy_.reset();
+    engine_.reset();
+    Emulator::SimulatedPhone::GetInstance().Reset();
+    Emulator::SimulatedPhone::GetInstance().SetEventHandler(nullptr);
+    SleepDatabaseManager::GetInstance()->OnUserSwitched();
+    Emulator::RdbFaults::Reset();
+}
+
+void EngineTestWorld::CreateEngine()
+{
+    engine_ = std::make_shared<SleepDetection>();
+    strategy_ = std::make_shared<EngineTestStrategy>(engine_);
+    StandbyServiceImpl::GetInstance()->RegisterStrategy(strategy_);
+}
+
+int64_t EngineTestWorld::Now() const
+{
+    return clock_.Get().WallTimeMs();
+}
+
+void EngineTestWorld::ScreenOff()
+{
+    engine_->HandleScreenOff();
+    DeviceState::GetInstance()->HandleScreenOff();
+    handler_->RunUntilIdle();
+}
+
+void EngineTestWorld::ScreenOn()
+{
+    engine_->HandleScreenOn();
+    DeviceState::GetInstance()->HandleScreenOn();
+    handler_->RunUntilIdle();
+}
+
+void EngineTestWorld::Unlock()
+{
+    engine_->HandleScreenUnlocked();
+    DeviceState::GetInstance()->HandleScreenUnlocked();
+    handler_->RunUntilIdle();
+}
+
+void EngineTestWorld::RunUntil(int64_t wallMs)
+{
+    handler_->AdvanceTo(wallMs);
+}
+
+} // namespace OHOS::DevStandbyMgr

@@ -1,0 +1,53 @@
+#ifndef TESTS_SUPPORT_ENGINE_TEST_WORLD_H
+#define TESTS_SUPPORT_ENGINE_TEST_WORLD_H
+
+#include <cstdint>
+#include <memory>
+
+#include "data_root.h"
+#include "engine_test_strategy.h"
+#include "event_handler.h"
+#include "sleep_detection.h"
+#include "virtual_clock.h"
+
+namespace OHOS::DevStandbyMgr {
+
+// Everything the detection engine needs on this machine, on a virtual clock: a scratch data root,
+// a virtual host handler that waits for training threads before it moves time, a reset simulated
+// phone, and the engine registered with the host behind EngineTestStrategy. Screen events are fed
+// the way the strategy feeds them: the engine first, then the device state.
+class EngineTestWorld {
+public:
+    // Starts the clock at `startMs`; the engine is created at once unless `createEngine` is false
+    // (so that a test can write preferences or history first).
+    explicit EngineTestWorld(int64_t startMs, bool createEngine = true);
+    ~EngineTestWorld();
+    EngineTestWorld(const EngineTestWorld&) = delete;
+    EngineTestWorld& operator=(const EngineTestWorld&) = delete;
+
+    // (Re)creates the engine and its strategy, as a restart of the service would.
+    void CreateEngine();
+
+    SleepDetection& Engine() { return *engine_; }
+    EngineTestStrategy& Strategy() { return *strategy_; }
+    AppExecFwk::EventHandler& Handler() { return *handler_; }
+    Emulator::VirtualClock& Clock() { return clock_.Get(); }
+    int64_t Now() const;
+
+    void ScreenOff();
+    void ScreenOn();
+    void Unlock();
+    // Runs every task due up to `wallMs` and sets the clock there.
+    void RunUntil(int64_t wallMs);
+
+private:
+    Emulator::ScopedDataRoot root_;
+    Emulator::ScopedVirtualClock clock_;
+    std::shared_ptr<AppExecFwk::EventHandler> handler_;
+    std::shared_ptr<SleepDetection> engine_;
+    std::shared_ptr<EngineTestStrategy> strategy_;
+};
+
+} // namespace OHOS::DevStandbyMgr
+
+#endif // TESTS_SUPPORT_ENGINE_TEST_WORLD_H
