@@ -1,5 +1,7 @@
 #include "rdb_sql_utils.h"
 
+#include <sys/stat.h>
+
 #include "data_root.h"
 #include "rdb_errno.h"
 
@@ -12,7 +14,8 @@ std::string RdbSqlUtils::GetDefaultDatabasePath(const std::string& baseDir, cons
         return "";
     }
     std::string folder = Emulator::MapPhonePath(baseDir);
-    if (!Emulator::MakeDirectories(folder)) {
+    struct stat info {};
+    if (!Emulator::MakeDirectories(folder) || stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
         return "";
     }
     errCode = E_OK;

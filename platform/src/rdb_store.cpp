@@ -370,7 +370,7 @@ struct RdbStore::Impl {
 
     int Connect(const RdbStoreConfig& config);
     int ApplyWriterSettings(const RdbStoreConfig& config);
-    int OpenReaders(int count);
+    int OpenReaders(const RdbStoreConfig& config);
     bool InOwnTransaction() const { return transactionOwner.load() == std::this_thread::get_id(); }
 };
 
@@ -396,7 +396,7 @@ int RdbStore::Impl::Connect(const RdbStoreConfig& config)
     }
     bool walMode = EqualsIgnoringCase(config.GetJournalMode(), RdbStoreConfig::DEFAULT_JOURNAL_MODE);
     if (error == E_OK && !inMemory && walMode) {
-        error = OpenReaders(config.GetReadConSize());
+        error = OpenReaders(config);
     }
     return error;
 }
@@ -418,15 +418,19 @@ int RdbStore::Impl::ApplyWriterSettings(const RdbStoreConfig& config)
     return error;
 }
 
-int RdbStore::Impl::OpenReaders(int count)
+// Read connections carry the same per-connection settings as the writer.
+int RdbStore::Impl::OpenReaders(const RdbStoreConfig& config)
 {
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < config.GetReadConSize(); ++i) {
         sqlite3* reader = nullptr;
         int error = OpenConnection(path, SQLITE_OPEN_READONLY, reader);
+        if (error == E_OK) {
+            readers.push_back(reader);
+            error = RunInternal(reader, "PRAGMA journal_size_limit = " + std::to_string(config.GetJournalSize()));
+        }
         if (error != E_OK) {
             return error;
         }
-        readers.push_back(reader);
         idleReaders.push_back(reader);
     }
     return E_OK;
