@@ -1,0 +1,92 @@
+#ifndef SIM_INCLUDE_SCENARIO_H
+#define SIM_INCLUDE_SCENARIO_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "local_calendar.h"
+
+namespace OHOS::Sim {
+
+// When and how regularly a person sleeps on one kind of night. Clock times are minutes after
+// midnight; a bedtime before 12:00 means after midnight, a wake time is on the following morning.
+struct NightHabits {
+    double bedtimeMin = 0;
+    double bedtimeSpreadMin = 0; // standard deviation
+    double wakeMin = 0;
+    double wakeSpreadMin = 0;
+};
+
+enum class ChargingHabit { EVENING, NIGHT, DAY };
+enum class PhonePlace { TABLE, FACE_DOWN, HOLSTER };
+
+struct Habits {
+    NightHabits weekday;        // nights before Monday ... Friday
+    NightHabits weekend;        // nights before Saturday and Sunday
+    double sleepLatencyMin = 0; // mean minutes from putting the phone down to falling asleep
+    double phoneInBedMin = 0;   // mean minutes of phone use in bed before putting it down
+    double phoneInBedSpreadMin = 0;
+    double awakeningsPerNight = 0;    // mean number of night awakenings
+    double awakeningPhoneChance = 0;  // an awakening makes the person look at the phone
+    double awakeningUnlockChance = 0; // such a look also unlocks the phone
+    bool alarmOnWeekdays = false;
+    double alarmMin = 0; // alarm time on weekday mornings
+    ChargingHabit charging = ChargingHabit::EVENING;
+    double chargeStartMin = 0; // evening or day charging: when the phone goes on the charger
+    double chargeStartSpreadMin = 0;
+    double chargeDurationMin = 0;
+    double chargeDurationSpreadMin = 0;
+    PhonePlace phonePlace = PhonePlace::TABLE;
+    double dayLux = 0;             // ambient light by day
+    double eveningLux = 0;         // room light in the evening until lights out
+    double nightLux = 0;           // room light after lights out
+    double daySessionsPerHour = 0; // phone use sessions while awake
+    double dayNotificationsPerHour = 0;
+    double nightNotificationsPerHour = 0; // while asleep
+    double dayCallsPerDay = 0;
+    double nightCallChance = 0; // chance of an incoming call during a night's sleep
+};
+
+struct BatteryHabits {
+    double startLevel = 0; // percent at the start of the run
+    double drainPerHourAwake = 0;
+    double drainPerHourAsleep = 0;
+    double chargePerHour = 0;
+};
+
+// A dump request: the words passed to the plug-in, at a local time or (atMs < 0) at the end.
+struct DumpRequest {
+    std::vector<std::string> words;
+    int64_t atMs = -1;
+    std::string atText; // the local time as written in the scenario, for printing
+};
+
+struct Scenario {
+    CivilDate startDate;  // the run starts at 12:00 local time on this day
+    std::string timeZone; // TZ value: a zoneinfo name or a POSIX TZ string
+    int32_t days = 0;
+    uint64_t seed = 0;
+    int32_t standbyMode = 0; // the host's standby mode
+    Habits habits;
+    BatteryHabits battery;
+    std::vector<DumpRequest> dumps;
+};
+
+// The built-in person: a regular sleeper whose phone charges in the evening, not all night.
+Scenario DefaultScenario();
+
+// Reads a scenario from JSON text on top of the defaults: fields left out keep their default.
+// On failure returns false, leaves `scenario` unchanged and puts a message naming the field in `error`.
+// Dump times are resolved in the scenario's own time zone (which this call sets for the process).
+bool ParseScenario(const std::string& jsonText, Scenario& scenario, std::string& error);
+// Reads the file at `path` and parses it; an unreadable file is reported in `error`.
+bool LoadScenarioFile(const std::string& path, Scenario& scenario, std::string& error);
+// The scenario as JSON in the file format (every field), two-space indented.
+std::string ScenarioToJson(const Scenario& scenario);
+// The help text of every field: its name, meaning, accepted values and default.
+std::string ScenarioFieldHelp();
+
+} // namespace OHOS::Sim
+
+#endif // SIM_INCLUDE_SCENARIO_H

@@ -1,0 +1,53 @@
+#ifndef SIM_INCLUDE_SIM_DRIVER_H
+#define SIM_INCLUDE_SIM_DRIVER_H
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "night_summary.h"
+#include "scenario.h"
+#include "trace.h"
+
+namespace OHOS::Sim {
+
+struct SimOptions {
+    std::string outDir = "sleepsim-out";
+    // Dump words passed to the plug-in at the end of the run, besides the scenario's own requests.
+    std::vector<std::string> endDumpWords;
+    // Where a progress line goes on runs that take more than a few seconds; nullptr for none.
+    std::ostream* progress = nullptr;
+};
+
+struct DumpAnswer {
+    int64_t atMs = 0;
+    std::vector<std::string> words;
+    std::string answer;
+};
+
+struct SimResult {
+    bool ok = false;
+    std::string error; // why the run could not start or its outputs could not be written
+    std::vector<NightReport> nights;
+    std::vector<DumpAnswer> dumps;
+};
+
+// Output files inside SimOptions::outDir.
+inline const std::string TIMELINE_FILE = "timeline.jsonl";
+inline const std::string TRACE_FILE = "trace.jsonl";
+inline const std::string SUMMARY_FILE = "summary.txt";
+inline const std::string SCENARIO_FILE = "scenario.json";
+inline const std::string LOG_FILE = "sleepsim.log";
+inline const std::string DATA_DIR = "data";
+
+// Runs one scenario end to end on virtual time: generates the person's trace, installs a virtual
+// clock and handler for the host, the simulated phone and the notification service, sets the time
+// zone and the data root (<outDir>/data, emptied first), creates and registers the plug-in's
+// strategy, replays the trace (waiting for training threads before time moves), answers the dump
+// requests and writes the timeline, trace, scenario, summary and log into outDir.
+// Uses the process-wide platform singletons: run one simulation per process.
+SimResult RunSimulation(const Scenario& scenario, const SimOptions& options);
+
+} // namespace OHOS::Sim
+
+#endif // SIM_INCLUDE_SIM_DRIVER_H

@@ -1,0 +1,75 @@
+#ifndef SIM_INCLUDE_TRACE_H
+#define SIM_INCLUDE_TRACE_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "local_calendar.h"
+
+namespace OHOS::Sim {
+
+// What happens to the phone at one moment. Each kind names the values it uses.
+enum class TraceKind {
+    BOOT, // the phone finished booting
+    SCREEN_ON,
+    SCREEN_OFF,
+    UNLOCK,
+    LIGHT,     // value: ambient light in lux
+    PROXIMITY, // value: distance in cm (0 covered, 5 far)
+    STILL,     // the movement service sees the phone lying still
+    MOVE,      // ... and moving again
+    POWER_CONNECTED,
+    POWER_DISCONNECTED,
+    BATTERY_LEVEL, // number: percent
+    NEXT_ALARM,    // number: epoch ms of the next alarm, 0 when none
+    NOTIFICATION,  // text: the posting application's bundle name
+    BADGE_CLEARED, // text: the application whose notifications the user dealt with
+    CALL_STATE,    // number: telephony call state (4 incoming, 0 active, 6 disconnected)
+};
+
+struct TraceEvent {
+    int64_t timeMs = 0;
+    TraceKind kind = TraceKind::BOOT;
+    double value = 0;
+    int64_t number = 0;
+    std::string text;
+};
+
+struct TimeSpan {
+    int64_t beginMs = 0;
+    int64_t endMs = 0;
+};
+
+// The truth about one night, against which the plug-in's answers are judged.
+struct NightTruth {
+    CivilDate wakeDate;               // the night belongs to the day on which it ends
+    bool weekend = false;             // weekend habits applied
+    int64_t bedMs = 0;                // into bed, lights out, phone in hand
+    int64_t phoneDownMs = 0;          // phone put down for the night
+    int64_t onsetMs = 0;              // fell asleep
+    int64_t wakeMs = 0;               // woke up for the day
+    int64_t alarmMs = -1;             // the morning alarm, -1 when none
+    std::vector<TimeSpan> awakenings; // awake periods within [onsetMs, wakeMs], in order, disjoint
+
+    // The asleep spans: [onset, wake] with the awakenings cut out.
+    std::vector<TimeSpan> SleepSpans() const;
+};
+
+struct Trace {
+    int64_t startMs = 0;
+    int64_t endMs = 0;
+    std::vector<TraceEvent> events; // in time order; equal times keep their order of generation
+    std::vector<NightTruth> nights;
+};
+
+// Stable lower-case name of a kind, e.g. "screen_on".
+const char* TraceKindName(TraceKind kind);
+// One event as a JSON object line (no newline): {"t":..,"time":"..","kind":"..",...}.
+std::string TraceEventToJson(const TraceEvent& event);
+// One night's truth as a JSON object line.
+std::string NightTruthToJson(const NightTruth& night);
+
+} // namespace OHOS::Sim
+
+#endif // SIM_INCLUDE_TRACE_H

@@ -1,0 +1,324 @@
+#include "person_model.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace OHOS::Sim {
+
+namespace {
+
+constexpr double kMinutesPerDay = 24 * 60;
+constexpr double kNoonMin = 12 * 60;
+constexpr double kLatestWakeMin = 11 * 60 + 30;
+constexpr double kWakingDayHours = 16;
+constexpr int64_t kMinSleepMs = 2 * kMsPerHour;
+constexpr int64_t kAwakeningMarginMs = 30 * kMsPerMinute; // none right after onset or before waking
+constexpr int64_t kSessionGapMs = 30 * kMsPerSecond;      // between two uses of the phone
+constexpr double kPocketChance = 0.3;                     // a day session ends with the phone in a pocket
+constexpr double kGlanceChance = 0.1;                     // a day session is a glance without unlocking
+constexpr double kAnswerChance = 0.8;                     // a day call is answered
+constexpr double kNightAnswerChance = 0.5;
+const std::array<const char*, 4> kPackages = {
+    "com.example.chat", "com.example.mail", "com.example.news", "com.example.shop"};
+
+int64_t Minutes(double minutes)
+{
+    return static_cast<int64_t>(std::llround(minutes * kMsPerMinute));
+}
+
+class Planner {
+public:
+    explicit Planner(const Scenario& scenario) : scenario_(scenario), habits_(scenario.habits), random_(scenario.seed)
+    {
+        plan_.startMs = LocalTimeMs(scenario.startDate, kNoonMin);
+        plan_.endMs = LocalTimeMs(AddDays(scenario.startDate, scenario.days), kNoonMin);
+    }
+
+    PersonPlan Run()
+    {
+        int64_t cursor = plan_.startMs;
+        for (int32_t n = 0; n < scenario_.days; ++n) {
+            const CivilDate evening = AddDays(scenario_.startDate, n);
+            const CivilDate morning = AddDays(evening, 1);
+            const bool weekend = WeekDay(morning) >= 6;
+            const NightHabits& night = weekend ? habits_.weekend : habits_.weekday;
+            const double bedMin = (night.bedtimeMin < kNoonMin ? night.bedtimeMin + kMinutesPerDay : night.bedtimeMin);
+            int64_t bed = LocalTimeMs(evening, bedMin + Spread(night.bedtimeSpreadMin));
+            bed = std::max(bed, cursor + 10 * kMsPerMinute);
+            PlanDay(cursor, bed, evening);
+            cursor = PlanNight(morning, weekend, night, bed);
+        }
+        PlanDay(cursor, plan_.endMs, AddDays(scenario_.startDate, scenario_.days));
+        AssignNoticeClearTimes();
+        return plan_;
+    }
+
+private:
+    // A normal deviation cut at three standard deviations, so no habit turns absurd.
+    double Spread(double stddev) { return std::clamp(random_.Normal(0, stddev), -3 * stddev, 3 * stddev); }
+
+    void AddCharge(int64_t begin, int64_t end)
+    {
+        if (end - begin >= 5 * kMsPerMinute) {
+            plan_.charges.push_back(TimeSpan{begin, end});
+        }
+    }
+
+    bool IsCharging(int64_t t) const
+    {
+        return std::any_of(plan_.charges.begin(), plan_.charges.end(),
+            [t](const TimeSpan& span) { return span.beginMs <= t && t < span.endMs; });
+    }
+
+    void AddNotices(int64_t from, int64_t to, double perHour)
+    {
+        if (perHour <= 0) {
+            return;
+        }
+        for (int64_t t = from + Minutes(random_.Exponential(60 / perHour)); t < to;
+             t += Minutes(random_.Exponential(60 / perHour))) {
+            const auto pick = static_cast<size_t>(random_.UniformInt(0, kPackages.size() - 1));
+            plan_.notices.push_back(Notice{t, kPackages[pick], -1});
+        }
+    }
+
+    // The waking part between `from` and `to`: charging, uses of the phone, calls, notifications.
+    void PlanDay(int64_t from, int64_t to, const CivilDate& date)
+    {
+        if (to <= from) {
+            return;
+        }
+        if (habits_.charging != ChargingHabit::NIGHT) {
+            const int64_t begin = LocalTimeMs(date, habits_.chargeStartMin + Spread(habits_.chargeStartSpreadMin));
+            const double duration = std::max(5.0, habits_.chargeDurationMin + Spread(habits_.chargeDurationSpreadMin));
+            AddCharge(std::max(begin, from), std::min(begin + Minutes(duration), to - 2 * kMsPerMinute));
+        }
+        const double hours = static_cast<double>(to - from) / kMsPerHour;
+        std::vector<int64_t> calls;
+        const int32_t callCount = random_.Poisson(habits_.dayCallsPerDay * hours / kWakingDayHours);
+        for (int32_t i = 0; i < callCount; ++i) {
+            calls.push_back(random_.UniformInt(from, to - 1));
+        }
+        std::sort(calls.begin(), calls.end());
+        PlanDaySessions(from, to, calls);
+        AddNotices(from, to, habits_.dayNotificationsPerHour);
+    }
+
+    void PlanDaySessions(int64_t from, int64_t to, const std::vector<int64_t>& calls)
+    {
+        const double meanGapMin = habits_.daySessionsPerHour > 0 ? 60 / habits_.daySessionsPerHour : 0;
+        int64_t nextUse = meanGapMin > 0 ? from + Minutes(random_.Exponential(meanGapMin)) : to;
+        size_t nextCall = 0;
+        int64_t busyUntil = from;
+        const int64_t lastEnd = to - kMsPerMinute;
+        while (true) {
+            const bool callFirst = nextCall < calls.size() && calls[nextCall] <= nextUse;
+            const int64_t start = callFirst ? calls[nextCall] : nextUse;
+            if (start >= lastEnd) {
+                break;
+            }
+            if (callFirst) {
+                ++nextCall;
+            } else {
+                nextUse += Minutes(random_.Exponential(meanGapMin));
+            }
+            if (start < busyUntil + kSessionGapMs) {
+                continue;
+            }
+            PhoneSession session = callFirst ? DayCall(start) : DayUse(start);
+            if (session.screenOffMs > lastEnd) {
+                continue;
+            }
+            session.placeAfter = (random_.Chance(kPocketChance) && !IsCharging(session.screenOffMs)) ? RestPlace::POCKET
+                                                                                                     : RestPlace::DESK;
+            busyUntil = session.screenOffMs;
+            plan_.sessions.push_back(session);
+        }
+    }
+
+    PhoneSession DayUse(int64_t start)
+    {
+        PhoneSession session;
+        session.pickupMs = start;
+        session.screenOnMs = start + 2 * kMsPerSecond;
+        const bool glance = random_.Chance(kGlanceChance);
+        if (!glance) {
+            session.unlockMs = session.screenOnMs + 3 * kMsPerSecond;
+        }
+        const double useMin = glance ? random_.Uniform(0.1, 0.5) : std::clamp(random_.Exponential(6), 0.5, 40.0);
+        session.screenOffMs = session.screenOnMs + Minutes(useMin);
+        return session;
+    }
+
+    PhoneSession Call(int64_t ring, double answerChance)
+    {
+        PhoneSession session;
+        session.isCall = true;
+        session.screenOnMs = ring;
+        if (random_.Chance(answerChance)) {
+            session.answerMs = ring + 15 * kMsPerSecond;
+            session.pickupMs = session.answerMs;
+            session.screenOffMs = session.answerMs + Minutes(std::clamp(random_.Exponential(3), 0.3, 30.0));
+        } else {
+            session.screenOffMs = ring + 30 * kMsPerSecond;
+        }
+        return session;
+    }
+
+    PhoneSession DayCall(int64_t ring) { return Call(ring, kAnswerChance); }
+
+    // Returns the end of the morning use of the phone, where the next day starts.
+    int64_t PlanNight(const CivilDate& morning, bool weekend, const NightHabits& night, int64_t bed)
+    {
+        NightTruth truth;
+        truth.wakeDate = morning;
+        truth.weekend = weekend;
+        truth.bedMs = bed;
+        const double useMin = std::max(1.0, habits_.phoneInBedMin + Spread(habits_.phoneInBedSpreadMin));
+        truth.phoneDownMs = bed + Minutes(useMin);
+        const double latencyMin =
+            std::clamp(random_.Exponential(habits_.sleepLatencyMin), 1.0, 4 * habits_.sleepLatencyMin + 1);
+        truth.onsetMs = truth.phoneDownMs + Minutes(latencyMin);
+
+        int64_t wake = LocalTimeMs(morning, std::min(night.wakeMin + Spread(night.wakeSpreadMin), kLatestWakeMin));
+        if (!weekend && habits_.alarmOnWeekdays) {
+            const int64_t alarm = LocalTimeMs(morning, habits_.alarmMin);
+            if (alarm > truth.onsetMs + kMinSleepMs) {
+                truth.alarmMs = alarm;
+                plan_.alarms.push_back(alarm);
+                wake = std::min(wake, alarm + Minutes(random_.Uniform(0, 3)));
+            }
+        }
+        truth.wakeMs = std::max(wake, truth.onsetMs + kMinSleepMs);
+
+        if (habits_.charging == ChargingHabit::NIGHT) {
+            plan_.charges.push_back(TimeSpan{bed - kMsPerMinute, 0}); // ends after the morning use
+        }
+        PhoneSession inBed;
+        inBed.pickupMs = bed;
+        inBed.screenOnMs = bed + 2 * kMsPerSecond;
+        inBed.unlockMs = bed + 5 * kMsPerSecond;
+        inBed.screenOffMs = truth.phoneDownMs;
+        inBed.placeAfter = RestPlace::NIGHT_SPOT;
+        plan_.sessions.push_back(inBed);
+
+        PlanAwakenings(truth);
+        AddNotices(truth.phoneDownMs, truth.wakeMs, habits_.nightNotificationsPerHour);
+        const int64_t morningEnd = PlanMorning(truth);
+        if (habits_.charging == ChargingHabit::NIGHT) {
+            plan_.charges.back().endMs = morningEnd;
+        }
+        plan_.nights.push_back(truth);
+        return morningEnd;
+    }
+
+    // Awakenings and a possible night call, with the sessions of those that reach for the phone.
+    void PlanAwakenings(NightTruth& truth)
+    {
+        const int64_t earliest = truth.onsetMs + kAwakeningMarginMs;
+        const int64_t latest = truth.wakeMs - kAwakeningMarginMs;
+        std::vector<TimeSpan> awake;
+        std::vector<PhoneSession> sessions;
+        const int32_t count = random_.Poisson(habits_.awakeningsPerNight);
+        for (int32_t i = 0; i < count && latest > earliest; ++i) {
+            const int64_t begin = random_.UniformInt(earliest, latest);
+            int64_t end = begin + Minutes(random_.Uniform(2, 12));
+            if (random_.Chance(habits_.awakeningPhoneChance)) {
+                PhoneSession look;
+                look.pickupMs = begin + 20 * kMsPerSecond;
+                look.screenOnMs = look.pickupMs + 2 * kMsPerSecond;
+                if (random_.Chance(habits_.awakeningUnlockChance)) {
+                    look.unlockMs = look.screenOnMs + 3 * kMsPerSecond;
+                    look.screenOffMs = look.unlockMs + Minutes(random_.Uniform(1, 6));
+                } else {
+                    look.screenOffMs = look.screenOnMs + Minutes(random_.Uniform(0.1, 0.4));
+                }
+                look.placeAfter = RestPlace::NIGHT_SPOT;
+                end = std::max(end, look.screenOffMs + 2 * kMsPerMinute);
+                sessions.push_back(look);
+            }
+            awake.push_back(TimeSpan{begin, end});
+        }
+        if (latest > earliest && random_.Chance(habits_.nightCallChance)) {
+            PhoneSession call = Call(random_.UniformInt(earliest, latest), kNightAnswerChance);
+            call.placeAfter = RestPlace::NIGHT_SPOT;
+            awake.push_back(TimeSpan{call.screenOnMs, call.screenOffMs + Minutes(random_.Uniform(3, 10))});
+            sessions.push_back(call);
+        }
+        KeepDisjoint(awake, sessions, truth);
+    }
+
+    // Keeps the awakenings that do not overlap an earlier one (with their sessions), in time order.
+    void KeepDisjoint(std::vector<TimeSpan>& awake, std::vector<PhoneSession>& sessions, NightTruth& truth)
+    {
+        std::vector<size_t> order(awake.size());
+        for (size_t i = 0; i < order.size(); ++i) {
+            order[i] = i;
+        }
+        std::stable_sort(
+            order.begin(), order.end(), [&awake](size_t a, size_t b) { return awake[a].beginMs < awake[b].beginMs; });
+        int64_t lastEnd = truth.onsetMs;
+        for (size_t index : order) {
+            const TimeSpan& span = awake[index];
+            if (span.beginMs < lastEnd + 5 * kMsPerMinute || span.endMs >= truth.wakeMs) {
+                continue;
+            }
+            truth.awakenings.push_back(span);
+            lastEnd = span.endMs;
+            for (const PhoneSession& session : sessions) {
+                if (session.screenOnMs >= span.beginMs && session.screenOnMs < span.endMs) {
+                    plan_.sessions.push_back(session);
+                }
+            }
+        }
+    }
+
+    int64_t PlanMorning(const NightTruth& truth)
+    {
+        PhoneSession morningUse;
+        morningUse.pickupMs = truth.wakeMs + Minutes(random_.Uniform(0.5, 3));
+        morningUse.screenOnMs = (truth.alarmMs > 0 && truth.alarmMs <= morningUse.pickupMs)
+                                    ? truth.alarmMs
+                                    : morningUse.pickupMs + 2 * kMsPerSecond;
+        morningUse.unlockMs = std::max(morningUse.pickupMs, morningUse.screenOnMs) + 3 * kMsPerSecond;
+        morningUse.screenOffMs = morningUse.unlockMs + Minutes(random_.Uniform(3, 12));
+        morningUse.placeAfter = RestPlace::DESK;
+        plan_.sessions.push_back(morningUse);
+        return morningUse.screenOffMs;
+    }
+
+    // Each notification is dealt with shortly after the next unlock that follows it.
+    void AssignNoticeClearTimes()
+    {
+        std::stable_sort(plan_.notices.begin(), plan_.notices.end(),
+            [](const Notice& a, const Notice& b) { return a.postMs < b.postMs; });
+        size_t next = 0;
+        for (Notice& notice : plan_.notices) {
+            while (next < plan_.sessions.size() &&
+                   (plan_.sessions[next].unlockMs < 0 || plan_.sessions[next].unlockMs < notice.postMs)) {
+                ++next;
+            }
+            if (next == plan_.sessions.size()) {
+                break;
+            }
+            const PhoneSession& session = plan_.sessions[next];
+            notice.clearMs =
+                session.unlockMs + std::min<int64_t>(30 * kMsPerSecond, (session.screenOffMs - session.unlockMs) / 2);
+        }
+    }
+
+    const Scenario& scenario_;
+    const Habits& habits_;
+    SimRandom random_;
+    PersonPlan plan_;
+};
+
+} // namespace
+
+PersonPlan PlanPerson(const Scenario& scenario)
+{
+    return Planner(scenario).Run();
+}
+
+} // namespace OHOS::Sim

@@ -1,0 +1,110 @@
+#include "trace.h"
+
+#include <algorithm>
+
+#include <nlohmann/json.hpp>
+
+namespace OHOS::Sim {
+
+namespace {
+using Json = nlohmann::ordered_json;
+
+Json SpanJson(const TimeSpan& span)
+{
+    return Json{{"begin", FormatLocalTime(span.beginMs)}, {"end", FormatLocalTime(span.endMs)}};
+}
+} // namespace
+
+std::vector<TimeSpan> NightTruth::SleepSpans() const
+{
+    std::vector<TimeSpan> spans;
+    int64_t begin = onsetMs;
+    for (const TimeSpan& awake : awakenings) {
+        if (awake.beginMs > begin) {
+            spans.push_back(TimeSpan{begin, awake.beginMs});
+        }
+        begin = std::max(begin, awake.endMs);
+    }
+    if (wakeMs > begin) {
+        spans.push_back(TimeSpan{begin, wakeMs});
+    }
+    return spans;
+}
+
+const char* TraceKindName(TraceKind kind)
+{
+    switch (kind) {
+    case TraceKind::BOOT:
+        return "boot";
+    case TraceKind::SCREEN_ON:
+        return "screen_on";
+    case TraceKind::SCREEN_OFF:
+        return "screen_off";
+    case TraceKind::UNLOCK:
+        return "unlock";
+    case TraceKind::LIGHT:
+        return "light";
+    case TraceKind::PROXIMITY:
+        return "proximity";
+    case TraceKind::STILL:
+        return "still";
+    case TraceKind::MOVE:
+        return "move";
+    case TraceKind::POWER_CONNECTED:
+        return "power_connected";
+    case TraceKind::POWER_DISCONNECTED:
+        return "power_disconnected";
+    case TraceKind::BATTERY_LEVEL:
+        return "battery_level";
+    case TraceKind::NEXT_ALARM:
+        return "next_alarm";
+    case TraceKind::NOTIFICATION:
+        return "notification";
+    case TraceKind::BADGE_CLEARED:
+        return "badge_cleared";
+    case TraceKind::CALL_STATE:
+        return "call_state";
+    }
+    return "unknown";
+}
+
+std::string TraceEventToJson(const TraceEvent& event)
+{
+    Json line{{"t", event.timeMs}, {"time", FormatLocalTime(event.timeMs)}, {"kind", TraceKindName(event.kind)}};
+    switch (event.kind) {
+    case TraceKind::LIGHT:
+    case TraceKind::PROXIMITY:
+        line["value"] = event.value;
+        break;
+    case TraceKind::BATTERY_LEVEL:
+    case TraceKind::CALL_STATE:
+        line["value"] = event.number;
+        break;
+    case TraceKind::NEXT_ALARM:
+        line["value"] = event.number;
+        line["alarm"] = event.number > 0 ? FormatLocalTime(event.number) : "";
+        break;
+    case TraceKind::NOTIFICATION:
+    case TraceKind::BADGE_CLEARED:
+        line["pkg"] = event.text;
+        break;
+    default:
+        break;
+    }
+    return line.dump();
+}
+
+std::string NightTruthToJson(const NightTruth& night)
+{
+    Json awakenings = Json::array();
+    for (const TimeSpan& span : night.awakenings) {
+        awakenings.push_back(SpanJson(span));
+    }
+    Json line{{"night", FormatCivilDate(night.wakeDate)}, {"weekend", night.weekend},
+        {"bed", FormatLocalTime(night.bedMs)}, {"phoneDown", FormatLocalTime(night.phoneDownMs)},
+        {"onset", FormatLocalTime(night.onsetMs)}, {"wake", FormatLocalTime(night.wakeMs)},
+        {"alarm", night.alarmMs > 0 ? FormatLocalTime(night.alarmMs) : ""}, {"awakenings", awakenings}};
+    return line.dump();
+}
+
+} // namespace OHOS::Sim
