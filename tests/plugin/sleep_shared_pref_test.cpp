@@ -1,0 +1,159 @@
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "data_root.h"
+#include "hilog.h"
+#include "preferences_helper.h"
+#include "sleep_shared_pref.h"
+
+namespace OHOS::DevStandbyMgr {
+namespace {
+
+std::string ReadFile(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
+class SleepSharedPrefTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        Emulator::ResetPreferencesFaults();
+        Emulator::ClearPreferencesCache();
+        realPath_ = Emulator::MapPhonePath(SleepSharedPref::SLEEP_SHARED_PREF_PATH);
+    }
+    void TearDown() override
+    {
+        Emulator::ResetPreferencesFaults();
+        Emulator::ClearPreferencesCache();
+    }
+
+    Emulator::ScopedDataRoot root_;
+    std::string realPath_;
+};
+
+// Writes every type in a child process; this process, which never opened the file, reads them back.
+TEST_F(SleepSharedPrefTest, UpdatesAreOnDiskForTheNextProcess)
+{
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        SleepSharedPref::UpdateBoolSettings(SleepSharedPref::USER_SLEEPING_AI, true);
+        SleepSharedPref::UpdateFloatSettings(SleepSharedPref::HAS_NOTIFICATION_PROBABILITY_WEEKDAY, 0.35f);
+        SleepSharedPref::UpdateInt64Settings(SleepSharedPref::THREE_SIGMA_TIMESTAMP_WEEKEND, 1700000123456LL);
+        SleepSharedPref::UpdateInt32Settings("counter", -42);
+        SleepSharedPref::UpdateStringSettings("note", "a <b> & c");
+        _exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+
+    EXPECT_TRUE(SleepSharedPref::GetBoolSettings(SleepSharedPref::USER_SLEEPING_AI, false));
+    EXPECT_EQ(SleepSharedPref::GetFloatSettings(SleepSharedPref::HAS_NOTIFICATION_PROBABILITY_WEEKDAY, 0.0f), 0.35f);
+    EXPECT_EQ(SleepSharedPref::GetInt64Settings(SleepSharedPref::THREE_SIGMA_TIMESTAMP_WEEKEND, 0), 1700000123456LL);
+    EXPECT_EQ(SleepSharedPref::GetInt32Settings("counter", 0), -42);
+    EXPECT_EQ(SleepSharedPref::GetStringSettings("note", ""), "a <b> & c");
+}
+
+TEST_F(SleepSharedPrefTest, MissingKeysGiveExactlyTheDefault)
+{
+    SleepSharedPref::UpdateInt32Settings("present", 1);
+    EXPECT_EQ(SleepSharedPref::GetStringSettings("absent", "fallback"), "fallback");
+    EXPECT_TRUE(SleepSharedPref::GetBoolSettings("absent", true));
+    EXPECT_EQ(SleepSharedPref::GetFloatSettings("absent", -1.25f), -1.25f);
+    EXPECT_EQ(SleepSharedPref::GetInt64Settings("absent", INT64_MIN), INT64_MIN);
+    EXPECT_EQ(SleepSharedPref::GetInt32Settings("absent", 9), 9);
+}
+
+// Every operation, run against a file that cannot be opened, with the text it must log.
+struct FailingCall {
+    const char* name;
+    std::function<void()> call;
+    std::string logText;
+};
+
+class SleepSharedPrefUnopenableTest : public SleepSharedPrefTest, public testing::WithParamInterface<FailingCall> {};
+
+TEST_P(SleepSharedPrefUnopenableTest, DegradesToTheDefaultAndLogs)
+{
+    Emulator::SetPreferencesOpenFails(true);
+    Emulator::LogCapture capture;
+    GetParam().call();
+    EXPECT_TRUE(capture.HasText(GetParam().logText)) << GetParam().name;
+    auto records = capture.Records();
+    ASSERT_FALSE(records.empty());
+    EXPECT_EQ(records.back().level, LOG_ERROR);
+    EXPECT_EQ(records.back().tag, "StandbyService");
+    EXPECT_EQ(records.back().domain, 0xD001718u);
+    EXPECT_NE(records.back().message.find(std::string("[") + GetParam().name + ":"), std::string::npos);
+    Emulator::SetPreferencesOpenFails(false);
+    EXPECT_FALSE(SleepSharedPref::GetBoolSettings("k", false)) << "an updater wrote through a failed open";
+}
+
+const std::string ERR_TEXT = "pref is nullptr,  errCode: " + std::to_string(NativePreferences::E_OPEN_FAILED);
+INSTANTIATE_TEST_SUITE_P(AllOperations, SleepSharedPrefUnopenableTest,
+    testing::Values(
+        FailingCall{"GetStringSettings", [] { EXPECT_EQ(SleepSharedPref::GetStringSettings("k", "dflt"), "dflt"); },
+            "pref is nullptr, errCode: " + std::to_string(NativePreferences::E_OPEN_FAILED)},
+        FailingCall{"UpdateStringSettings", [] { SleepSharedPref::UpdateStringSettings("k", "v"); }, ERR_TEXT},
+        FailingCall{"GetBoolSettings", [] { EXPECT_TRUE(SleepSharedPref::GetBoolSettings("k", true)); }, ERR_TEXT},
+        FailingCall{"UpdateBoolSettings", [] { SleepSharedPref::UpdateBoolSettings("k", true); }, ERR_TEXT},
+        FailingCall{
+            "GetFloatSettings", [] { EXPECT_EQ(SleepSharedPref::GetFloatSettings("k", 0.5f), 0.5f); }, ERR_TEXT},
+        FailingCall{"UpdateFloatSettings", [] { SleepSharedPref::UpdateFloatSettings("k", 1.0f); }, ERR_TEXT},
+        FailingCall{"GetInt64Settings", [] { EXPECT_EQ(SleepSharedPref::GetInt64Settings("k", 77), 77); }, ERR_TEXT},
+        FailingCall{"UpdateInt64Settings", [] { SleepSharedPref::UpdateInt64Settings("k", 1); }, ERR_TEXT},
+        FailingCall{"GetInt32Settings", [] { EXPECT_EQ(SleepSharedPref::GetInt32Settings("k", -3), -3); }, ERR_TEXT},
+        FailingCall{"UpdateInt32Settings", [] { SleepSharedPref::UpdateInt32Settings("k", 1); }, ERR_TEXT}),
+    [](const testing::TestParamInfo<FailingCall>& info) { return info.param.name; });
+
+TEST_F(SleepSharedPrefTest, AFailedOpenDropsTheCacheSoTheNextCallRereadsTheFile)
+{
+    SleepSharedPref::UpdateInt64Settings(SleepSharedPref::START_NEGATIVE_FEEDBACK_MODE_TIMESTAMP, 1);
+    // Another writer changes the file behind the cached object.
+    auto other = std::make_shared<NativePreferences::Preferences>(realPath_, NativePreferences::PreferencesMap{});
+    other->PutLong(SleepSharedPref::START_NEGATIVE_FEEDBACK_MODE_TIMESTAMP, 2);
+    ASSERT_EQ(other->FlushSync(), NativePreferences::E_OK);
+    EXPECT_EQ(SleepSharedPref::GetInt64Settings(SleepSharedPref::START_NEGATIVE_FEEDBACK_MODE_TIMESTAMP, 0), 1)
+        << "still the cached object";
+
+    Emulator::SetPreferencesOpenFails(true);
+    EXPECT_EQ(SleepSharedPref::GetInt64Settings(SleepSharedPref::START_NEGATIVE_FEEDBACK_MODE_TIMESTAMP, 0), 0);
+    Emulator::SetPreferencesOpenFails(false);
+    EXPECT_EQ(SleepSharedPref::GetInt64Settings(SleepSharedPref::START_NEGATIVE_FEEDBACK_MODE_TIMESTAMP, 0), 2);
+}
+
+TEST_F(SleepSharedPrefTest, ACorruptFileIsNeverOverwritten)
+{
+    ASSERT_TRUE(Emulator::MakeDirectories(realPath_.substr(0, realPath_.find_last_of('/'))));
+    const std::string corrupt = "<preferences><bool key=\"user_sleeping_AI\" value=\"tr";
+    std::ofstream(realPath_) << corrupt;
+    Emulator::LogCapture capture;
+    SleepSharedPref::UpdateBoolSettings(SleepSharedPref::USER_SLEEPING_AI, false);
+    EXPECT_TRUE(SleepSharedPref::GetBoolSettings(SleepSharedPref::USER_SLEEPING_AI, true));
+    EXPECT_TRUE(capture.HasText("pref is nullptr,  errCode: " + std::to_string(NativePreferences::E_FILE_CORRUPT)));
+    EXPECT_EQ(ReadFile(realPath_), corrupt);
+}
+
+TEST_F(SleepSharedPrefTest, AFailedFlushIsLoggedAndLeavesTheFileAsItWas)
+{
+    SleepSharedPref::UpdateInt32Settings("n", 1);
+    const std::string before = ReadFile(realPath_);
+    Emulator::SetPreferencesFlushFails(true);
+    Emulator::LogCapture capture;
+    SleepSharedPref::UpdateInt32Settings("n", 2);
+    EXPECT_TRUE(capture.Contains("update pref failed"));
+    EXPECT_EQ(ReadFile(realPath_), before);
+}
+
+} // namespace
+} // namespace OHOS::DevStandbyMgr
