@@ -1,5 +1,7 @@
 #include "engine_test_strategy.h"
 
+#include "time_provider_ext.h"
+
 namespace OHOS::DevStandbyMgr {
 namespace {
 
@@ -14,7 +16,7 @@ void EngineTestStrategy::HandleEvent(const StandbyMessage& message)
 {
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        messages_.push_back(message);
+        received_.push_back({TimeProviderExt::GetCurMsecTimestamp(), message});
     }
     if (message.eventId == EVENT_FINISH_COLLECT) {
         SleepDataRecord record = DecodeRecord(message);
@@ -38,8 +40,17 @@ void EngineTestStrategy::ShellDump(const std::vector<std::string>&, std::string&
 
 std::vector<StandbyMessage> EngineTestStrategy::Messages() const
 {
+    std::vector<StandbyMessage> messages;
+    for (const Received& received : ReceivedMessages()) {
+        messages.push_back(received.message);
+    }
+    return messages;
+}
+
+std::vector<EngineTestStrategy::Received> EngineTestStrategy::ReceivedMessages() const
+{
     std::lock_guard<std::mutex> lock(mutex_);
-    return messages_;
+    return received_;
 }
 
 std::vector<StandbyMessage> EngineTestStrategy::MessagesWithId(int32_t eventId) const
@@ -56,7 +67,7 @@ std::vector<StandbyMessage> EngineTestStrategy::MessagesWithId(int32_t eventId) 
 void EngineTestStrategy::ClearMessages()
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    messages_.clear();
+    received_.clear();
 }
 
 SleepDataRecord EngineTestStrategy::DecodeRecord(const StandbyMessage& message)

@@ -24,8 +24,15 @@ public:
     ErrCode OnDestroy() override;
     void ShellDump(const std::vector<std::string>& argsInStr, std::string& result) override;
 
+    // A message and the virtual wall time at which it reached the strategy.
+    struct Received {
+        int64_t timeMs = 0;
+        StandbyMessage message;
+    };
+
     // Every message received so far.
     std::vector<StandbyMessage> Messages() const;
+    std::vector<Received> ReceivedMessages() const;
     // Only those with this id.
     std::vector<StandbyMessage> MessagesWithId(int32_t eventId) const;
     void ClearMessages();
@@ -36,7 +43,7 @@ public:
 private:
     std::shared_ptr<SleepDetection> engine_;
     mutable std::mutex mutex_;
-    std::vector<StandbyMessage> messages_;
+    std::vector<Received> received_;
 };
 
 } // namespace OHOS::DevStandbyMgr
