@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <ostream>
 #include <vector>
 
 #include "background_task_mgr_helper.h"
@@ -94,6 +95,11 @@ struct SensorFaultCase {
     int32_t activate;
     size_t samples;
 };
+
+std::ostream& operator<<(std::ostream& out, const SensorFaultCase& c)
+{
+    return out << "fault " << static_cast<int>(c.fault) << " on sensor " << c.faultTarget;
+}
 
 class SensorFaultTest : public SimulatedPhoneTest, public testing::WithParamInterface<SensorFaultCase> {};
 
