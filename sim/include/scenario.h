@@ -68,6 +68,9 @@ struct Scenario {
     int32_t days = 0;
     uint64_t seed = 0;
     int32_t standbyMode = 0; // the host's standby mode
+    // Virtual milliseconds the phone spends handling each delivered common event before the work
+    // it posted for "now" runs. With 0 a delayed check runs at exactly its delay after the event.
+    int32_t eventLatencyMs = 0;
     Habits habits;
     BatteryHabits battery;
     std::vector<DumpRequest> dumps;

@@ -45,12 +45,13 @@ bool IsDeepStopReport(const TimelineLine& line)
     return params.value("TYPE", 0) == kDeepSleepReportType && params.value("VALUE", 0) < 0;
 }
 
-void ReadLine(const TimelineLine& line, NightReport& report, int32_t& pendingReason)
+// Stop reasons by time: the report and the published end share their virtual time.
+using StopReasons = std::map<int64_t, int32_t>;
+
+void ReadLine(const TimelineLine& line, NightReport& report, const StopReasons& reasons)
 {
     const int64_t t = line["t"].get<int64_t>();
-    if (IsDeepStopReport(line)) {
-        pendingReason = line["params"]["VALUE"].get<int32_t>();
-    } else if (IsSleepEvent(line, DEEP_SLEEP_EVENT)) {
+    if (IsSleepEvent(line, DEEP_SLEEP_EVENT)) {
         if (IsSleepFlag(line)) {
             if (report.deepStartMs < 0) {
                 report.deepStartMs = t;
@@ -59,7 +60,8 @@ void ReadLine(const TimelineLine& line, NightReport& report, int32_t& pendingRea
             ++report.deepEpisodes;
         } else if (report.deepEpisodes > 0) {
             report.deepEndMs = t;
-            report.deepEndReason = pendingReason;
+            const auto reason = reasons.find(t);
+            report.deepEndReason = reason == reasons.end() ? 0 : reason->second;
         }
     } else if (IsSleepEvent(line, LIGHT_SLEEP_EVENT)) {
         if (IsSleepFlag(line)) {
@@ -104,9 +106,15 @@ std::vector<NightReport> SummariseNights(const std::vector<TimelineLine>& lines,
         while (next < lines.size() && lines[next]["t"].get<int64_t>() < begin) {
             ++next;
         }
-        int32_t pendingReason = 0;
-        for (; next < lines.size() && lines[next]["t"].get<int64_t>() < end; ++next) {
-            ReadLine(lines[next], report, pendingReason);
+        size_t last = next;
+        StopReasons reasons;
+        for (; last < lines.size() && lines[last]["t"].get<int64_t>() < end; ++last) {
+            if (IsDeepStopReport(lines[last])) {
+                reasons[lines[last]["t"].get<int64_t>()] = lines[last]["params"]["VALUE"].get<int32_t>();
+            }
+        }
+        for (; next < last; ++next) {
+            ReadLine(lines[next], report, reasons);
         }
         reports.push_back(report);
     }

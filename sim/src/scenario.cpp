@@ -195,6 +195,13 @@ const std::vector<FieldSpec>& Fields()
             "standbyMode", 0, 3, "the host's standby mode (STANDBT_MODE)",
             [](Scenario& s, int64_t v) { s.standbyMode = static_cast<int32_t>(v); },
             [](const Scenario& s) { return static_cast<int64_t>(s.standbyMode); }));
+        list.push_back(IntegerField(
+            "eventLatencyMs", 0, 1000,
+            "virtual milliseconds the phone takes to handle each delivered common event; with 0, work the "
+            "plug-in posts for later runs exactly its delay after the event (a check for \"more than 5 "
+            "minutes\" of screen-off then sees exactly 5 minutes)",
+            [](Scenario& s, int64_t v) { s.eventLatencyMs = static_cast<int32_t>(v); },
+            [](const Scenario& s) { return static_cast<int64_t>(s.eventLatencyMs); }));
         AddNightHabitFields(list, "weekday", [](Scenario& s) -> NightHabits& { return s.habits.weekday; });
         AddNightHabitFields(list, "weekend", [](Scenario& s) -> NightHabits& { return s.habits.weekend; });
         list.push_back(
@@ -432,6 +439,7 @@ Scenario DefaultScenario()
     scenario.days = 28;
     scenario.seed = 1;
     scenario.standbyMode = 0;
+    scenario.eventLatencyMs = 1;
     Habits& habits = scenario.habits;
     habits.weekday = NightHabits{23 * 60, 20, 6 * 60 + 55, 10};
     habits.weekend = NightHabits{23 * 60 + 45, 35, 8 * 60 + 30, 30};

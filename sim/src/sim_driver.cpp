@@ -36,6 +36,7 @@ constexpr int32_t kChargingStatusNone = 0;
 constexpr int32_t kChargingStatusCharging = 1;
 const std::string kSmartPowerPermission = "ohos.permission.PERCEIVE_SMART_POWER_SCENARIO";
 const std::string kNextAlarmKey = "nearestAlarmingTime";
+const std::string kLatencyTaskName = "sleepsim_event_latency";
 constexpr auto kProgressAfter = std::chrono::seconds(3);
 constexpr auto kProgressEvery = std::chrono::seconds(1);
 
@@ -246,6 +247,15 @@ private:
     {
         want.SetAction(action);
         host_->DispatchEvent(StandbyMessage(kCommonEventMessage, action, want));
+        if (scenario_.eventLatencyMs > 0) {
+            // Runs right after the delivery, before anything the delivery posts for "now".
+            handler_->PostTask(
+                [this] {
+                    DevStandbyMgr::SleepDetection::WaitForTrainingThreads();
+                    clock_->AdvanceMs(scenario_.eventLatencyMs);
+                },
+                kLatencyTaskName);
+        }
     }
 
     void Apply(const TraceEvent& event)
