@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev libsqlite3-dev libpugixml-dev
-  nlohmann-json3-dev)
+  nlohmann-json3-dev tzdata)
 
 missing=()
 for package in "${packages[@]}"; do

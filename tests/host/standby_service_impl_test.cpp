@@ -124,12 +124,5 @@ TEST(StandbyServiceImplRealTimeTest, DefaultHandlerRunsMessagesOnItsOwnThread)
     service->Reset();
 }
 
-TEST(StandbyHostGlobalsTest, DefaultsAreAsTheStrategiesExpect)
-{
-    EXPECT_EQ(STANDBT_MODE, 0);
-    EXPECT_GT(SENSOR_SAMPLING_RATE, 0);
-    EXPECT_GE(SENSOR_REPORTING_RATE, 0);
-}
-
 } // namespace
 } // namespace OHOS::DevStandbyMgr

@@ -84,20 +84,5 @@ TEST_F(CommonEventManagerTest, UnsubscribedReceiverGetsNothing)
     EXPECT_EQ(received_["stays"].size(), 1u);
 }
 
-TEST(CommonEventSupportTest, EventNamesAreDistinct)
-{
-    const std::vector<std::string> names{CommonEventSupport::COMMON_EVENT_SCREEN_ON,
-        CommonEventSupport::COMMON_EVENT_SCREEN_OFF, CommonEventSupport::COMMON_EVENT_SCREEN_UNLOCKED,
-        CommonEventSupport::COMMON_EVENT_BOOT_COMPLETED, CommonEventSupport::COMMON_EVENT_POWER_CONNECTED,
-        CommonEventSupport::COMMON_EVENT_POWER_DISCONNECTED, CommonEventSupport::COMMON_EVENT_CALL_STATE_CHANGED,
-        CommonEventSupport::COMMON_EVENT_USER_SWITCHED, CommonEventSupport::COMMON_EVENT_USER_STOPPING};
-    for (size_t i = 0; i < names.size(); ++i) {
-        EXPECT_FALSE(names[i].empty());
-        for (size_t j = i + 1; j < names.size(); ++j) {
-            EXPECT_NE(names[i], names[j]);
-        }
-    }
-}
-
 } // namespace
 } // namespace OHOS::EventFwk

@@ -192,12 +192,6 @@ TEST_F(VirtualEventHandlerTest, PostsFromManyThreadsAreAllRunOnTheDrivingThread)
     EXPECT_FALSE(offDriver);
 }
 
-TEST_F(VirtualEventHandlerTest, RejectsEmptyTasks)
-{
-    EXPECT_FALSE(handler_->PostTask(nullptr, "empty"));
-    EXPECT_EQ(handler_->PendingTaskCount(), 0u);
-}
-
 TEST(RealTimeEventHandlerTest, RunsTasksOnItsThreadInDueOrder)
 {
     auto handler = EventHandler::CreateRealTime("rt-test");

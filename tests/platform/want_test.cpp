@@ -59,15 +59,6 @@ TEST(WantTest, GettersOfAnotherTypeOrAbsentKeysReturnTheirDefault)
     }
 }
 
-TEST(WantTest, SettingAKeyAgainReplacesValueAndType)
-{
-    Want want;
-    want.SetParam("key", static_cast<int32_t>(1)).SetParam("key", std::string("now text"));
-    EXPECT_EQ(want.GetIntParam("key", -1), -1);
-    EXPECT_EQ(want.GetStringParam("key"), "now text");
-    EXPECT_EQ(want.GetParams().size(), 1u);
-}
-
 TEST(WantTest, JsonListsActionAndParametersInKeyOrder)
 {
     Want want;
