@@ -40,8 +40,9 @@ void SubscriberLink::Detach()
 
 NotificationCenter& NotificationCenter::GetInstance()
 {
-    static NotificationCenter center;
-    return center;
+    // Never destroyed: subscribers held by other statics forget themselves here at exit.
+    static NotificationCenter* center = new NotificationCenter();
+    return *center;
 }
 
 void NotificationCenter::SetHandler(std::shared_ptr<AppExecFwk::EventHandler> handler)

@@ -66,15 +66,6 @@ TEST_F(StrategyTest, DumpSleepIntoAndExitDriveTheDeepSleepState)
     EXPECT_EQ(PowerStates().back(), (std::pair<int32_t, int32_t>{100, -10}));
 }
 
-TEST_F(StrategyTest, DumpSleepIntoKeepsTheDayTimeRule)
-{
-    clock_.Get().SetWallTimeMs(LocalMs(2024, 3, 12, 12, 0));
-    Start();
-    ScreenOff();
-    Dump({"-S", "--strategy", "-RT", "--Sleep", "into"});
-    EXPECT_TRUE(published_.empty());
-}
-
 TEST_F(StrategyTest, DumpSetModeSwitchesTheEngineTestMode)
 {
     Start(); // switches the test mode on
@@ -87,14 +78,6 @@ TEST_F(StrategyTest, DumpSetModeSwitchesTheEngineTestMode)
     ScreenOff();
     handler_->FastForwardBy(60000);
     EXPECT_TRUE(log_.Contains("predict result"));
-}
-
-TEST_F(StrategyTest, DumpPredictManualHandsTheRecordToTheEngine)
-{
-    Start();
-    log_.Clear();
-    Dump({"-S", "--strategy", "-RT", "--Predict", "manual", "not/a/record"});
-    EXPECT_TRUE(log_.HasText("invalied args"));
 }
 
 } // namespace

@@ -539,14 +539,16 @@ TEST_F(StrategyTest, TwoOnCreatedCallsReplaceTheEngineAndSubscriber)
     EXPECT_FALSE(Subscribed());
 }
 
-TEST_F(StrategyTest, OnDestroyOnlyLogs)
+TEST_F(StrategyTest, StoppingStatesThatAreOffPublishesNothingButTheEasyWakeupStop)
 {
     Start();
-    EXPECT_EQ(Host()->OnDestroy(), ERR_OK);
-    EXPECT_TRUE(log_.HasText("UserSleepStrategy is OnDestroy now"));
-    ScreenOff();
-    Asleep(kWakeup);
-    EXPECT_EQ(published_.size(), 1u);
+    strategy_->HandleStopDeepSleepByAI(-1, -1);
+    strategy_->HandleStopLightSleepByAI(-1);
+    strategy_->HandleStopDeepSleepNotCareChargingByAI(-1);
+    EXPECT_TRUE(published_.empty());
+    EXPECT_EQ(Param(kDeepParam), "<unset>");
+    strategy_->HandleStopEasyWakeupSleep();
+    EXPECT_EQ(published_, (Events{{kEasyAction, false, -2}}));
 }
 
 } // namespace
