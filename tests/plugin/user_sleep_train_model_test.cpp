@@ -1,0 +1,608 @@
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "data_root.h"
+#include "event_handler.h"
+#include "hilog.h"
+#include "ibase_strategy.h"
+#include "rdb_faults.h"
+#include "scoped_time_zone.h"
+#include "sleep_database_manager.h"
+#include "sleep_history_builder.h"
+#include "standby_service_impl.h"
+#include "user_sleep_train_model.h"
+#include "virtual_clock.h"
+
+namespace OHOS::DevStandbyMgr {
+namespace {
+using Emulator::LocalTimeMs;
+using Span = UserSleepTrainModel::Span;
+
+constexpr int64_t MINUTE_MS = 60000;
+constexpr int64_t HOUR_MS = 3600000;
+constexpr int64_t DAY_MS = 86400000;
+constexpr int64_t FLOAT_STEP_MS = 131072; // spacing of single-precision values at present-day timestamps
+
+// March 2024, China Standard Time.
+int64_t Mar(int day, int hour, int minute = 0, int second = 0)
+{
+    return LocalTimeMs(2024, 3, day, hour, minute, second);
+}
+
+// A March time for test tables, turned into a timestamp only once the test has set its time zone.
+struct When {
+    int day;
+    int hour;
+    int minute = 0;
+    int second = 0;
+    int64_t Ms() const { return Mar(day, hour, minute, second); }
+};
+
+std::vector<Span> ToSpans(const std::vector<std::pair<When, When>>& spans)
+{
+    std::vector<Span> out;
+    for (const auto& [begin, end] : spans) {
+        out.emplace_back(begin.Ms(), end.Ms());
+    }
+    return out;
+}
+
+int32_t DateIndex(int day)
+{
+    return 2024 * 372 + 3 * 31 + day;
+}
+
+// Receives the host's messages in order.
+class RecordingStrategy : public IBaseStrategy {
+public:
+    void HandleEvent(const StandbyMessage& message) override { messages.push_back(message); }
+    ErrCode OnCreated() override { return ERR_OK; }
+    ErrCode OnDestroy() override { return ERR_OK; }
+    void ShellDump(const std::vector<std::string>&, std::string&) override {}
+    std::vector<StandbyMessage> messages;
+};
+
+class UserSleepTrainModelTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        Emulator::RdbFaults::Reset();
+        SleepDatabaseManager::GetInstance()->OnUserSwitched(); // open the database under this test's data root
+        handler_ = AppExecFwk::EventHandler::CreateVirtual(clock_.Shared());
+        StandbyServiceImpl::GetInstance()->SetHandler(handler_);
+        StandbyServiceImpl::GetInstance()->RegisterStrategy(strategy_);
+    }
+    void TearDown() override { StandbyServiceImpl::GetInstance()->Reset(); }
+
+    static void InsertScreens(const std::vector<std::pair<int64_t, int32_t>>& events)
+    {
+        std::vector<ScreenStateRecord> rows;
+        for (const auto& [timestamp, state] : events) {
+            ScreenStateRecord row;
+            row.timestamp = timestamp;
+            row.state = state;
+            rows.push_back(row);
+        }
+        ASSERT_EQ(manager_->InsertEntries(ScreenStateRecord::TABLE_NAME, rows), 0);
+    }
+
+    static void InsertObservation(int64_t timestamp, int32_t label, double light = 0.1, int32_t dark = 600,
+        double proximity = 5.0, int64_t nextClock = -1)
+    {
+        std::vector<SleepEnvironment> rows(1);
+        rows[0].timestamp = timestamp;
+        rows[0].label = label;
+        rows[0].light = light;
+        rows[0].lightDarkDuration = dark;
+        rows[0].proximity = proximity;
+        rows[0].nextClock = nextClock;
+        ASSERT_EQ(manager_->InsertEntries(SleepEnvironment::TABLE_NAME, rows), 0);
+    }
+
+    static int64_t Count(const std::string& table, const std::string& where = "")
+    {
+        return manager_->QueryCount(table, where);
+    }
+
+    static int64_t LabelCount(int64_t timestamp, int32_t label)
+    {
+        return Count(SleepEnvironment::TABLE_NAME,
+            "timestamp = " + std::to_string(timestamp) + " AND label = " + std::to_string(label));
+    }
+
+    static std::vector<SleepProbability> TimeTable()
+    {
+        std::vector<SleepProbability> rows;
+        manager_->QueryEntries(rows, "", "time_index");
+        return rows;
+    }
+
+    // Runs the training and delivers its finishing message.
+    void RunTraining()
+    {
+        UserSleepTrainModel model;
+        model.Run();
+        handler_->RunUntilIdle();
+    }
+
+    // Six nights ending 5-10 March, with a span on the day of the last screen event (11 March).
+    static void WriteCraftedNights()
+    {
+        InsertScreens({{Mar(4, 23), 0}, {Mar(5, 7), 1},                      // 8 h
+            {Mar(6, 0, 30), 0}, {Mar(6, 4, 30), 1},                          // exactly 4 h
+            {Mar(6, 5), 0}, {Mar(6, 8, 59), 1},                              // 3 h 59 min
+            {Mar(7, 13), 0}, {Mar(7, 22), 1},                                // 13:00-22:00, clipped to 21:00
+            {Mar(8, 0), 0}, {Mar(8, 4, 30), 1},                              // 4.5 h
+            {Mar(8, 5), 0}, {Mar(8, 13), 1},                                 // 8 h, clipped to 7 h: longest
+            {Mar(8, 22), 0}, {Mar(9, 2), 1}, {Mar(9, 3), 0}, {Mar(9, 7), 1}, // a tie keeps the first
+            {Mar(10, 11), 0}, {Mar(10, 22), 1},                              // 11:00-22:00: empty episode
+            {Mar(10, 23), 0}, {Mar(11, 7), 1}});                             // ends on the handled date
+    }
+
+    Emulator::ScopedTimeZone zone_{"CST-8"};
+    Emulator::ScopedDataRoot root_;
+    Emulator::ScopedVirtualClock clock_{Mar(11, 12)};
+    std::shared_ptr<AppExecFwk::EventHandler> handler_;
+    std::shared_ptr<RecordingStrategy> strategy_ = std::make_shared<RecordingStrategy>();
+    static inline std::shared_ptr<SleepDatabaseManager> manager_ = SleepDatabaseManager::GetInstance();
+};
+
+struct SpanCase {
+    std::string name;
+    std::vector<std::pair<When, int32_t>> events;
+    std::vector<std::pair<When, When>> spans;
+    std::vector<std::pair<When, When>> merged;
+};
+
+class ScreenSpanTest : public UserSleepTrainModelTest, public testing::WithParamInterface<SpanCase> {};
+
+TEST_P(ScreenSpanTest, BuildsAndMergesSpans)
+{
+    std::vector<ScreenStateRecord> rows;
+    for (const auto& [timestamp, state] : GetParam().events) {
+        ScreenStateRecord row;
+        row.timestamp = timestamp.Ms();
+        row.state = state;
+        rows.push_back(row);
+    }
+    UserSleepTrainModel model;
+    model.CalculateScreenOffDurations(rows);
+    model.GetMergeScreenOffData();
+    EXPECT_EQ(model.GetScreenOffSpans(), ToSpans(GetParam().spans));
+    EXPECT_EQ(model.GetMergedSpans(), ToSpans(GetParam().merged));
+}
+
+INSTANTIATE_TEST_SUITE_P(History, ScreenSpanTest,
+    testing::Values(
+        // The hour of the next span's begin must be before 05:00, so a short use at 23:10 splits the night.
+        SpanCase{"ShortUseAtElevenPmDoesNotMerge",
+            {{When{4, 23, 10}, 0}, {When{4, 23, 10, 40}, 1}, {When{4, 23, 11}, 0}, {When{5, 7}, 1}},
+            {{When{4, 23, 10}, When{4, 23, 10, 40}}, {When{4, 23, 11}, When{5, 7}}},
+            {{When{4, 23, 10}, When{4, 23, 10, 40}}, {When{4, 23, 11}, When{5, 7}}}},
+        SpanCase{"ShortUseAtThreeAmMerges",
+            {{When{5, 1}, 0}, {When{5, 3, 10}, 1}, {When{5, 3, 10, 30}, 0}, {When{5, 7}, 1}},
+            {{When{5, 1}, When{5, 3, 10}}, {When{5, 3, 10, 30}, When{5, 7}}}, {{When{5, 1}, When{5, 7}}}},
+        SpanCase{"ShortUseAtHalfPastFiveDoesNotMerge",
+            {{When{5, 1}, 0}, {When{5, 5, 30}, 1}, {When{5, 5, 30, 30}, 0}, {When{5, 7}, 1}},
+            {{When{5, 1}, When{5, 5, 30}}, {When{5, 5, 30, 30}, When{5, 7}}},
+            {{When{5, 1}, When{5, 5, 30}}, {When{5, 5, 30, 30}, When{5, 7}}}},
+        SpanCase{"GapOfOneMinuteDoesNotMerge", {{When{5, 1}, 0}, {When{5, 3}, 1}, {When{5, 3, 1}, 0}, {When{5, 7}, 1}},
+            {{When{5, 1}, When{5, 3}}, {When{5, 3, 1}, When{5, 7}}},
+            {{When{5, 1}, When{5, 3}}, {When{5, 3, 1}, When{5, 7}}}},
+        SpanCase{"RepeatedOffKeepsFirst", {{When{4, 23}, 0}, {When{4, 23, 30}, 0}, {When{5, 7}, 1}},
+            {{When{4, 23}, When{5, 7}}}, {{When{4, 23}, When{5, 7}}}},
+        SpanCase{"BootClosesSpan", {{When{4, 23}, 0}, {When{5, 3}, 2}, {When{5, 7}, 1}}, {{When{4, 23}, When{5, 3}}},
+            {{When{4, 23}, When{5, 3}}}},
+        SpanCase{"BootAfterUnlockClosesSpanFromUnlock", {{When{4, 22}, 1}, {When{4, 22, 30}, 2}},
+            {{When{4, 22}, When{4, 22, 30}}}, {{When{4, 22}, When{4, 22, 30}}}},
+        SpanCase{"UnlocksAloneMakeNoSpan", {{When{4, 22}, 2}, {When{4, 23}, 1}, {When{5, 7}, 1}}, {}, {}}),
+    [](const testing::TestParamInfo<SpanCase>& info) { return info.param.name; });
+
+struct ClipCase {
+    std::string name;
+    When begin;
+    When end;
+    When expectedBegin;
+    When expectedEnd;
+    bool beginCoarse; // adjusted in single precision: a multiple of 2^17 ms within one step of the target
+    bool endCoarse;
+};
+
+class ClipTest : public UserSleepTrainModelTest, public testing::WithParamInterface<ClipCase> {};
+
+void ExpectTime(int64_t actual, int64_t expected, bool coarse)
+{
+    if (!coarse) {
+        EXPECT_EQ(actual, expected);
+        return;
+    }
+    EXPECT_EQ(actual % FLOAT_STEP_MS, 0);
+    EXPECT_LE(std::llabs(actual - expected), FLOAT_STEP_MS);
+}
+
+TEST_P(ClipTest, ClipsToTheNight)
+{
+    const ClipCase& param = GetParam();
+    UserSleepTrainModel model;
+    Span clipped = model.UpdateBeginEndTime(param.begin.Ms(), param.end.Ms());
+    ExpectTime(clipped.first, param.expectedBegin.Ms(), param.beginCoarse);
+    ExpectTime(clipped.second, param.expectedEnd.Ms(), param.endCoarse);
+}
+
+INSTANTIATE_TEST_SUITE_P(Episodes, ClipTest,
+    testing::Values(ClipCase{"NightUnchanged", When{4, 23}, When{5, 7}, When{4, 23}, When{5, 7}, false, false},
+        ClipCase{"AfternoonBeginMovesToNine", When{4, 13}, When{4, 22}, When{4, 21}, When{4, 22}, true, false},
+        ClipCase{"AfternoonEndMovesToNoon", When{4, 23}, When{5, 13}, When{4, 23}, When{5, 12}, false, true},
+        ClipCase{"DaySpanBecomesEmpty", When{4, 11}, When{4, 22}, When{4, 11}, When{4, 11}, false, false},
+        ClipCase{"NothingLeftBecomesEmpty", When{4, 20}, When{4, 21}, When{4, 20}, When{4, 20}, false, false}),
+    [](const testing::TestParamInfo<ClipCase>& info) { return info.param.name; });
+
+TEST_F(UserSleepTrainModelTest, StoresOneEpisodePerNightAndTheParametersRow)
+{
+    WriteCraftedNights();
+    SleepParameter previous;
+    previous.handledReportQuantifyTimestamp = 12345;
+    previous.sleepHomeProba = 0.7;
+    ASSERT_EQ(manager_->InsertEntry(SleepParameter::TABLE_NAME, previous), 0);
+    InsertObservation(Mar(5, 1), -1);
+    InsertObservation(Mar(10, 15), -1);
+    RunTraining();
+
+    std::vector<SleepDurationRecord> episodes;
+    ASSERT_EQ(manager_->QueryEntries(episodes, "", "begin_time"), 0);
+    ASSERT_EQ(episodes.size(), 6U);
+    struct Expected {
+        int day;
+        int64_t begin;
+        int64_t end;
+        int32_t weekDay;
+        bool beginCoarse;
+        bool endCoarse;
+    };
+    const std::vector<Expected> expected{{5, Mar(4, 23), Mar(5, 7), 2, false, false},
+        {6, Mar(6, 0, 30), Mar(6, 4, 30), 3, false, false}, {7, Mar(7, 21), Mar(7, 22), 5, true, false},
+        {8, Mar(8, 5), Mar(8, 12), 5, false, true}, {9, Mar(8, 22), Mar(9, 2), 6, false, false},
+        {10, Mar(10, 11), Mar(10, 11), 7, false, false}};
+    for (size_t i = 0; i < expected.size(); ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(episodes[i].dateIndex, DateIndex(expected[i].day));
+        ExpectTime(episodes[i].beginTime, expected[i].begin, expected[i].beginCoarse);
+        ExpectTime(episodes[i].endTime, expected[i].end, expected[i].endCoarse);
+        EXPECT_EQ(episodes[i].weekDay, expected[i].weekDay);
+    }
+
+    std::vector<SleepParameter> parameters;
+    ASSERT_EQ(manager_->QueryEntries(parameters, "", ""), 0);
+    ASSERT_EQ(parameters.size(), 1U);
+    EXPECT_EQ(parameters[0].handledTimestamp, Mar(11, 7));
+    EXPECT_EQ(parameters[0].handledReportQuantifyTimestamp, 0); // its column name is misspelt, the read fails
+    EXPECT_EQ(parameters[0].handledDateIndex, DateIndex(10));
+    EXPECT_EQ(parameters[0].sleepHomeProba, 0.0);
+    EXPECT_EQ(parameters[0].unsleepHomeProba, 0.0);
+    EXPECT_EQ(parameters[0].sleepChargeProba, 0.0);
+    EXPECT_EQ(parameters[0].unsleepChargeProba, 0.0);
+    EXPECT_EQ(parameters[0].recordDays, 5); // 5 days 14 h of observations, six nights
+    // Screen events older than a day before the handled time are gone.
+    EXPECT_EQ(Count(ScreenStateRecord::TABLE_NAME), 4);
+
+    // A second run finds no new night.
+    RunTraining();
+    EXPECT_EQ(Count(SleepDurationRecord::TABLE_NAME), 6);
+}
+
+TEST_F(UserSleepTrainModelTest, LabelsObservationsAroundEpisodeBegins)
+{
+    WriteCraftedNights();
+    struct Observation {
+        int64_t timestamp;
+        int32_t initial;
+        int32_t expected;
+    };
+    const std::vector<Observation> observations{{Mar(5, 1, 59), -1, 1}, // 2 h 59 min after the first begin
+        {Mar(4, 23), -1, 1},                                            // at the begin
+        {Mar(4, 21), -1, 0},                                            // 2 h before
+        {Mar(4, 20), -1, 0},                                            // exactly 3 h before
+        {Mar(4, 19), -1, -2},                                           // 4 h before the first begin
+        {Mar(5, 2), -1, -2},                                            // 3 h after: too early for the next begin
+        {Mar(7, 21, 30), 7, 1}, // after the clipped 21:00 begin; any unknown label counts as unlabelled
+        {Mar(10, 12), -1, 1},   // after the begin of the empty episode
+        {Mar(10, 15), -1, -1},  // beyond the last begin + 3 h: left for a later run
+        {Mar(6, 12), 0, 0}};    // already labelled: untouched
+    for (const auto& observation : observations) {
+        InsertObservation(observation.timestamp, observation.initial);
+    }
+    UserSleepTrainModel model;
+    ASSERT_TRUE(model.IsMeetTrainCondition());
+    for (const auto& observation : observations) {
+        EXPECT_EQ(LabelCount(observation.timestamp, observation.expected), 1) << observation.timestamp;
+    }
+    // Unusable rows older than three days before the handled time are dropped by the full run.
+    model.DeleteHandledRecord();
+    EXPECT_EQ(Count(SleepEnvironment::TABLE_NAME), static_cast<int64_t>(observations.size()) - 2);
+}
+
+TEST_F(UserSleepTrainModelTest, TimeTableCountsSlotsAfterBeginUpToEnd)
+{
+    InsertScreens({{Mar(4, 23), 0}, {Mar(5, 7), 1}, {Mar(6, 1), 0}, {Mar(6, 7), 1}, {Mar(7, 10), 1}});
+    RunTraining();
+    std::vector<SleepProbability> table = TimeTable();
+    ASSERT_EQ(table.size(), 288U);
+    // 23:00-07:00 adds slots 277...287 and 0...84; 01:00-07:00 adds 13...84. Two nights.
+    const std::vector<std::pair<int32_t, double>> expected{
+        {276, 0.0}, {277, 0.5}, {287, 0.5}, {0, 0.5}, {12, 0.5}, {13, 1.0}, {84, 1.0}, {85, 0.0}, {150, 0.0}};
+    for (const auto& [slot, probability] : expected) {
+        EXPECT_EQ(table[slot].timeIndex, slot);
+        EXPECT_DOUBLE_EQ(table[slot].probability, probability) << slot;
+        EXPECT_DOUBLE_EQ(table[slot].probabilityWeekend, probability) << slot;
+    }
+}
+
+TEST_F(UserSleepTrainModelTest, TwoSigmaLimitOfWorkedExample)
+{
+    UserSleepTrainModel model;
+    std::vector<SleepDurationRecord> records;
+    for (int i = 0; i < 7; ++i) {
+        SleepDurationRecord record;
+        record.beginTime = Mar(4 + i, 0);
+        record.endTime = Mar(4 + i, 7, 10 * i);
+        records.push_back(record);
+    }
+    EXPECT_EQ(model.GetTypeSigmaTimestamp(records, 2), 24600000); // mean 27000 s, sigma 1200 s
+    records.pop_back();
+    EXPECT_EQ(model.GetTypeSigmaTimestamp(records, 2), 0);
+    EXPECT_TRUE(model.IsAbnormalEarlyWakeupRecord(Mar(5, 6, 49), 24600000));
+    EXPECT_FALSE(model.IsAbnormalEarlyWakeupRecord(Mar(5, 6, 50), 24600000));
+}
+
+class NoClockFilterTest : public UserSleepTrainModelTest, public testing::WithParamInterface<bool> {};
+
+// Seven nights waking 07:00...08:00 and one 22:00-04:30 night; the two-sigma limit is 05:02:44.
+TEST_P(NoClockFilterTest, EarlyNightWithAlarmLeavesTheCounts)
+{
+    bool alarmAtWakeUp = GetParam();
+    clock_.Get().SetWallTimeMs(Mar(9, 12));
+    std::vector<std::pair<int64_t, int32_t>> events;
+    for (int i = 0; i < 7; ++i) {
+        events.push_back({Mar(i, 23), 0});
+        events.push_back({Mar(i + 1, 7, 10 * i), 1});
+    }
+    events.push_back({Mar(7, 22), 0});
+    events.push_back({Mar(8, 4, 30), 1});
+    events.push_back({Mar(9, 10), 1});
+    InsertScreens(events);
+    InsertObservation(Mar(8, 4), -1, 0.1, 600, 5.0, alarmAtWakeUp ? Mar(8, 4, 30) : -1);
+    RunTraining();
+
+    std::vector<SleepProbability> table = TimeTable();
+    ASSERT_EQ(table.size(), 288U);
+    double expected = alarmAtWakeUp ? 0.0 : 1.0 / 8.0; // slot 270 (22:30) is covered by the early night only
+    EXPECT_DOUBLE_EQ(table[270].probability, expected);
+    EXPECT_DOUBLE_EQ(table[270].probabilityWeekend, expected);
+    ASSERT_EQ(strategy_->messages.size(), 1U);
+    const auto& want = strategy_->messages[0].want;
+    ASSERT_TRUE(want.has_value());
+    EXPECT_EQ(want->GetLongParam("weekdayThreeSigmaTimestamp", -1), 18164000);
+    EXPECT_EQ(want->GetLongParam("weekendThreeSigmaTimestamp", -1), 18164000);
+}
+
+INSTANTIATE_TEST_SUITE_P(Alarm, NoClockFilterTest, testing::Bool());
+
+TEST_F(UserSleepTrainModelTest, AmbientTableHoldsPercentilesOfLabelledObservations)
+{
+    // The environment query lists "charge_state light" without a comma: the record's light field receives the
+    // dark duration, and ORDER BY light sorts by the charge state (all equal here), so rows come in stored order.
+    InsertObservation(Mar(5, 1), 1, 40.0, 1);
+    InsertObservation(Mar(5, 2), 1, 30.0, 2);
+    InsertObservation(Mar(5, 3), 1, 20.0, 3);
+    InsertObservation(Mar(5, 4), 1, 10.0, 4);
+    InsertObservation(Mar(5, 5), 1, 5.0, 100, 0.0); // covered
+    InsertObservation(Mar(5, 6), 1, -1.0, 200);     // no light reading
+    InsertObservation(Mar(5, 0), 5, 1.0, 300);      // not a label
+    InsertObservation(Mar(4, 22), 0, 100.0, 7);
+    UserSleepTrainModel model;
+    model.CalculateAmbientSleepProba();
+    std::vector<SleepAmbientProbability> rows;
+    ASSERT_EQ(manager_->QueryEntries(rows, "", "percent"), 0);
+    ASSERT_EQ(rows.size(), 101U);
+    for (const auto& row : rows) {
+        double sleep = row.percent == 100 ? 0.0 : 4.0 - row.percent / 25;
+        EXPECT_DOUBLE_EQ(row.sleepAmbient, sleep) << row.percent;
+        EXPECT_DOUBLE_EQ(row.unsleepAmbient, row.percent == 0 ? 0.0 : 7.0) << row.percent;
+    }
+}
+
+TEST_F(UserSleepTrainModelTest, AmbientTableWithoutAsleepRowsIsZero)
+{
+    InsertObservation(Mar(4, 22), 0, 100.0, 7);
+    UserSleepTrainModel model;
+    model.CalculateAmbientSleepProba();
+    EXPECT_EQ(Count(SleepAmbientProbability::TABLE_NAME), 101);
+    EXPECT_EQ(Count(SleepAmbientProbability::TABLE_NAME, "sleep_ambient = 0"), 101);
+}
+
+TEST_F(UserSleepTrainModelTest, PercentileFillOfOneRecord)
+{
+    UserSleepTrainModel model;
+    std::vector<SleepEnvironment> records(1);
+    records[0].light = 3.0;
+    std::vector<float> downward = model.CalculateProbaAmbients(records, 1);
+    std::vector<float> upward = model.CalculateProbaAmbients(records, 0);
+    ASSERT_EQ(downward.size(), 101U);
+    for (size_t i = 0; i < 101; ++i) {
+        EXPECT_EQ(downward[i], i == 100 ? 0.0F : 3.0F) << i;
+        EXPECT_EQ(upward[i], i == 0 ? 0.0F : 3.0F) << i;
+    }
+}
+
+struct NotificationCase {
+    std::string name;
+    std::vector<std::pair<int32_t, int32_t>> records; // week day, has notification
+    bool dropTable;
+    float weekday;
+    float weekend;
+    std::vector<std::string> logs;
+};
+
+class NotificationProbaTest : public UserSleepTrainModelTest, public testing::WithParamInterface<NotificationCase> {};
+
+TEST_P(NotificationProbaTest, ComputesProbabilities)
+{
+    std::vector<SleepNotificationRecord> rows;
+    int64_t timestamp = Mar(1, 23);
+    for (const auto& [weekDay, has] : GetParam().records) {
+        SleepNotificationRecord row;
+        row.timestamp = timestamp += DAY_MS;
+        row.weekDay = weekDay;
+        row.isHasNotification = has;
+        rows.push_back(row);
+    }
+    if (!rows.empty()) {
+        ASSERT_EQ(manager_->InsertEntries(SleepNotificationRecord::TABLE_NAME, rows), 0);
+    }
+    if (GetParam().dropTable) {
+        manager_->Execute("DROP TABLE " + SleepNotificationRecord::TABLE_NAME);
+    }
+    Emulator::LogCapture logs;
+    UserSleepTrainModel model;
+    model.CalculateNotificationProba();
+    EXPECT_FLOAT_EQ(model.GetNotiProbWeekday(), GetParam().weekday);
+    EXPECT_FLOAT_EQ(model.GetNotiProbWeekend(), GetParam().weekend);
+    for (const auto& text : GetParam().logs) {
+        EXPECT_TRUE(logs.HasText(text)) << text;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Records, NotificationProbaTest,
+    testing::Values(
+        NotificationCase{"FewWeekendRecordsUseAll",
+            {{6, 1}, {7, 0}, {6, 0}, {1, 1}, {2, 1}, {3, 0}, {4, 0}, {5, 0}, {1, 0}, {2, 0}}, false, 2.0F / 7.0F, 0.3F,
+            {"less than min valid notification count by week condition", "notificationNum is 3, recordNum is 10",
+                "notificationNum is 2, recordNum is 7"}},
+        NotificationCase{"FewRecordsInAll", {{6, 1}, {1, 1}, {2, 1}, {3, 1}, {4, 1}}, false, 0.0F, 0.0F,
+            {"less than min valid notification count by all condition"}},
+        NotificationCase{"BothWeekTypesSufficient",
+            {{6, 1}, {7, 1}, {6, 1}, {7, 1}, {6, 1}, {7, 1}, {6, 1}, {1, 0}, {2, 0}, {3, 0}, {4, 0}, {5, 0}, {1, 0},
+                {2, 0}},
+            false, 0.0F, 1.0F, {}},
+        NotificationCase{
+            "TableUnreadable", {}, true, 0.0F, 0.0F, {"cursor is null of slp notification records by contification"}}),
+    [](const testing::TestParamInfo<NotificationCase>& info) { return info.param.name; });
+
+class ClockJumpTest : public UserSleepTrainModelTest, public testing::WithParamInterface<int64_t> {};
+
+TEST_P(ClockJumpTest, EmptiesEveryTableOnlyBeyondOneHour)
+{
+    int64_t future = clock_.Get().WallTimeMs() + GetParam();
+    InsertScreens({{Mar(9, 23), 0}, {Mar(10, 7), 1}, {future, 0}});
+    InsertObservation(Mar(10, 1), -1);
+    std::vector<SleepNotificationRecord> notification(1);
+    notification[0].timestamp = Mar(10, 1);
+    ASSERT_EQ(manager_->InsertEntries(SleepNotificationRecord::TABLE_NAME, notification), 0);
+    Emulator::LogCapture logs;
+    RunTraining();
+    bool jumped = GetParam() > HOUR_MS;
+    const std::string text = "the current timestamp is one hour ealier than the last timestamp, so delete all tables";
+    EXPECT_EQ(logs.HasText(text), jumped);
+    for (const std::string& table : {SleepEnvironment::TABLE_NAME, ScreenStateRecord::TABLE_NAME,
+             SleepDurationRecord::TABLE_NAME, SleepParameter::TABLE_NAME, SleepProbability::TABLE_NAME,
+             SleepAmbientProbability::TABLE_NAME, SleepNotificationRecord::TABLE_NAME}) {
+        EXPECT_EQ(Count(table) == 0, jumped) << table;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Future, ClockJumpTest, testing::Values(HOUR_MS - MINUTE_MS, HOUR_MS + MINUTE_MS));
+
+TEST_F(UserSleepTrainModelTest, RetentionKeepsNinetyDays)
+{
+    int64_t limit = clock_.Get().WallTimeMs() - 90 * DAY_MS;
+    InsertScreens({{limit - 1, 0}, {limit, 1}});
+    InsertObservation(limit - 1, -1);
+    InsertObservation(limit, -1);
+    std::vector<SleepDurationRecord> durations(2);
+    durations[0].beginTime = limit - 1;
+    durations[1].beginTime = limit;
+    ASSERT_EQ(manager_->InsertEntries(SleepDurationRecord::TABLE_NAME, durations), 0);
+    std::vector<SleepNotificationRecord> notifications(2);
+    notifications[0].timestamp = limit - 1;
+    notifications[1].timestamp = limit;
+    ASSERT_EQ(manager_->InsertEntries(SleepNotificationRecord::TABLE_NAME, notifications), 0);
+    UserSleepTrainModel model;
+    model.DeleteOldData();
+    for (const std::string& table : {ScreenStateRecord::TABLE_NAME, SleepEnvironment::TABLE_NAME,
+             SleepDurationRecord::TABLE_NAME, SleepNotificationRecord::TABLE_NAME}) {
+        EXPECT_EQ(Count(table), 1) << table;
+    }
+}
+
+TEST_F(UserSleepTrainModelTest, FinishMessageCarriesTrainingResults)
+{
+    std::vector<SleepNotificationRecord> notifications;
+    for (int i = 0; i < 10; ++i) {
+        SleepNotificationRecord row;
+        row.timestamp = Mar(1, 23) + i * DAY_MS;
+        row.weekDay = 1 + i % 7;
+        row.isHasNotification = i < 4 ? 1 : 0;
+        notifications.push_back(row);
+    }
+    ASSERT_EQ(manager_->InsertEntries(SleepNotificationRecord::TABLE_NAME, notifications), 0);
+    WriteCraftedNights();
+    RunTraining();
+    ASSERT_EQ(strategy_->messages.size(), 1U);
+    const StandbyMessage& message = strategy_->messages[0];
+    EXPECT_EQ(message.eventId, 2001);
+    ASSERT_TRUE(message.want.has_value());
+    EXPECT_TRUE(message.want->GetBoolParam("isTrainSuccess", false));
+    EXPECT_FLOAT_EQ(message.want->GetFloatParam("notiProbWeekday", -1.0F), 4.0F / 8.0F);
+    EXPECT_FLOAT_EQ(message.want->GetFloatParam("notiProbWeekend", -1.0F), 4.0F / 10.0F); // two rows: all ten
+    // Six nights in all: too few for a limit, so both stay at 09:00.
+    EXPECT_EQ(message.want->GetLongParam("weekdayThreeSigmaTimestamp", -1), 32400000);
+    EXPECT_EQ(message.want->GetLongParam("weekendThreeSigmaTimestamp", -1), 32400000);
+}
+
+struct FailureCase {
+    std::string name;
+    bool storeUnavailable;
+    std::string droppedTable;
+    std::vector<std::string> logs;
+};
+
+class TrainConditionFailureTest : public UserSleepTrainModelTest, public testing::WithParamInterface<FailureCase> {};
+
+TEST_P(TrainConditionFailureTest, SendsEmptyFinishMessage)
+{
+    WriteCraftedNights();
+    if (!GetParam().droppedTable.empty()) {
+        manager_->Execute("DROP TABLE " + GetParam().droppedTable);
+    }
+    Emulator::RdbFaults::SetOpenFails(GetParam().storeUnavailable);
+    if (GetParam().storeUnavailable) {
+        manager_->OnUserSwitched(); // forget the open store so that the next use must reopen it
+    }
+    Emulator::LogCapture logs;
+    RunTraining();
+    for (const auto& text : GetParam().logs) {
+        EXPECT_TRUE(logs.HasText(text)) << text;
+    }
+    ASSERT_EQ(strategy_->messages.size(), 1U);
+    EXPECT_EQ(strategy_->messages[0].eventId, 2001);
+    ASSERT_TRUE(strategy_->messages[0].want.has_value());
+    EXPECT_TRUE(strategy_->messages[0].want->GetParams().empty());
+    EXPECT_TRUE(logs.HasText("finish training long standby model."));
+}
+
+INSTANTIATE_TEST_SUITE_P(Failures, TrainConditionFailureTest,
+    testing::Values(
+        FailureCase{"StoreUnavailable", true, "", {"get screen off duration failed.", "identify slp time error"}},
+        FailureCase{"ScreenTableMissing", false, "raw_screen_state",
+            {"Failed to query screen state.", "get screen off duration failed.", "identify slp time error"}},
+        FailureCase{"DurationTableMissing", false, "sleep_duration",
+            {"Faired to write long standby table.", "can't get table of long standby duration.", "label data error"}}),
+    [](const testing::TestParamInfo<FailureCase>& info) { return info.param.name; });
+
+} // namespace
+} // namespace OHOS::DevStandbyMgr
