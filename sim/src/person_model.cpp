@@ -213,63 +213,71 @@ private:
         return morningEnd;
     }
 
+    // One awake period, with the phone session it holds (if the person reached for the phone).
+    struct Awakening {
+        TimeSpan span;
+        bool withPhone = false;
+        PhoneSession session;
+    };
+
     // Awakenings and a possible night call, with the sessions of those that reach for the phone.
     void PlanAwakenings(NightTruth& truth)
     {
         const int64_t earliest = truth.onsetMs + kAwakeningMarginMs;
         const int64_t latest = truth.wakeMs - kAwakeningMarginMs;
-        std::vector<TimeSpan> awake;
-        std::vector<PhoneSession> sessions;
+        std::vector<Awakening> awakenings;
         const int32_t count = random_.Poisson(habits_.awakeningsPerNight);
         for (int32_t i = 0; i < count && latest > earliest; ++i) {
-            const int64_t begin = random_.UniformInt(earliest, latest);
-            int64_t end = begin + Minutes(random_.Uniform(2, 12));
+            Awakening awakening;
+            awakening.span.beginMs = random_.UniformInt(earliest, latest);
+            awakening.span.endMs = awakening.span.beginMs + Minutes(random_.Uniform(2, 12));
             if (random_.Chance(habits_.awakeningPhoneChance)) {
-                PhoneSession look;
-                look.pickupMs = begin + 20 * kMsPerSecond;
-                look.screenOnMs = look.pickupMs + 2 * kMsPerSecond;
-                if (random_.Chance(habits_.awakeningUnlockChance)) {
-                    look.unlockMs = look.screenOnMs + 3 * kMsPerSecond;
-                    look.screenOffMs = look.unlockMs + Minutes(random_.Uniform(1, 6));
-                } else {
-                    look.screenOffMs = look.screenOnMs + Minutes(random_.Uniform(0.1, 0.4));
-                }
-                look.placeAfter = RestPlace::NIGHT_SPOT;
-                end = std::max(end, look.screenOffMs + 2 * kMsPerMinute);
-                sessions.push_back(look);
+                awakening.withPhone = true;
+                awakening.session = LookAtPhone(awakening.span.beginMs);
+                awakening.span.endMs = std::max(awakening.span.endMs, awakening.session.screenOffMs + 2 * kMsPerMinute);
             }
-            awake.push_back(TimeSpan{begin, end});
+            awakenings.push_back(awakening);
         }
         if (latest > earliest && random_.Chance(habits_.nightCallChance)) {
-            PhoneSession call = Call(random_.UniformInt(earliest, latest), kNightAnswerChance);
-            call.placeAfter = RestPlace::NIGHT_SPOT;
-            awake.push_back(TimeSpan{call.screenOnMs, call.screenOffMs + Minutes(random_.Uniform(3, 10))});
-            sessions.push_back(call);
+            Awakening call;
+            call.withPhone = true;
+            call.session = Call(random_.UniformInt(earliest, latest), kNightAnswerChance);
+            call.session.placeAfter = RestPlace::NIGHT_SPOT;
+            call.span = TimeSpan{call.session.screenOnMs, call.session.screenOffMs + Minutes(random_.Uniform(3, 10))};
+            awakenings.push_back(call);
         }
-        KeepDisjoint(awake, sessions, truth);
+        KeepDisjoint(awakenings, truth);
     }
 
-    // Keeps the awakenings that do not overlap an earlier one (with their sessions), in time order.
-    void KeepDisjoint(std::vector<TimeSpan>& awake, std::vector<PhoneSession>& sessions, NightTruth& truth)
+    PhoneSession LookAtPhone(int64_t awakeMs)
     {
-        std::vector<size_t> order(awake.size());
-        for (size_t i = 0; i < order.size(); ++i) {
-            order[i] = i;
+        PhoneSession look;
+        look.pickupMs = awakeMs + 20 * kMsPerSecond;
+        look.screenOnMs = look.pickupMs + 2 * kMsPerSecond;
+        if (random_.Chance(habits_.awakeningUnlockChance)) {
+            look.unlockMs = look.screenOnMs + 3 * kMsPerSecond;
+            look.screenOffMs = look.unlockMs + Minutes(random_.Uniform(1, 6));
+        } else {
+            look.screenOffMs = look.screenOnMs + Minutes(random_.Uniform(0.1, 0.4));
         }
-        std::stable_sort(
-            order.begin(), order.end(), [&awake](size_t a, size_t b) { return awake[a].beginMs < awake[b].beginMs; });
+        look.placeAfter = RestPlace::NIGHT_SPOT;
+        return look;
+    }
+
+    // Keeps the awakenings that start after the previous kept one ended (with their sessions).
+    void KeepDisjoint(std::vector<Awakening>& awakenings, NightTruth& truth)
+    {
+        std::stable_sort(awakenings.begin(), awakenings.end(),
+            [](const Awakening& a, const Awakening& b) { return a.span.beginMs < b.span.beginMs; });
         int64_t lastEnd = truth.onsetMs;
-        for (size_t index : order) {
-            const TimeSpan& span = awake[index];
-            if (span.beginMs < lastEnd + 5 * kMsPerMinute || span.endMs >= truth.wakeMs) {
+        for (const Awakening& awakening : awakenings) {
+            if (awakening.span.beginMs < lastEnd + 5 * kMsPerMinute || awakening.span.endMs >= truth.wakeMs) {
                 continue;
             }
-            truth.awakenings.push_back(span);
-            lastEnd = span.endMs;
-            for (const PhoneSession& session : sessions) {
-                if (session.screenOnMs >= span.beginMs && session.screenOnMs < span.endMs) {
-                    plan_.sessions.push_back(session);
-                }
+            truth.awakenings.push_back(awakening.span);
+            lastEnd = awakening.span.endMs;
+            if (awakening.withPhone) {
+                plan_.sessions.push_back(awakening.session);
             }
         }
     }

@@ -1,0 +1,160 @@
+// Scenario files and the sleepsim command line: defaults, round trip, and clear refusals of bad input.
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "data_root.h"
+#include "scenario.h"
+#include "sim_cli.h"
+
+namespace OHOS::Sim {
+namespace {
+
+struct BadScenario {
+    std::string json;
+    std::string message; // must appear in the error
+};
+
+void PrintTo(const BadScenario& c, std::ostream* os)
+{
+    *os << c.json;
+}
+
+class ScenarioErrorTest : public testing::TestWithParam<BadScenario> {};
+
+TEST_P(ScenarioErrorTest, NamesTheFieldAndLeavesTheScenarioUnchanged)
+{
+    Scenario scenario = DefaultScenario();
+    const std::string before = ScenarioToJson(scenario);
+    std::string error;
+    EXPECT_FALSE(ParseScenario(GetParam().json, scenario, error));
+    EXPECT_NE(error.find(GetParam().message), std::string::npos) << error;
+    EXPECT_EQ(ScenarioToJson(scenario), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(Fields, ScenarioErrorTest,
+    testing::Values(BadScenario{"{", "not valid JSON"}, BadScenario{"[1]", "must be a JSON object"},
+        BadScenario{R"({"days": 0})", "field 'days'"}, BadScenario{R"({"days": 2.5})", "field 'days'"},
+        BadScenario{R"({"seed": -1})", "field 'seed'"}, BadScenario{R"({"seed": "7"})", "field 'seed'"},
+        BadScenario{R"({"startDate": "2026-02-30"})", "field 'startDate'"},
+        BadScenario{R"({"timeZone": "Nowhere/Atlantis"})", "field 'timeZone'"},
+        BadScenario{R"({"standbyMode": 4})", "field 'standbyMode'"},
+        BadScenario{R"({"habits": {"weekday": {"bedtime": "24:10"}}})", "field 'habits.weekday.bedtime'"},
+        BadScenario{R"({"habits": {"weekend": {"wakeSpreadMin": -3}}})", "field 'habits.weekend.wakeSpreadMin'"},
+        BadScenario{
+            R"({"habits": {"weekday": {"bedtime": "23:00", "wakeTime": "01:00"}}})", "field 'habits.weekday.wakeTime'"},
+        BadScenario{R"({"habits": {"wekday": {}}})", "unknown field 'habits.wekday'"},
+        BadScenario{R"({"habits": {"charging": "evening"}})", "field 'habits.charging': expected an object"},
+        BadScenario{R"({"habits": {"charging": {"mode": "always"}}})", "field 'habits.charging.mode'"},
+        BadScenario{R"({"habits": {"phonePlace": "pillow"}})", "field 'habits.phonePlace'"},
+        BadScenario{R"({"habits": {"alarm": {"weekdays": 1}}})", "field 'habits.alarm.weekdays'"},
+        BadScenario{R"({"habits": {"awakenings": {"phoneChance": 1.5}}})", "field 'habits.awakenings.phoneChance'"},
+        BadScenario{R"({"dumps": [{"words": []}]})", "field 'dumps[0].words'"},
+        BadScenario{R"({"dumps": [{"words": ["-D"], "at": "2026-01-05"}]})", "field 'dumps[0].at'"},
+        BadScenario{R"({"dumps": [{"words": ["-D"], "when": "x"}]})", "unknown field 'dumps[0].when'"}));
+
+TEST(ScenarioTest, DefaultsRoundTripThroughTheFileFormat)
+{
+    Scenario parsed = DefaultScenario();
+    parsed.days = 3; // so that the parse visibly replaces the value
+    std::string error;
+    ASSERT_TRUE(ParseScenario(ScenarioToJson(DefaultScenario()), parsed, error)) << error;
+    EXPECT_EQ(ScenarioToJson(parsed), ScenarioToJson(DefaultScenario()));
+}
+
+TEST(ScenarioTest, ReadsNestedFieldsAndDumpTimesInTheScenarioZone)
+{
+    Scenario scenario = DefaultScenario();
+    std::string error;
+    ASSERT_TRUE(ParseScenario(R"({"timeZone": "CST-8", "days": 3, "habits": {"weekday": {"bedtime": "00:30"},
+        "charging": {"mode": "night"}, "phonePlace": "holster"},
+        "dumps": [{"words": ["-D", "--strategy"], "at": "2026-01-06 03:00"}, {"words": ["-D"]}]})",
+        scenario, error))
+        << error;
+    EXPECT_EQ(scenario.days, 3);
+    EXPECT_EQ(scenario.habits.weekday.bedtimeMin, 30);
+    EXPECT_EQ(scenario.habits.charging, ChargingHabit::NIGHT);
+    EXPECT_EQ(scenario.habits.phonePlace, PhonePlace::HOLSTER);
+    ASSERT_EQ(scenario.dumps.size(), 2u);
+    EXPECT_EQ(scenario.dumps[0].atMs, 1767639600000); // 2026-01-05 19:00 UTC
+    EXPECT_EQ(scenario.dumps[1].atMs, -1);
+    EXPECT_EQ(scenario.habits.weekend.bedtimeMin, DefaultScenario().habits.weekend.bedtimeMin);
+}
+
+// Every field that the file format holds is documented in the help.
+TEST(ScenarioTest, HelpDocumentsEveryField)
+{
+    const std::string help = SleepsimUsage();
+    std::vector<std::pair<std::string, nlohmann::ordered_json>> pending = {
+        {"", nlohmann::ordered_json::parse(ScenarioToJson(DefaultScenario()))}};
+    while (!pending.empty()) {
+        const auto [prefix, node] = pending.back();
+        pending.pop_back();
+        for (auto it = node.begin(); it != node.end(); ++it) {
+            const std::string path = prefix + it.key();
+            if (it.value().is_object()) {
+                pending.emplace_back(path + ".", it.value());
+            } else {
+                EXPECT_NE(help.find("  " + path + "\n"), std::string::npos) << path;
+            }
+        }
+    }
+}
+
+struct BadCommandLine {
+    std::vector<std::string> args;
+    std::string message;
+};
+
+void PrintTo(const BadCommandLine& c, std::ostream* os)
+{
+    for (const std::string& arg : c.args) {
+        *os << arg << " ";
+    }
+}
+
+class CommandLineErrorTest : public testing::TestWithParam<BadCommandLine> {};
+
+TEST_P(CommandLineErrorTest, ExitsWithTwoAndSaysWhy)
+{
+    std::ostringstream out;
+    std::ostringstream err;
+    EXPECT_EQ(RunSleepsimCli(GetParam().args, out, err), EXIT_BAD_INPUT);
+    EXPECT_NE(err.str().find(GetParam().message), std::string::npos) << err.str();
+    EXPECT_EQ(out.str(), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Arguments, CommandLineErrorTest,
+    testing::Values(BadCommandLine{{"--frobnicate"}, "unknown argument '--frobnicate'"},
+        BadCommandLine{{"--out"}, "option '--out' needs a value"}, BadCommandLine{{"--seed", "abc"}, "field 'seed'"},
+        BadCommandLine{{"--days", "0"}, "field 'days'"}, BadCommandLine{{"dump"}, "'dump' needs at least one word"},
+        BadCommandLine{{"--scenario", "/nonexistent/scenario.json"}, "cannot read the scenario file"}));
+
+TEST(CommandLineTest, ScenarioFileErrorsNameTheFileAndTheField)
+{
+    Emulator::ScopedDataRoot folder;
+    const std::string path = folder.Path() + "/bad.json";
+    std::ofstream(path) << R"({"habits": {"light": {"nightLux": "dark"}}})";
+    std::ostringstream out;
+    std::ostringstream err;
+    EXPECT_EQ(RunSleepsimCli({"--scenario", path}, out, err), EXIT_BAD_INPUT);
+    EXPECT_NE(err.str().find(path + ": field 'habits.light.nightLux'"), std::string::npos) << err.str();
+}
+
+TEST(CommandLineTest, PrintsTheEffectiveScenarioWithOverrides)
+{
+    std::ostringstream out;
+    std::ostringstream err;
+    ASSERT_EQ(RunSleepsimCli({"--seed", "42", "--days", "9", "--print-scenario"}, out, err), EXIT_RUN_OK) << err.str();
+    const auto printed = nlohmann::ordered_json::parse(out.str());
+    EXPECT_EQ(printed["seed"], 42);
+    EXPECT_EQ(printed["days"], 9);
+}
+
+} // namespace
+} // namespace OHOS::Sim

@@ -1,0 +1,210 @@
+// The person model and trace generator: true sleep follows the habits, and the phone's events
+// tell one consistent story (screen, unlock, charging) around it.
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "local_calendar.h"
+#include "scenario.h"
+#include "sim_random.h"
+#include "trace_generator.h"
+
+namespace OHOS::Sim {
+namespace {
+
+struct TraceCase {
+    std::string name;
+    std::string overrides; // scenario JSON applied on top of the defaults
+};
+
+void PrintTo(const TraceCase& c, std::ostream* os)
+{
+    *os << c.name;
+}
+
+class TraceGeneratorTest : public testing::TestWithParam<TraceCase> {
+protected:
+    void SetUp() override
+    {
+        scenario_ = DefaultScenario();
+        std::string error;
+        ASSERT_TRUE(ParseScenario(GetParam().overrides, scenario_, error)) << error;
+        SetProcessTimeZone(scenario_.timeZone);
+        trace_ = GenerateTrace(scenario_);
+    }
+
+    // Wall-clock minutes after the midnight that starts the evening, for comparing with habits.
+    static double EveningMinutes(int64_t ms, const CivilDate& wakeDate)
+    {
+        const bool nextDay = FormatCivilDate(LocalDateOf(ms)) == FormatCivilDate(wakeDate);
+        return (nextDay ? 1440 : 0) + LocalHourOf(ms) * 60;
+    }
+
+    bool IsAlarmTime(int64_t ms) const
+    {
+        return std::any_of(
+            trace_.nights.begin(), trace_.nights.end(), [ms](const NightTruth& n) { return n.alarmMs == ms; });
+    }
+
+    Scenario scenario_;
+    Trace trace_;
+};
+
+TEST_P(TraceGeneratorTest, TrueSleepFollowsTheHabits)
+{
+    const Habits& habits = scenario_.habits;
+    ASSERT_EQ(trace_.nights.size(), static_cast<size_t>(scenario_.days));
+    for (size_t i = 0; i < trace_.nights.size(); ++i) {
+        const NightTruth& night = trace_.nights[i];
+        SCOPED_TRACE(FormatCivilDate(night.wakeDate));
+        EXPECT_EQ(FormatCivilDate(night.wakeDate), FormatCivilDate(AddDays(scenario_.startDate, i + 1)));
+        EXPECT_EQ(night.weekend, WeekDay(night.wakeDate) >= 6);
+        const NightHabits& kind = night.weekend ? habits.weekend : habits.weekday;
+        const double bedMean = kind.bedtimeMin < 720 ? kind.bedtimeMin + 1440 : kind.bedtimeMin;
+        EXPECT_LE(std::fabs(EveningMinutes(night.bedMs, night.wakeDate) - bedMean), 3 * kind.bedtimeSpreadMin + 1);
+        EXPECT_LT(night.bedMs, night.phoneDownMs);
+        EXPECT_LE(night.onsetMs - night.phoneDownMs, (4 * habits.sleepLatencyMin + 1) * kMsPerMinute);
+        EXPECT_GE(night.onsetMs - night.phoneDownMs, kMsPerMinute);
+        EXPECT_GE(night.wakeMs - night.onsetMs, 2 * kMsPerHour);
+        const double wakeMin = EveningMinutes(night.wakeMs, night.wakeDate) - 1440;
+        if (night.alarmMs > 0) {
+            EXPECT_FALSE(night.weekend);
+            EXPECT_LE(night.wakeMs, night.alarmMs + 3 * kMsPerMinute);
+        } else {
+            EXPECT_TRUE(night.weekend || !habits.alarmOnWeekdays);
+        }
+        EXPECT_GE(wakeMin, kind.wakeMin - 3 * kind.wakeSpreadMin - 1);
+        int64_t previousEnd = night.onsetMs;
+        for (const TimeSpan& awake : night.awakenings) {
+            EXPECT_GT(awake.beginMs, previousEnd);
+            EXPECT_LT(awake.endMs, night.wakeMs);
+            previousEnd = awake.endMs;
+        }
+        if (i > 0) {
+            EXPECT_GT(night.bedMs, trace_.nights[i - 1].wakeMs);
+        }
+    }
+}
+
+// Screen on/off alternate, unlocks happen only with the screen on, the phone is never unlocked
+// or charged while its owner sleeps, and evening charging ends before bed.
+TEST_P(TraceGeneratorTest, PhoneEventsAreConsistentWithTheTruth)
+{
+    bool screenOn = false;
+    bool charging = false;
+    int64_t last = trace_.startMs;
+    for (const TraceEvent& event : trace_.events) {
+        SCOPED_TRACE(TraceEventToJson(event));
+        ASSERT_GE(event.timeMs, last);
+        ASSERT_LT(event.timeMs, trace_.endMs);
+        last = event.timeMs;
+        const bool asleep = std::any_of(trace_.nights.begin(), trace_.nights.end(), [&event](const NightTruth& n) {
+            const auto spans = n.SleepSpans();
+            return std::any_of(spans.begin(), spans.end(),
+                [&event](const TimeSpan& s) { return s.beginMs < event.timeMs && event.timeMs < s.endMs; });
+        });
+        switch (event.kind) {
+        case TraceKind::SCREEN_ON:
+            EXPECT_FALSE(screenOn);
+            screenOn = true;
+            EXPECT_TRUE(!asleep || IsAlarmTime(event.timeMs)); // only the alarm lights the screen
+            break;
+        case TraceKind::SCREEN_OFF:
+            EXPECT_TRUE(screenOn);
+            screenOn = false;
+            break;
+        case TraceKind::UNLOCK:
+            EXPECT_TRUE(screenOn);
+            EXPECT_FALSE(asleep);
+            break;
+        case TraceKind::POWER_CONNECTED:
+            EXPECT_FALSE(charging);
+            charging = true;
+            break;
+        case TraceKind::POWER_DISCONNECTED:
+            EXPECT_TRUE(charging);
+            charging = false;
+            break;
+        case TraceKind::BATTERY_LEVEL:
+            EXPECT_GE(event.number, 1);
+            EXPECT_LE(event.number, 100);
+            break;
+        default:
+            break;
+        }
+        if (asleep && scenario_.habits.charging != ChargingHabit::NIGHT) {
+            EXPECT_FALSE(charging);
+        }
+    }
+    EXPECT_FALSE(screenOn);
+}
+
+TEST_P(TraceGeneratorTest, SameSeedSameTraceOtherSeedOtherTrace)
+{
+    const Trace again = GenerateTrace(scenario_);
+    ASSERT_EQ(again.events.size(), trace_.events.size());
+    for (size_t i = 0; i < again.events.size(); ++i) {
+        ASSERT_EQ(TraceEventToJson(again.events[i]), TraceEventToJson(trace_.events[i]));
+    }
+    Scenario other = scenario_;
+    other.seed += 1;
+    EXPECT_NE(NightTruthToJson(GenerateTrace(other).nights[0]), NightTruthToJson(trace_.nights[0]));
+}
+
+INSTANTIATE_TEST_SUITE_P(People, TraceGeneratorTest,
+    testing::Values(TraceCase{"Default", "{}"},
+        TraceCase{"NightOwlNoAlarmHolsterAllNightCharge",
+            R"({"days": 10, "seed": 7, "timeZone": "CST-8", "habits": {"alarm": {"weekdays": false},
+               "weekday": {"bedtime": "01:30", "wakeTime": "09:30", "bedtimeSpreadMin": 60},
+               "charging": {"mode": "night"}, "phonePlace": "holster",
+               "awakenings": {"perNight": 3, "phoneChance": 1, "unlockChance": 1},
+               "calls": {"nightChance": 1}}})"},
+        TraceCase{"AcrossDaylightSavingWithDayCharging",
+            R"({"startDate": "2026-03-23", "days": 14, "seed": 3, "habits": {"charging": {"mode": "day",
+               "start": "13:00"}, "phonePlace": "faceDown", "notifications": {"nightPerHour": 4}}})"}),
+    [](const testing::TestParamInfo<TraceCase>& info) { return info.param.name; });
+
+TEST(LocalCalendarTest, ConvertsLocalTimesAcrossDaylightSaving)
+{
+    SetProcessTimeZone("CET-1CEST,M3.5.0,M10.5.0/3");
+    const CivilDate saturday{2026, 3, 28};
+    EXPECT_EQ(WeekDay(saturday), 6);
+    EXPECT_EQ(LocalTimeMs(AddDays(saturday, 1), 720) - LocalTimeMs(saturday, 720), 23 * kMsPerHour);
+    EXPECT_EQ(FormatLocalTime(LocalTimeMs(saturday, 1440 + 180)), "2026-03-29 03:00:00.000");
+    EXPECT_DOUBLE_EQ(LocalHourOf(LocalTimeMs(saturday, 21 * 60 + 30)), 21.5);
+    CivilDate parsed;
+    EXPECT_FALSE(ParseCivilDate("2026-02-29", parsed));
+    EXPECT_FALSE(ParseCivilDate("2026-1-05", parsed));
+    ASSERT_TRUE(ParseCivilDate("2028-02-29", parsed));
+    EXPECT_EQ(FormatCivilDate(AddDays(parsed, 1)), "2028-03-01");
+}
+
+// The hand-written distributions have the moments they promise.
+TEST(SimRandomTest, DistributionsHaveTheirMeans)
+{
+    SimRandom random(2024);
+    constexpr int kDraws = 20000;
+    double normal = 0;
+    double normalSquares = 0;
+    double exponential = 0;
+    double poisson = 0;
+    for (int i = 0; i < kDraws; ++i) {
+        const double x = random.Normal(10, 2);
+        normal += x;
+        normalSquares += (x - 10) * (x - 10);
+        exponential += random.Exponential(5);
+        poisson += random.Poisson(1.5);
+        const int64_t roll = random.UniformInt(-2, 3);
+        ASSERT_GE(roll, -2);
+        ASSERT_LE(roll, 3);
+    }
+    EXPECT_NEAR(normal / kDraws, 10, 0.05);
+    EXPECT_NEAR(std::sqrt(normalSquares / kDraws), 2, 0.05);
+    EXPECT_NEAR(exponential / kDraws, 5, 0.15);
+    EXPECT_NEAR(poisson / kDraws, 1.5, 0.05);
+}
+
+} // namespace
+} // namespace OHOS::Sim
