@@ -173,7 +173,7 @@ TEST_F(SleepDetectionNightTest, KeepsPredictingAfterEightWhileLastReportedAsleep
     }
     ASSERT_FALSE(observedAt.empty());
     // 07:50 was asleep, so 08:00 is still observed; its wake-up is then 15 minutes ahead: awake.
-    EXPECT_EQ(observedAt.back(), At(1, 8) + 1000);
+    EXPECT_EQ(observedAt.back(), At(1, 8) + 1001);
     EXPECT_TRUE(capture.HasText("cur time is keep predict"));
     EXPECT_EQ(received.back().message.eventId, 2002);
 }

@@ -11,6 +11,8 @@
 namespace OHOS::DevStandbyMgr {
 namespace {
 
+constexpr int64_t kDispatchLatencyMs = 1;
+
 void ResetPlatform(const std::shared_ptr<AppExecFwk::EventHandler>& handler)
 {
     Emulator::RdbFaults::Reset();
@@ -62,8 +64,11 @@ int64_t EngineTestWorld::Now() const
 
 void EngineTestWorld::ScreenOff()
 {
-    engine_->HandleScreenOff();
+    // On a phone the engine's task runs a moment after the device state noted the screen-off; with
+    // no latency at all, the 5-minute training check would see exactly 300000 ms and never train.
     DeviceState::GetInstance()->HandleScreenOff();
+    handler_->FastForwardBy(kDispatchLatencyMs);
+    engine_->HandleScreenOff();
     handler_->RunUntilIdle();
 }
 

@@ -34,6 +34,7 @@ public:
     Emulator::VirtualClock& Clock() { return clock_.Get(); }
     int64_t Now() const;
 
+    // The device state hears of the screen-off 1 ms before the engine does (dispatch latency).
     void ScreenOff();
     void ScreenOn();
     void Unlock();
