@@ -125,6 +125,29 @@ TEST_F(ScenarioRunTest, PublishedSleepStatesKeepTheirRules)
     EXPECT_NE(ReadFile(out + "/" + SUMMARY_FILE).find("2026-01-19"), std::string::npos);
 }
 
+TEST_F(ScenarioRunTest, DumpsAreAnsweredAtTheirTimes)
+{
+    Scenario scenario = FourteenDays();
+    std::string error;
+    ASSERT_TRUE(ParseScenario(R"({"days": 2, "dumps": [{"words": ["-S", "--strategy", "-RT", "--Sleep", "into"],
+        "at": "2026-01-06 02:00"}]})",
+        scenario, error))
+        << error;
+    const std::string out = folder_.Path() + "/dumps";
+    ASSERT_TRUE(RunInChild(scenario, out));
+    std::vector<nlohmann::json> dumps;
+    for (const auto& line : ReadTimeline(out)) {
+        if (line["type"] == TIMELINE_DUMP) {
+            dumps.push_back(line);
+        }
+    }
+    ASSERT_EQ(dumps.size(), 2u);
+    EXPECT_EQ(dumps[0]["time"], "2026-01-06 02:00:00.000");
+    EXPECT_NE(dumps[0]["answer"].get<std::string>().find("start slp\n"), std::string::npos) << dumps[0].dump();
+    EXPECT_EQ(dumps[1]["time"], "2026-01-07 12:00:00.000");
+    EXPECT_EQ(dumps[1]["answer"], "\n\n=================UserSleepStrategy=========================\n");
+}
+
 TEST_F(ScenarioRunTest, SameSeedGivesIdenticalOutputs)
 {
     const std::string first = folder_.Path() + "/first";

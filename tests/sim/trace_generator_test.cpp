@@ -166,6 +166,54 @@ INSTANTIATE_TEST_SUITE_P(People, TraceGeneratorTest,
                "start": "13:00"}, "phonePlace": "faceDown", "notifications": {"nightPerHour": 4}}})"}),
     [](const testing::TestParamInfo<TraceCase>& info) { return info.param.name; });
 
+struct PlaceCase {
+    std::string place;
+    double lux;       // what the light sensor sees at the night spot after lights out
+    double proximity; // and the proximity sensor
+};
+
+void PrintTo(const PlaceCase& c, std::ostream* os)
+{
+    *os << c.place;
+}
+
+class NightSpotTest : public testing::TestWithParam<PlaceCase> {};
+
+// Where the phone lies decides what its sensors see while its owner sleeps.
+TEST_P(NightSpotTest, SensorsSeeTheNightSpot)
+{
+    Scenario scenario = DefaultScenario();
+    std::string error;
+    ASSERT_TRUE(ParseScenario(
+        R"({"days": 5, "habits": {"phonePlace": ")" + GetParam().place +
+            R"(", "light": {"nightLux": 0.7}, "awakenings": {"perNight": 0}, "calls": {"nightChance": 0}}})",
+        scenario, error))
+        << error;
+    SetProcessTimeZone(scenario.timeZone);
+    const Trace trace = GenerateTrace(scenario);
+    for (const NightTruth& night : trace.nights) {
+        double lux = -1;
+        double proximity = -1;
+        bool charging = false;
+        for (const TraceEvent& event : trace.events) {
+            if (event.timeMs > night.onsetMs) {
+                break;
+            }
+            lux = event.kind == TraceKind::LIGHT ? event.value : lux;
+            proximity = event.kind == TraceKind::PROXIMITY ? event.value : proximity;
+            charging =
+                event.kind == TraceKind::POWER_CONNECTED || (charging && event.kind != TraceKind::POWER_DISCONNECTED);
+        }
+        EXPECT_EQ(lux, GetParam().lux) << FormatCivilDate(night.wakeDate);
+        EXPECT_EQ(proximity, GetParam().proximity) << FormatCivilDate(night.wakeDate);
+        EXPECT_FALSE(charging) << "the default person charges in the evening only";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Places, NightSpotTest,
+    testing::Values(PlaceCase{"table", 0.7, 5.0}, PlaceCase{"faceDown", 0.0, 0.0}, PlaceCase{"holster", 0.0, 5.0}),
+    [](const testing::TestParamInfo<PlaceCase>& info) { return info.param.place; });
+
 TEST(LocalCalendarTest, ConvertsLocalTimesAcrossDaylightSaving)
 {
     SetProcessTimeZone("CET-1CEST,M3.5.0,M10.5.0/3");

@@ -1,0 +1,139 @@
+// Reading the per-night report back from a timeline, and the timeline's own ordering.
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "data_root.h"
+#include "local_calendar.h"
+#include "night_summary.h"
+#include "timeline.h"
+
+namespace OHOS::Sim {
+namespace {
+
+class NightSummaryTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        SetProcessTimeZone("UTC0");
+        night_.wakeDate = CivilDate{2026, 1, 6};
+        night_.onsetMs = At(23, 0);
+        night_.wakeMs = At(30, 45); // 06:45 the next morning
+    }
+
+    // Epoch ms of hour:minute after the midnight that starts 2026-01-05.
+    static int64_t At(int32_t hour, int32_t minute) { return LocalTimeMs(CivilDate{2026, 1, 5}, hour * 60 + minute); }
+
+    void Publish(int64_t t, const std::string& action, bool isSleep, int64_t wakeupTime = -1)
+    {
+        TimelineLine params{{"isSleep", isSleep}};
+        if (action == DEEP_SLEEP_EVENT) {
+            params["wakeupTime"] = wakeupTime;
+        }
+        timeline_.Add(t, TIMELINE_COMMON_EVENT,
+            {{"action", action}, {"want", {{"action", action}, {"params", params}}}, {"restricted", true}});
+    }
+
+    void ReportStop(int64_t t, int32_t reason)
+    {
+        timeline_.Add(t, TIMELINE_SYSTEM_EVENT,
+            {{"name", POWER_BRAIN_STATE_EVENT}, {"params", {{"TYPE", 100}, {"VALUE", reason}, {"TIME", t}}}});
+    }
+
+    NightReport Summarise() const
+    {
+        const auto reports = SummariseNights(timeline_.Lines(), {night_});
+        return reports.at(0);
+    }
+
+    NightTruth night_;
+    Timeline timeline_;
+};
+
+TEST_F(NightSummaryTest, ReadsDeepSleepWithItsStopReasonWhateverTheLineOrder)
+{
+    Publish(At(23, 30), DEEP_SLEEP_EVENT, true, At(30, 15));
+    Publish(At(23, 30), EASY_WAKEUP_EVENT, true);
+    Publish(At(30, 0), DEEP_SLEEP_EVENT, false, At(30, 0));
+    ReportStop(At(30, 0), -1); // added after the end it explains, at the same virtual time
+    timeline_.Add(At(20, 10), TIMELINE_HOST_MESSAGE, {{"id", TRAINING_FINISHED_MESSAGE}});
+    timeline_.Add(At(12, 0) - 1, TIMELINE_HOST_MESSAGE, {{"id", TRAINING_FINISHED_MESSAGE}}); // previous night
+    const NightReport report = Summarise();
+    EXPECT_EQ(report.deepStartMs, At(23, 30));
+    EXPECT_EQ(report.predictedWakeMs, At(30, 15));
+    EXPECT_EQ(report.deepEndMs, At(30, 0));
+    EXPECT_EQ(report.deepEndReason, -1);
+    EXPECT_EQ(report.deepEpisodes, 1);
+    EXPECT_EQ(report.easyWakeupStartMs, At(23, 30));
+    EXPECT_EQ(report.trainingMs, std::vector<int64_t>{At(20, 10)});
+    EXPECT_DOUBLE_EQ(report.OnsetDelayMin(), 30);
+}
+
+TEST_F(NightSummaryTest, KeepsTheFirstStartAndTheLastEndOfSeveralEpisodes)
+{
+    Publish(At(23, 20), DEEP_SLEEP_EVENT, true, At(30, 15));
+    Publish(At(26, 0), DEEP_SLEEP_EVENT, false);
+    ReportStop(At(26, 0), -7);
+    Publish(At(26, 0), LIGHT_SLEEP_EVENT, true);
+    Publish(At(27, 0), LIGHT_SLEEP_EVENT, false);
+    Publish(At(27, 30), DEEP_SLEEP_EVENT, true, At(31, 0));
+    Publish(At(31, 15), DEEP_SLEEP_EVENT, false);
+    ReportStop(At(31, 15), -2);
+    const NightReport report = Summarise();
+    EXPECT_EQ(report.deepEpisodes, 2);
+    EXPECT_EQ(report.predictedWakeMs, At(30, 15));
+    EXPECT_EQ(report.deepEndMs, At(31, 15));
+    EXPECT_EQ(report.deepEndReason, -2);
+    EXPECT_EQ(report.lightEpisodes, 1);
+    EXPECT_EQ(report.lightStartMs, At(26, 0));
+    EXPECT_EQ(report.lightEndMs, At(27, 0));
+}
+
+TEST_F(NightSummaryTest, AStopWithoutAStartInTheWindowIsNotAnEpisode)
+{
+    Publish(At(12, 30), DEEP_SLEEP_EVENT, false);
+    const NightReport report = Summarise();
+    EXPECT_EQ(report.deepEpisodes, 0);
+    EXPECT_EQ(report.deepEndMs, -1);
+    EXPECT_NE(FormatSummaryTable({report}).find("2026-01-06 wd"), std::string::npos);
+}
+
+TEST(NightTallyTest, CountsNightsWithinTheToleranceAfterTheFirstOnes)
+{
+    std::vector<NightReport> reports(5);
+    const std::vector<int64_t> delaysMin = {0, 61, -60, 60, -1};
+    for (size_t i = 0; i < reports.size(); ++i) {
+        reports[i].truth.onsetMs = 1000 * kMsPerMinute;
+        reports[i].deepStartMs = reports[i].truth.onsetMs + delaysMin[i] * kMsPerMinute;
+    }
+    reports[4].deepStartMs = -1; // no deep sleep that night
+    EXPECT_EQ(CountTimelyNights(reports, 0, 60), 3);
+    EXPECT_EQ(CountTimelyNights(reports, 2, 60), 2);
+    EXPECT_EQ(StopReasonText(-6), "unlock (-6)");
+    EXPECT_EQ(StopReasonText(-42), "?");
+}
+
+TEST(TimelineTest, WritesLinesInTimeOrderKeepingTheOrderOfEqualTimes)
+{
+    SetProcessTimeZone("UTC0");
+    Timeline timeline;
+    timeline.Add(2000, TIMELINE_PARAMETER, {{"key", "b"}});
+    timeline.Add(1000, TIMELINE_PARAMETER, {{"key", "a"}});
+    timeline.Add(2000, TIMELINE_PARAMETER, {{"key", "c"}});
+    Emulator::ScopedDataRoot folder;
+    const std::string path = folder.Path() + "/timeline.jsonl";
+    ASSERT_TRUE(timeline.WriteJsonLines(path));
+    std::ifstream in(path);
+    std::ostringstream text;
+    text << in.rdbuf();
+    EXPECT_EQ(text.str(), "{\"t\":1000,\"time\":\"1970-01-01 00:00:01.000\",\"type\":\"parameter\",\"key\":\"a\"}\n"
+                          "{\"t\":2000,\"time\":\"1970-01-01 00:00:02.000\",\"type\":\"parameter\",\"key\":\"b\"}\n"
+                          "{\"t\":2000,\"time\":\"1970-01-01 00:00:02.000\",\"type\":\"parameter\",\"key\":\"c\"}\n");
+    EXPECT_FALSE(timeline.WriteJsonLines(folder.Path() + "/missing/timeline.jsonl"));
+}
+
+} // namespace
+} // namespace OHOS::Sim
