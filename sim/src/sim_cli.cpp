@@ -106,13 +106,14 @@ void PrintDumps(const SimResult& result, std::ostream& out)
 
 std::string SleepsimUsage()
 {
-    return "Usage: sleepsim [options] [dump WORDS...]\n"
+    return "Usage: sleepsim [options] [SCENARIO.json] [dump WORDS...]\n"
            "\n"
            "Simulates a person and their phone over days and nights on virtual time and runs the sleep\n"
            "detection plug-in through it. Same scenario and seed give byte-identical outputs.\n"
            "\n"
            "Options:\n"
-           "  -s, --scenario FILE  scenario file (JSON); fields left out keep the defaults below\n"
+           "  -s, --scenario FILE  scenario file (JSON; also as the first plain argument); fields left\n"
+           "                       out keep the defaults below\n"
            "  -o, --out DIR        output folder (default sleepsim-out): timeline.jsonl, trace.jsonl,\n"
            "                       summary.txt, scenario.json, sleepsim.log and data/ (database,\n"
            "                       preferences, settings, system events); replaced on each run\n"

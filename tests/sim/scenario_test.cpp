@@ -131,6 +131,7 @@ TEST_P(CommandLineErrorTest, ExitsWithTwoAndSaysWhy)
 
 INSTANTIATE_TEST_SUITE_P(Arguments, CommandLineErrorTest,
     testing::Values(BadCommandLine{{"--frobnicate"}, "unknown argument '--frobnicate'"},
+        BadCommandLine{{"a.json", "b.json"}, "unknown argument 'b.json'"},
         BadCommandLine{{"--out"}, "option '--out' needs a value"}, BadCommandLine{{"--seed", "abc"}, "field 'seed'"},
         BadCommandLine{{"--days", "0"}, "field 'days'"}, BadCommandLine{{"dump"}, "'dump' needs at least one word"},
         BadCommandLine{{"--scenario", "/nonexistent/scenario.json"}, "cannot read the scenario file"}));
