@@ -331,18 +331,5 @@ TEST_F(RdbStoreTest, TwoThreadsWritingAndReadingAtOnceLoseNothing)
     EXPECT_EQ(Count(*store), 2 * 3 * kRounds);
 }
 
-TEST_F(RdbStoreTest, MemoryStoresAreNotSharedOrCached)
-{
-    RdbStoreConfig config("", StorageMode::MODE_MEMORY);
-    auto first = Open(config);
-    auto second = Open(config);
-    ASSERT_NE(first, nullptr);
-    ASSERT_NE(second, nullptr);
-    int64_t rowId = 0;
-    EXPECT_EQ(first->Insert(rowId, "rows", Row(1)), E_OK);
-    EXPECT_EQ(Count(*first), 1);
-    EXPECT_EQ(Count(*second), 0);
-}
-
 } // namespace
 } // namespace OHOS::NativeRdb

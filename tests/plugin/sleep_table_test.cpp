@@ -125,14 +125,5 @@ TEST(SleepTableTest, StatementsRunAndQueriesDeliverTheirColumns)
     }
 }
 
-TEST(SleepTableTest, ReadingWithoutAResultSetChangesNothing)
-{
-    std::shared_ptr<NativeRdb::AbsSharedResultSet> none;
-    SleepParameter parameter;
-    parameter.recordDays = 9;
-    parameter.ReadFromResultSet(none);
-    EXPECT_EQ(parameter.recordDays, 9);
-}
-
 } // namespace
 } // namespace OHOS::DevStandbyMgr

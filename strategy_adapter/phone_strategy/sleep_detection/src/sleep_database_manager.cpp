@@ -220,17 +220,19 @@ int32_t SleepDatabaseManager::ExecuteInTransaction(const std::vector<std::string
         return SLEEP_DB_UNAVAILABLE;
     }
     int error = store->BeginTransaction();
-    for (size_t i = 0; error == E_OK && i < sqls.size(); ++i) {
-        error = store->ExecuteSql(sqls[i]);
+    if (error != E_OK) {
+        STANDBYSERVICE_LOGE("Transaction fail, errno: %{public}d", error);
+        return error;
+    }
+    for (const std::string& sql : sqls) {
+        error = store->ExecuteSql(sql);
         if (error != E_OK) {
-            STANDBYSERVICE_LOGE("Execute fail, sql: %{public}s, errno: %{public}d", sqls[i].c_str(), error);
+            STANDBYSERVICE_LOGE("Execute fail, sql: %{public}s, errno: %{public}d", sql.c_str(), error);
             store->RollBack();
             return error;
         }
     }
-    if (error == E_OK) {
-        error = store->Commit();
-    }
+    error = store->Commit();
     if (error != E_OK) {
         STANDBYSERVICE_LOGE("Transaction fail, errno: %{public}d", error);
     }
