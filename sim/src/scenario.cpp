@@ -183,7 +183,7 @@ const std::vector<FieldSpec>& Fields()
             },
             [](const Scenario& s) { return Json(s.timeZone); }});
         list.push_back(IntegerField(
-            "days", 1, 3650, "number of days (nights) to simulate",
+            "days", 1, 366, "number of days (nights) to simulate",
             [](Scenario& s, int64_t v) { s.days = static_cast<int32_t>(v); },
             [](const Scenario& s) { return static_cast<int64_t>(s.days); }));
         list.push_back(IntegerField(

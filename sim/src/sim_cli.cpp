@@ -53,6 +53,10 @@ bool ParseArgs(const std::vector<std::string>& args, CliOptions& options, std::s
             options.quiet = true;
             continue;
         }
+        if (!arg.empty() && arg[0] != '-' && options.scenarioPath.empty()) {
+            options.scenarioPath = arg; // "sleepsim my-person.json"
+            continue;
+        }
         const bool takesValue =
             arg == "--scenario" || arg == "-s" || arg == "--out" || arg == "-o" || arg == "--seed" || arg == "--days";
         if (!takesValue) {
