@@ -104,6 +104,10 @@ public:
     void TearDown() override
     {
         EXPECT_EQ(unprivilegedDeliveries_, 0) << "an event was published without the permission";
+        // Pending tasks hold the engine and the strategy, which hold the handler: run them out so
+        // that nothing is left behind.
+        handler_->RemoveTask("user_sleep_detection_loop_task");
+        handler_->FastForwardBy(86400000);
         SleepDetection::WaitForTrainingThreads();
         Host()->Reset();
         Emulator::NotificationCenter::GetInstance().Reset();
