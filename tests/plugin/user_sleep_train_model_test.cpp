@@ -316,14 +316,18 @@ TEST_F(UserSleepTrainModelTest, LabelsObservationsAroundEpisodeBegins)
     for (const auto& observation : observations) {
         InsertObservation(observation.timestamp, observation.initial);
     }
+    // A labelled row that shares its timestamp with an unlabelled one is relabelled with it.
+    InsertObservation(Mar(5, 0, 30), 0);
+    InsertObservation(Mar(5, 0, 30), -1);
     UserSleepTrainModel model;
     ASSERT_TRUE(model.IsMeetTrainCondition());
     for (const auto& observation : observations) {
         EXPECT_EQ(LabelCount(observation.timestamp, observation.expected), 1) << observation.timestamp;
     }
+    EXPECT_EQ(LabelCount(Mar(5, 0, 30), 1), 2);
     // Unusable rows older than three days before the handled time are dropped by the full run.
     model.DeleteHandledRecord();
-    EXPECT_EQ(Count(SleepEnvironment::TABLE_NAME), static_cast<int64_t>(observations.size()) - 2);
+    EXPECT_EQ(Count(SleepEnvironment::TABLE_NAME), static_cast<int64_t>(observations.size()) + 2 - 2);
 }
 
 TEST_F(UserSleepTrainModelTest, TimeTableCountsSlotsAfterBeginUpToEnd)

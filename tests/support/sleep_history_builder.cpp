@@ -95,7 +95,8 @@ bool SleepHistoryBuilder::Write(int64_t lastWakeDayMs, const HistorySize& size)
         AddObservations(night, midnights[n], std::max(observations, 1));
         int32_t pairs =
             size.screenRows > 0 ? (ShareOf(size.screenRows, size.nights, n) - NIGHT_ROWS) / 2 : DEFAULT_DAY_PAIRS;
-        int64_t dayEnd = n + 1 < size.nights ? nights_[n + 1].bedTime : midnights[n] + 22 * HOUR_MS;
+        // The last day ends two hours after its wake-up, so that no event lies in the caller's future.
+        int64_t dayEnd = n + 1 < size.nights ? nights_[n + 1].bedTime : night.wakeTime + 2 * HOUR_MS;
         AddScreenRows(night, dayEnd, std::max(pairs, 0));
         SleepNotificationRecord notification;
         notification.timestamp = night.bedTime + 30 * MINUTE_MS;

@@ -53,7 +53,8 @@ public:
     SleepHistoryBuilder(const SleepHabit& habit, uint32_t seed);
 
     // Generates `size.nights` nights, the last one ending on the local day of `lastWakeDayMs`, and
-    // writes them. Returns false when an insert fails.
+    // writes them. The last screen event lies at most two hours after the last wake-up. Returns false
+    // when an insert fails.
     bool Write(int64_t lastWakeDayMs, const HistorySize& size);
 
     const std::vector<GeneratedNight>& Nights() const { return nights_; }

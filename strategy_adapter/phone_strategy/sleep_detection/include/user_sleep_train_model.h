@@ -2,6 +2,7 @@
 #define SLEEP_DETECTION_INCLUDE_USER_SLEEP_TRAIN_MODEL_H
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -99,6 +100,7 @@ public:
 
 private:
     void AppendScreenOffSpan(int64_t begin, int64_t end);
+    void WriteLabels(const std::map<int32_t, std::vector<int64_t>>& timestampsByLabel);
     void StoreEpisode(const std::string& endDate, const Span& episode);
     void DispatchFinishMessage(bool trained) const;
 
