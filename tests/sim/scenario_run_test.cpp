@@ -148,6 +148,24 @@ TEST_F(ScenarioRunTest, DumpsAreAnsweredAtTheirTimes)
     EXPECT_EQ(dumps[1]["answer"], "\n\n=================UserSleepStrategy=========================\n");
 }
 
+// Training waits for more than 5 minutes of screen-off, checked exactly 5 minutes after the screen
+// went off: only the phone's handling time of the screen-off event lets it start.
+TEST_F(ScenarioRunTest, TrainingNeedsTheHandlingTimeOfEvents)
+{
+    for (const int32_t latencyMs : {0, 1}) {
+        Scenario scenario = FourteenDays();
+        scenario.days = 3;
+        scenario.eventLatencyMs = latencyMs;
+        const std::string out = folder_.Path() + "/latency" + std::to_string(latencyMs);
+        ASSERT_TRUE(RunInChild(scenario, out));
+        int32_t trainings = 0;
+        for (const auto& line : ReadTimeline(out)) {
+            trainings += line["type"] == TIMELINE_HOST_MESSAGE && line["id"] == TRAINING_FINISHED_MESSAGE ? 1 : 0;
+        }
+        EXPECT_EQ(trainings > 0, latencyMs > 0) << "latency " << latencyMs << " ms, " << trainings << " trainings";
+    }
+}
+
 TEST_F(ScenarioRunTest, SameSeedGivesIdenticalOutputs)
 {
     const std::string first = folder_.Path() + "/first";
