@@ -53,7 +53,7 @@ void CloseFileLocked(LogState& state)
 
 // One conversion of a format: "%" flags width precision length conversion, without the marker.
 struct Conversion {
-    std::string spec;
+    std::string directive;
     std::string length;
     char conversion = 0;
     bool isPublic = false;
@@ -70,23 +70,23 @@ std::optional<Conversion> ParseConversion(const char* fmt, size_t& pos)
     } else if (strncmp(fmt + pos, kPrivateMarker, strlen(kPrivateMarker)) == 0) {
         pos += strlen(kPrivateMarker);
     }
-    conv.spec = "%";
+    conv.directive = "%";
     while (fmt[pos] != '\0' && strchr("-+ #0'", fmt[pos]) != nullptr) {
-        conv.spec += fmt[pos++];
+        conv.directive += fmt[pos++];
     }
     auto takeNumberOrStar = [&]() {
         if (fmt[pos] == '*') {
-            conv.spec += fmt[pos++];
+            conv.directive += fmt[pos++];
             conv.starCount++;
             return;
         }
         while (fmt[pos] >= '0' && fmt[pos] <= '9') {
-            conv.spec += fmt[pos++];
+            conv.directive += fmt[pos++];
         }
     };
     takeNumberOrStar();
     if (fmt[pos] == '.') {
-        conv.spec += fmt[pos++];
+        conv.directive += fmt[pos++];
         takeNumberOrStar();
     }
     while (fmt[pos] != '\0' && strchr("hlLqjzt", fmt[pos]) != nullptr) {
@@ -96,25 +96,25 @@ std::optional<Conversion> ParseConversion(const char* fmt, size_t& pos)
     if (std::find(validLengths.begin(), validLengths.end(), conv.length) == validLengths.end()) {
         return std::nullopt;
     }
-    conv.spec += conv.length;
+    conv.directive += conv.length;
     if (fmt[pos] == '\0' || strchr("diouxXeEfFgGaAcsp", fmt[pos]) == nullptr) {
         return std::nullopt;
     }
     conv.conversion = fmt[pos++];
-    conv.spec += conv.conversion;
+    conv.directive += conv.conversion;
     return conv;
 }
 
-template <typename T> std::string FormatValue(const std::string& spec, const int* stars, int starCount, T value)
+template <typename T> std::string FormatValue(const std::string& directive, const int* stars, int starCount, T value)
 {
     char buffer[512];
     int written = 0;
     if (starCount == 0) {
-        written = snprintf(buffer, sizeof(buffer), spec.c_str(), value);
+        written = snprintf(buffer, sizeof(buffer), directive.c_str(), value);
     } else if (starCount == 1) {
-        written = snprintf(buffer, sizeof(buffer), spec.c_str(), stars[0], value);
+        written = snprintf(buffer, sizeof(buffer), directive.c_str(), stars[0], value);
     } else {
-        written = snprintf(buffer, sizeof(buffer), spec.c_str(), stars[0], stars[1], value);
+        written = snprintf(buffer, sizeof(buffer), directive.c_str(), stars[0], stars[1], value);
     }
     if (written < 0) {
         return std::string();
@@ -124,11 +124,11 @@ template <typename T> std::string FormatValue(const std::string& spec, const int
     }
     std::string large(static_cast<size_t>(written) + 1, '\0');
     if (starCount == 0) {
-        snprintf(large.data(), large.size(), spec.c_str(), value);
+        snprintf(large.data(), large.size(), directive.c_str(), value);
     } else if (starCount == 1) {
-        snprintf(large.data(), large.size(), spec.c_str(), stars[0], value);
+        snprintf(large.data(), large.size(), directive.c_str(), stars[0], value);
     } else {
-        snprintf(large.data(), large.size(), spec.c_str(), stars[0], stars[1], value);
+        snprintf(large.data(), large.size(), directive.c_str(), stars[0], stars[1], value);
     }
     large.resize(written);
     return large;
@@ -138,52 +138,52 @@ std::string FormatSigned(const Conversion& conv, const int* stars, va_list* args
 {
     const std::string& len = conv.length;
     if (len == "l") {
-        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, long));
+        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, long));
     }
     if (len == "ll" || len == "q") {
-        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, long long));
+        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, long long));
     }
     if (len == "j") {
-        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, intmax_t));
+        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, intmax_t));
     }
     if (len == "z") {
-        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, ssize_t));
+        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, ssize_t));
     }
     if (len == "t") {
-        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, ptrdiff_t));
+        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, ptrdiff_t));
     }
-    return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, int));
+    return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, int));
 }
 
 std::string FormatUnsigned(const Conversion& conv, const int* stars, va_list* args)
 {
     const std::string& len = conv.length;
     if (len == "l") {
-        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, unsigned long));
+        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, unsigned long));
     }
     if (len == "ll" || len == "q") {
-        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, unsigned long long));
+        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, unsigned long long));
     }
     if (len == "j") {
-        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, uintmax_t));
+        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, uintmax_t));
     }
     if (len == "z") {
-        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, size_t));
+        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, size_t));
     }
     if (len == "t") {
-        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, ptrdiff_t));
+        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, ptrdiff_t));
     }
-    return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, unsigned int));
+    return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, unsigned int));
 }
 
 std::string FormatString(const Conversion& conv, const int* stars, va_list* args)
 {
     if (conv.length == "l") {
         const wchar_t* text = va_arg(*args, const wchar_t*);
-        return FormatValue(conv.spec, stars, conv.starCount, text != nullptr ? text : L"(null)");
+        return FormatValue(conv.directive, stars, conv.starCount, text != nullptr ? text : L"(null)");
     }
     const char* text = va_arg(*args, const char*);
-    return FormatValue(conv.spec, stars, conv.starCount, text != nullptr ? text : "(null)");
+    return FormatValue(conv.directive, stars, conv.starCount, text != nullptr ? text : "(null)");
 }
 
 // Consumes the conversion's arguments (star widths first) and renders the value.
@@ -203,16 +203,16 @@ std::string FormatConversion(const Conversion& conv, va_list* args)
     case 'X':
         return FormatUnsigned(conv, stars, args);
     case 'c':
-        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, int));
+        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, int));
     case 's':
         return FormatString(conv, stars, args);
     case 'p':
-        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, void*));
+        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, void*));
     default:
         if (conv.length == "L") {
-            return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, long double));
+            return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, long double));
         }
-        return FormatValue(conv.spec, stars, conv.starCount, va_arg(*args, double));
+        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, double));
     }
 }
 
