@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "want.h"
+
 namespace OHOS::DevStandbyMgr {
 
 // One observation of the phone at a sampling point of the night, with the predictor's results.
@@ -34,6 +36,11 @@ struct SleepDataRecord {
 
     // The record as one log line: labelled fields in order, ", " between them; chargeState left out.
     std::string FeatureToString();
+    // The record as the parameters of the "observation collected" message; the keys deliberately
+    // differ from the printed labels, and the predictor's results are not sent.
+    AAFwk::Want ToWant() const;
+    // Reads a record back from those parameters; an absent key gives the receiver's default.
+    static SleepDataRecord FromWant(const AAFwk::Want& want);
 };
 
 } // namespace OHOS::DevStandbyMgr

@@ -300,24 +300,7 @@ void SleepDataCollecter::SaveSleepData(bool finishDay)
 
 void SleepDataCollecter::DispatchRecord(const SleepDataRecord& record)
 {
-    AAFwk::Want want;
-    want.SetParam("timestamp", record.timestamp)
-        .SetParam("weekType", record.weekType)
-        .SetParam("scrOffDuration", record.screenOffDuration)
-        .SetParam("lastUserStationaryStartDuration", record.lastUserStationaryStartDuration)
-        .SetParam("userStationaryDuration", record.stationaryDuration)
-        .SetParam("userMoveDuration", record.userMoveDuration)
-        .SetParam("chargeState", record.chargeState)
-        .SetParam("light", record.light)
-        .SetParam("proximityOri", record.proximityOrigin)
-        .SetParam("proximity", record.proximity)
-        .SetParam("unlockTimestamp", record.unlockTimestamp)
-        .SetParam("scrOnCount", record.screenOnCount)
-        .SetParam("lightDarkDuration", record.lightDarkDuration)
-        .SetParam("proximityErrSize", record.proximityErrorSize)
-        .SetParam("proximityListSize", record.proximityListSize)
-        .SetParam("nextAlarmClockTriggerTime", record.nextAlarmClockTime);
-    StandbyServiceImpl::GetInstance()->DispatchEvent(StandbyMessage(EVENT_SLEEP_DATA_COLLECTED, "", want));
+    StandbyServiceImpl::GetInstance()->DispatchEvent(StandbyMessage(EVENT_SLEEP_DATA_COLLECTED, "", record.ToWant()));
 }
 
 SleepDataRecord SleepDataCollecter::SaveSleepCollectData()

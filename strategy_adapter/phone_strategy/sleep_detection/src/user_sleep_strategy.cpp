@@ -128,28 +128,6 @@ AAFwk::Want SleepStateWant(const std::string& action, bool isSleep)
     return want;
 }
 
-SleepDataRecord RecordFromWant(const AAFwk::Want& want)
-{
-    SleepDataRecord record;
-    record.timestamp = want.GetLongParam("timestamp", -1);
-    record.weekType = want.GetIntParam("weekType", -1);
-    record.screenOffDuration = want.GetIntParam("scrOffDuration", -1);
-    record.lastUserStationaryStartDuration = want.GetIntParam("lastUserStationaryStartDuration", -1);
-    record.stationaryDuration = want.GetIntParam("userStationaryDuration", -1);
-    record.userMoveDuration = want.GetIntParam("userMoveDuration", -1);
-    record.chargeState = want.GetIntParam("chargeState", -1);
-    record.light = want.GetDoubleParam("light", -1.0);
-    record.proximityOrigin = want.GetDoubleParam("proximityOri", -1.0);
-    record.proximity = want.GetDoubleParam("proximity", -1.0);
-    record.unlockTimestamp = want.GetLongParam("unlockTimestamp", -1);
-    record.screenOnCount = want.GetIntParam("scrOnCount", -1);
-    record.lightDarkDuration = want.GetIntParam("lightDarkDuration", -1);
-    record.proximityErrorSize = want.GetIntParam("proximityErrSize", 0);
-    record.proximityListSize = want.GetIntParam("proximityListSize", 0);
-    record.nextAlarmClockTime = want.GetLongParam("nextAlarmClockTriggerTime", -1);
-    return record;
-}
-
 const std::string& WordAt(const std::vector<std::string>& words, int32_t position)
 {
     static const std::string none;
@@ -302,7 +280,7 @@ void UserSleepStrategy::HandleEventFinishCollect(const StandbyMessage& message)
     if (sleepDetection_ == nullptr) {
         return;
     }
-    SleepDataRecord record = RecordFromWant(message.want.value_or(AAFwk::Want()));
+    SleepDataRecord record = SleepDataRecord::FromWant(message.want.value_or(AAFwk::Want()));
     sleepDetection_->HandleFinishCollect(record);
 }
 
