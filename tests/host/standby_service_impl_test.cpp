@@ -13,16 +13,17 @@
 namespace OHOS::DevStandbyMgr {
 namespace {
 
+using Log = std::vector<std::string>;
+
 // Records what the host hands it, with the thread each message arrived on.
 class RecordingStrategy : public IBaseStrategy {
 public:
-    explicit RecordingStrategy(std::vector<std::string>& log) : log_(log) {}
     void HandleEvent(const StandbyMessage& message) override
     {
-        std::lock_guard<std::mutex> lock(mutex_);
+        std::lock_guard<std::mutex> lock(mutex);
         threads.push_back(std::this_thread::get_id());
-        log_.push_back("strategy:" + std::to_string(message.eventId) + ":" + message.action + ":" +
-                       std::to_string(message.want ? message.want->GetLongParam("wakeupTime", -1) : -1));
+        log.push_back(std::to_string(message.eventId) + ":" + message.action + ":" +
+                      std::to_string(message.want ? message.want->GetLongParam("wakeupTime", -1) : -1));
     }
     ErrCode OnCreated() override { return 11; }
     ErrCode OnDestroy() override { return 12; }
@@ -33,11 +34,9 @@ public:
         }
     }
 
-    std::mutex mutex_;
+    std::mutex mutex;
     std::vector<std::thread::id> threads;
-
-private:
-    std::vector<std::string>& log_;
+    Log log;
 };
 
 class StandbyServiceImplTest : public testing::Test {
@@ -46,63 +45,57 @@ protected:
     {
         service_->Reset();
         service_->SetHandler(handler_);
+        service_->SetMessageObserver([this](const StandbyMessage& message) {
+            observed_.push_back(std::to_string(message.eventId));
+            strategyLogSizes_.push_back(strategy_->log.size());
+        });
     }
     void TearDown() override { service_->Reset(); }
 
     std::shared_ptr<StandbyServiceImpl> service_ = StandbyServiceImpl::GetInstance();
     Emulator::ScopedVirtualClock clock_{1000};
     std::shared_ptr<AppExecFwk::EventHandler> handler_ = AppExecFwk::EventHandler::CreateVirtual(clock_.Shared());
-    std::vector<std::string> log_;
+    std::shared_ptr<RecordingStrategy> strategy_ = std::make_shared<RecordingStrategy>();
+    Log observed_;
+    std::vector<size_t> strategyLogSizes_; // how much the strategy had seen when the observer ran
 };
 
 TEST_F(StandbyServiceImplTest, MessageFromAnotherThreadIsHandledOnTheHandlerObserverFirst)
 {
-    auto strategy = std::make_shared<RecordingStrategy>(log_);
-    service_->RegisterStrategy(strategy);
-    service_->SetMessageObserver(
-        [this](const StandbyMessage& message) { log_.push_back("observer:" + std::to_string(message.eventId)); });
-
-    std::thread sender([this] {
+    service_->RegisterStrategy(strategy_);
+    std::thread sender([] {
         AAFwk::Want want;
         want.SetParam("wakeupTime", static_cast<int64_t>(123456));
         StandbyServiceImpl::GetInstance()->DispatchEvent(StandbyMessage(2003, "", want));
         StandbyServiceImpl::GetInstance()->DispatchEvent(StandbyMessage(1, "usual.event.SCREEN_OFF"));
     });
     sender.join();
-    EXPECT_TRUE(log_.empty());
+    EXPECT_TRUE(observed_.empty());
     EXPECT_EQ(service_->GetHandler(), handler_);
 
     handler_->RunUntilIdle();
-    EXPECT_EQ(log_, (std::vector<std::string>{"observer:2003", "strategy:2003::123456", "observer:1",
-                        "strategy:1:usual.event.SCREEN_OFF:-1"}));
-    ASSERT_EQ(strategy->threads.size(), 2u);
-    EXPECT_EQ(strategy->threads[0], std::this_thread::get_id());
+    EXPECT_EQ(observed_, (Log{"2003", "1"}));
+    EXPECT_EQ(strategyLogSizes_, (std::vector<size_t>{0, 1}));
+    EXPECT_EQ(strategy_->log, (Log{"2003::123456", "1:usual.event.SCREEN_OFF:-1"}));
+    EXPECT_EQ(strategy_->threads, (std::vector<std::thread::id>(2, std::this_thread::get_id())));
 }
 
-TEST_F(StandbyServiceImplTest, WithoutStrategyMessagesReachOnlyTheObserverAndCallsFail)
+TEST_F(StandbyServiceImplTest, LifecycleAndDumpPassThroughToTheRegisteredStrategyOnly)
 {
-    service_->SetMessageObserver(
-        [this](const StandbyMessage& message) { log_.push_back("observer:" + std::to_string(message.eventId)); });
+    std::string dump;
     service_->DispatchEvent(StandbyMessage(2005));
     handler_->RunUntilIdle();
-    EXPECT_EQ(log_, std::vector<std::string>{"observer:2005"});
-
-    std::string dump;
+    EXPECT_EQ(observed_, Log{"2005"});
     EXPECT_NE(service_->OnCreated(), ERR_OK);
     EXPECT_NE(service_->OnDestroy(), ERR_OK);
     EXPECT_NE(service_->ShellDump({"-D"}, dump), ERR_OK);
     EXPECT_TRUE(dump.empty());
-}
 
-TEST_F(StandbyServiceImplTest, LifecycleAndDumpPassThroughToTheRegisteredStrategy)
-{
-    service_->RegisterStrategy(std::make_shared<RecordingStrategy>(log_));
+    service_->RegisterStrategy(strategy_);
     EXPECT_EQ(service_->OnCreated(), 11);
     EXPECT_EQ(service_->OnDestroy(), 12);
-    std::string dump;
     EXPECT_EQ(service_->ShellDump({DUMP_STRATGY_DETAIL, DUMP_DETAIL_INFO}, dump), ERR_OK);
     EXPECT_EQ(dump, "--strategy;-D;");
-
     service_->RegisterStrategy(nullptr);
     EXPECT_EQ(service_->GetStrategy(), nullptr);
 }
@@ -111,13 +104,12 @@ TEST(StandbyServiceImplRealTimeTest, DefaultHandlerRunsMessagesOnItsOwnThread)
 {
     auto service = StandbyServiceImpl::GetInstance();
     service->Reset();
-    std::vector<std::string> log;
-    auto strategy = std::make_shared<RecordingStrategy>(log);
+    auto strategy = std::make_shared<RecordingStrategy>();
     service->RegisterStrategy(strategy);
     service->DispatchEvent(StandbyMessage(2001));
     ASSERT_TRUE(service->GetHandler()->WaitIdle(5000));
     {
-        std::lock_guard<std::mutex> lock(strategy->mutex_);
+        std::lock_guard<std::mutex> lock(strategy->mutex);
         ASSERT_EQ(strategy->threads.size(), 1u);
         EXPECT_NE(strategy->threads[0], std::this_thread::get_id());
     }

@@ -16,9 +16,15 @@ bool IsDirectory(const std::string& path)
     return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
-TEST(DataRootTest, PhonePathsAreMappedUnderTheRootOnce)
+TEST(DataRootTest, RootComesFromTheEnvironmentOrTheOverrideAndPathsMapUnderItOnce)
 {
-    SetDataRoot("/tmp/root/");
+    SetDataRoot("");
+    unsetenv("SLEEP_DATA_ROOT");
+    EXPECT_EQ(GetDataRoot(), "./sleep-data");
+    setenv("SLEEP_DATA_ROOT", "/var/tmp/sleep", 1);
+    EXPECT_EQ(MapPhonePath("/data/a"), "/var/tmp/sleep/data/a");
+
+    SetDataRoot("/tmp/root/"); // the override wins over the environment
     const std::pair<std::string, std::string> cases[] = {
         {"/data/service/el1/public/device_standby/sleep_shared_pref.xml",
             "/tmp/root/data/service/el1/public/device_standby/sleep_shared_pref.xml"},
@@ -30,19 +36,6 @@ TEST(DataRootTest, PhonePathsAreMappedUnderTheRootOnce)
     for (const auto& [phonePath, expected] : cases) {
         EXPECT_EQ(MapPhonePath(phonePath), expected) << phonePath;
     }
-    SetDataRoot("");
-}
-
-TEST(DataRootTest, RootComesFromTheEnvironmentUnlessOverridden)
-{
-    SetDataRoot("");
-    unsetenv("SLEEP_DATA_ROOT");
-    EXPECT_EQ(GetDataRoot(), "./sleep-data");
-    setenv("SLEEP_DATA_ROOT", "/var/tmp/sleep", 1);
-    EXPECT_EQ(GetDataRoot(), "/var/tmp/sleep");
-    EXPECT_EQ(MapPhonePath("/data/a"), "/var/tmp/sleep/data/a");
-    SetDataRoot("/elsewhere");
-    EXPECT_EQ(GetDataRoot(), "/elsewhere");
     SetDataRoot("");
     unsetenv("SLEEP_DATA_ROOT");
 }

@@ -15,18 +15,19 @@ using OHOS::Emulator::NotificationCenter;
 using OHOS::Emulator::ScopedVirtualClock;
 using namespace OHOS::Notification;
 
+using Calls = std::vector<std::string>;
+
 constexpr int64_t kStartMs = 1700000000000;
+
+using SortingMap = std::shared_ptr<NotificationSortingMap>;
+using Enabled = std::shared_ptr<EnabledNotificationCallbackData>;
 
 // Records every callback as one line, with the virtual time at which it arrived.
 class RecordingSubscriber : public NotificationSubscriber {
 public:
     std::vector<std::string> calls;
 
-    void OnCanceled(
-        const std::shared_ptr<Notification>&, const std::shared_ptr<NotificationSortingMap>&, int32_t) override
-    {
-        Record("canceled");
-    }
+    void OnCanceled(const std::shared_ptr<Notification>&, const SortingMap&, int32_t) override { Record("canceled"); }
     void OnConnected() override { Record("connected"); }
     void OnConsumed(const std::shared_ptr<Notification>& notification) override
     {
@@ -34,23 +35,16 @@ public:
                std::to_string(notification->GetNotificationRequest().GetDeliveryTime() - kStartMs));
     }
     void OnDisconnected() override { Record("disconnected"); }
-    void OnUpdate(const std::shared_ptr<NotificationSortingMap>&) override { Record("update"); }
+    void OnUpdate(const SortingMap&) override { Record("update"); }
     void OnDied() override { Record("died"); }
     void OnDoNotDisturbDateChange(const std::shared_ptr<NotificationDoNotDisturbDate>&) override { Record("dnd"); }
-    void OnEnabledNotificationChanged(const std::shared_ptr<EnabledNotificationCallbackData>&) override
-    {
-        Record("enabled");
-    }
+    void OnEnabledNotificationChanged(const Enabled&) override { Record("enabled"); }
     void OnBadgeChanged(const std::shared_ptr<BadgeNumberCallbackData>& badgeData) override
     {
         Record("badge " + badgeData->GetBundle() + " " + std::to_string(badgeData->GetBadgeNumber()));
     }
-    void OnBadgeEnabledChanged(const std::shared_ptr<EnabledNotificationCallbackData>&) override
-    {
-        Record("badge enabled");
-    }
-    void OnBatchCanceled(const std::vector<std::shared_ptr<Notification>>&,
-        const std::shared_ptr<NotificationSortingMap>&, int32_t) override
+    void OnBadgeEnabledChanged(const Enabled&) override { Record("badge enabled"); }
+    void OnBatchCanceled(const std::vector<std::shared_ptr<Notification>>&, const SortingMap&, int32_t) override
     {
         Record("batch canceled");
     }
@@ -87,26 +81,31 @@ TEST_F(NotificationCenterTest, DeliversNotificationsAndBadgesAtTheirVirtualTime)
     Center().ChangeBadge("com.example.chat", 3, kStartMs + 2000);
     Center().PostNotification("", kStartMs - 100); // already due: delivered at once
     handler_->RunUntilIdle();
-    EXPECT_EQ(subscriber.calls, (std::vector<std::string>{"@0 connected", "@0 consumed  -100"}));
+    EXPECT_EQ(subscriber.calls, (Calls{"@0 connected", "@0 consumed  -100"}));
 
     handler_->FastForwardBy(10000);
-    EXPECT_EQ(subscriber.calls, (std::vector<std::string>{"@0 connected", "@0 consumed  -100",
-                                    "@2000 badge com.example.chat 3", "@5000 consumed com.example.mail 5000"}));
+    EXPECT_EQ(subscriber.calls, (Calls{"@0 connected", "@0 consumed  -100", "@2000 badge com.example.chat 3",
+                                    "@5000 consumed com.example.mail 5000"}));
 }
 
-TEST_F(NotificationCenterTest, OnlySubscribersSubscribedAtDeliveryReceive)
+TEST_F(NotificationCenterTest, OnlySubscribersAliveAndSubscribedAtDeliveryReceive)
 {
     RecordingSubscriber early;
     RecordingSubscriber late;
+    auto destroyed = std::make_unique<RecordingSubscriber>();
     ASSERT_EQ(NotificationHelper::SubscribeNotification(early), 0);
+    ASSERT_EQ(NotificationHelper::SubscribeNotification(*destroyed), 0);
     Center().PostNotification("pkg", kStartMs + 1000);
+    destroyed.reset(); // the queued delivery must not touch it
+    EXPECT_EQ(Center().SubscriberCount(), 1u);
     handler_->FastForwardBy(500);
     ASSERT_EQ(NotificationHelper::UnSubscribeNotification(early), 0);
     ASSERT_EQ(NotificationHelper::SubscribeNotification(late), 0);
     handler_->FastForwardBy(1000);
 
-    EXPECT_EQ(early.calls, (std::vector<std::string>{"@0 connected", "@500 disconnected"}));
-    EXPECT_EQ(late.calls, (std::vector<std::string>{"@500 connected", "@1000 consumed pkg 1000"}));
+    EXPECT_EQ(early.calls, (Calls{"@0 connected", "@500 disconnected"}));
+    EXPECT_EQ(late.calls, (Calls{"@500 connected", "@1000 consumed pkg 1000"}));
+    EXPECT_EQ(handler_->PendingTaskCount(), 0u);
 }
 
 TEST_F(NotificationCenterTest, SubscribeResultsAndFaultSwitches)
@@ -130,18 +129,7 @@ TEST_F(NotificationCenterTest, SubscribeResultsAndFaultSwitches)
 
     Center().PostNotification("pkg", kStartMs);
     handler_->RunUntilIdle();
-    EXPECT_EQ(subscriber.calls, (std::vector<std::string>{"@0 connected", "@0 consumed pkg 0"}));
-}
-
-TEST_F(NotificationCenterTest, DestroyedSubscriberIsForgottenAndQueuedDeliveriesDoNothing)
-{
-    auto subscriber = std::make_unique<RecordingSubscriber>();
-    ASSERT_EQ(NotificationHelper::SubscribeNotification(*subscriber), 0);
-    Center().PostNotification("pkg", kStartMs + 1000);
-    subscriber.reset();
-    EXPECT_EQ(Center().SubscriberCount(), 0u);
-    handler_->FastForwardBy(2000); // must not touch the destroyed subscriber
-    EXPECT_EQ(handler_->PendingTaskCount(), 0u);
+    EXPECT_EQ(subscriber.calls, (Calls{"@0 connected", "@0 consumed pkg 0"}));
 }
 
 TEST(NotificationCenterWithoutHandlerTest, DeliversAtOnceOnTheCallingThread)
@@ -151,7 +139,7 @@ TEST(NotificationCenterWithoutHandlerTest, DeliversAtOnceOnTheCallingThread)
     RecordingSubscriber subscriber;
     ASSERT_EQ(NotificationHelper::SubscribeNotification(subscriber), 0);
     NotificationCenter::GetInstance().ChangeBadge("pkg", 0, kStartMs + 60000);
-    EXPECT_EQ(subscriber.calls, (std::vector<std::string>{"@0 connected", "@0 badge pkg 0"}));
+    EXPECT_EQ(subscriber.calls, (Calls{"@0 connected", "@0 badge pkg 0"}));
     NotificationCenter::GetInstance().Reset();
 }
 

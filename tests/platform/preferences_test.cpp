@@ -1,5 +1,5 @@
 #include <cmath>
-#include <dirent.h>
+#include <filesystem>
 #include <fstream>
 #include <limits>
 #include <sstream>
@@ -25,51 +25,38 @@ std::string ReadFile(const std::string& path)
     return content.str();
 }
 
-void WriteFile(const std::string& path, const std::string& content)
+bool Exists(const std::string& path)
 {
-    ASSERT_TRUE(Emulator::MakeDirectories(path.substr(0, path.find_last_of('/'))));
-    std::ofstream(path, std::ios::binary) << content;
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0;
 }
 
-// Names in the file's folder other than the file itself (left-over temporary files).
-std::vector<std::string> StrayFiles(const std::string& path)
+// Entries in the file's folder other than the file itself (left-over temporary files).
+size_t StrayFiles(const std::string& path)
 {
-    std::string folder = path.substr(0, path.find_last_of('/'));
-    std::string name = path.substr(path.find_last_of('/') + 1);
-    std::vector<std::string> stray;
-    DIR* dir = opendir(folder.c_str());
-    if (dir == nullptr) {
-        return stray;
+    const std::filesystem::path file(path);
+    size_t stray = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(file.parent_path())) {
+        stray += entry.path() != file;
     }
-    while (dirent* entry = readdir(dir)) {
-        std::string entryName = entry->d_name;
-        if (entryName != "." && entryName != ".." && entryName != name) {
-            stray.push_back(entryName);
-        }
-    }
-    closedir(dir);
     return stray;
 }
 
 class PreferencesTest : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        Emulator::ResetPreferencesFaults();
-        Emulator::ClearPreferencesCache();
-        realPath_ = Emulator::MapPhonePath(PHONE_PATH);
-    }
-    void TearDown() override
+    void SetUp() override { ResetAll(); }
+    void TearDown() override { ResetAll(); }
+    static void ResetAll()
     {
         Emulator::ResetPreferencesFaults();
         Emulator::ClearPreferencesCache();
     }
 
-    std::shared_ptr<Preferences> Open(int& errCode)
+    static std::shared_ptr<Preferences> Open(int& errCode)
     {
         return PreferencesHelper::GetPreferences(Options(PHONE_PATH), errCode);
     }
-    std::shared_ptr<Preferences> OpenOk()
+    static std::shared_ptr<Preferences> OpenOk()
     {
         int errCode = -1;
         auto pref = Open(errCode);
@@ -77,14 +64,14 @@ protected:
         return pref;
     }
     // Drops the cached object and reads the file again, as a restarted process would.
-    std::shared_ptr<Preferences> Reopen()
+    static std::shared_ptr<Preferences> Reopen()
     {
         EXPECT_EQ(PreferencesHelper::RemovePreferencesFromCache(PHONE_PATH), E_OK);
         return OpenOk();
     }
 
     Emulator::ScopedDataRoot root_;
-    std::string realPath_;
+    const std::string realPath_ = Emulator::MapPhonePath(PHONE_PATH);
 };
 
 TEST_F(PreferencesTest, MissingFileStartsEmptyAndIsOnlyCreatedByAFlush)
@@ -95,11 +82,11 @@ TEST_F(PreferencesTest, MissingFileStartsEmptyAndIsOnlyCreatedByAFlush)
     EXPECT_EQ(pref->GetLong("a", -5), -5);
     EXPECT_EQ(OpenOk(), pref) << "the cache hands out one object per path";
     EXPECT_EQ(pref->FlushSync(), E_OK);
-    struct stat info {};
-    EXPECT_NE(stat(realPath_.c_str(), &info), 0) << "nothing changed, nothing written";
+    EXPECT_FALSE(Exists(realPath_)) << "nothing changed, nothing written";
 
     pref->PutInt("a", 1);
     ASSERT_EQ(pref->FlushSync(), E_OK);
+    struct stat info {};
     ASSERT_EQ(stat(realPath_.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0600u);
 }
@@ -111,43 +98,42 @@ TEST_F(PreferencesTest, EveryTypeSurvivesAReopenExactly)
     const std::vector<int64_t> longs = {
         std::numeric_limits<int64_t>::min(), -1, 0, std::numeric_limits<int64_t>::max()};
     const std::vector<int32_t> ints = {std::numeric_limits<int32_t>::min(), 0, std::numeric_limits<int32_t>::max()};
+    auto key = [](char type, size_t i) { return type + std::to_string(i); };
     auto pref = OpenOk();
+    pref->PutString("a key with spaces & <marks>", "v");
     for (size_t i = 0; i < strings.size(); ++i) {
-        pref->PutString("s" + std::to_string(i), strings[i]);
+        pref->PutString(key('s', i), strings[i]);
     }
     for (size_t i = 0; i < floats.size(); ++i) {
-        pref->PutFloat("f" + std::to_string(i), floats[i]);
+        pref->PutFloat(key('f', i), floats[i]);
     }
     for (size_t i = 0; i < longs.size(); ++i) {
-        pref->PutLong("l" + std::to_string(i), longs[i]);
+        pref->PutLong(key('l', i), longs[i]);
+        pref->PutBool(key('b', i), i % 2 == 0);
     }
     for (size_t i = 0; i < ints.size(); ++i) {
-        pref->PutInt("i" + std::to_string(i), ints[i]);
+        pref->PutInt(key('i', i), ints[i]);
     }
-    pref->PutBool("yes", true);
-    pref->PutBool("no", false);
-    pref->PutString("a key with spaces & <marks>", "v");
     ASSERT_EQ(pref->FlushSync(), E_OK);
 
     auto again = Reopen();
     ASSERT_NE(again, pref);
+    EXPECT_EQ(again->GetString("a key with spaces & <marks>"), "v");
     for (size_t i = 0; i < strings.size(); ++i) {
-        EXPECT_EQ(again->GetString("s" + std::to_string(i), "default"), strings[i]) << i;
+        EXPECT_EQ(again->GetString(key('s', i), "default"), strings[i]) << i;
     }
     for (size_t i = 0; i < floats.size(); ++i) {
-        float read = again->GetFloat("f" + std::to_string(i), 99.0f);
+        const float read = again->GetFloat(key('f', i), 99.0f);
         EXPECT_EQ(read, floats[i]) << i;
         EXPECT_EQ(std::signbit(read), std::signbit(floats[i])) << i;
     }
     for (size_t i = 0; i < longs.size(); ++i) {
-        EXPECT_EQ(again->GetLong("l" + std::to_string(i), 7), longs[i]) << i;
+        EXPECT_EQ(again->GetLong(key('l', i), 7), longs[i]) << i;
+        EXPECT_EQ(again->GetBool(key('b', i), i % 2 != 0), i % 2 == 0) << i;
     }
     for (size_t i = 0; i < ints.size(); ++i) {
-        EXPECT_EQ(again->GetInt("i" + std::to_string(i), 7), ints[i]) << i;
+        EXPECT_EQ(again->GetInt(key('i', i), 7), ints[i]) << i;
     }
-    EXPECT_TRUE(again->GetBool("yes", false));
-    EXPECT_FALSE(again->GetBool("no", true));
-    EXPECT_EQ(again->GetString("a key with spaces & <marks>"), "v");
 }
 
 TEST_F(PreferencesTest, ValuesAreTypedAndAPutReplacesAnyType)
@@ -165,39 +151,27 @@ TEST_F(PreferencesTest, ValuesAreTypedAndAPutReplacesAnyType)
     EXPECT_FALSE(pref->HasKey("n"));
 }
 
-struct BadFile {
-    const char* name;
-    std::string content;
-};
-
-class CorruptPreferencesTest : public PreferencesTest, public testing::WithParamInterface<BadFile> {};
-
-TEST_P(CorruptPreferencesTest, FailsWithACodeAndLeavesTheFileAlone)
+TEST_F(PreferencesTest, CorruptOrUnreadableFileFailsWithACodeAndIsLeftAlone)
 {
-    WriteFile(realPath_, GetParam().content);
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        int errCode = E_OK;
-        EXPECT_EQ(Open(errCode), nullptr);
-        EXPECT_EQ(errCode, E_FILE_CORRUPT);
+    const std::string head = "<?xml version=\"1.0\"?><preferences version=\"1\">";
+    const std::string badFiles[] = {"", "garbage {]", head + "<int key=\"a\" value=\"1\"/><long key=\"b\" val",
+        "<settings><int key=\"a\" value=\"1\"/></settings>", head + "<bool key=\"a\" value=\"yes\"/></preferences>",
+        head + "<int key=\"a\" value=\"2147483648\"/></preferences>",
+        head + "<long key=\"a\" value=\"12x\"/></preferences>", head + "<double key=\"a\" value=\"1\"/></preferences>",
+        head + "<int value=\"1\"/></preferences>",
+        head + "<int key=\"a\" value=\"1\"/><int key=\"a\" value=\"2\"/></preferences>"};
+    ASSERT_TRUE(Emulator::MakeDirectories(std::filesystem::path(realPath_).parent_path()));
+    for (const std::string& content : badFiles) {
+        std::ofstream(realPath_, std::ios::binary) << content;
+        for (int attempt = 0; attempt < 2; ++attempt) {
+            int errCode = E_OK;
+            EXPECT_EQ(Open(errCode), nullptr) << content;
+            EXPECT_EQ(errCode, E_FILE_CORRUPT) << content;
+        }
+        EXPECT_EQ(ReadFile(realPath_), content);
     }
-    EXPECT_EQ(ReadFile(realPath_), GetParam().content);
-}
 
-const std::string HEAD = "<?xml version=\"1.0\"?><preferences version=\"1\">";
-INSTANTIATE_TEST_SUITE_P(BadFiles, CorruptPreferencesTest,
-    testing::Values(BadFile{"Empty", ""}, BadFile{"NotXml", "garbage {]"},
-        BadFile{"Truncated", HEAD + "<int key=\"a\" value=\"1\"/><long key=\"b\" val"},
-        BadFile{"WrongRoot", "<settings><int key=\"a\" value=\"1\"/></settings>"},
-        BadFile{"BadBool", HEAD + "<bool key=\"a\" value=\"yes\"/></preferences>"},
-        BadFile{"IntOverflow", HEAD + "<int key=\"a\" value=\"2147483648\"/></preferences>"},
-        BadFile{"TrailingJunkInLong", HEAD + "<long key=\"a\" value=\"12x\"/></preferences>"},
-        BadFile{"UnknownType", HEAD + "<double key=\"a\" value=\"1\"/></preferences>"},
-        BadFile{"MissingKey", HEAD + "<int value=\"1\"/></preferences>"},
-        BadFile{"DuplicateKey", HEAD + "<int key=\"a\" value=\"1\"/><int key=\"a\" value=\"2\"/></preferences>"}),
-    [](const testing::TestParamInfo<BadFile>& info) { return info.param.name; });
-
-TEST_F(PreferencesTest, UnreadableFileFailsWithItsOwnCode)
-{
+    std::filesystem::remove(realPath_);
     ASSERT_TRUE(Emulator::MakeDirectories(realPath_)); // a folder where the file should be
     int errCode = E_OK;
     EXPECT_EQ(Open(errCode), nullptr);
@@ -209,7 +183,6 @@ TEST_F(PreferencesTest, ServiceFaultsAnswerWithTheirCodes)
     int errCode = E_OK;
     EXPECT_EQ(PreferencesHelper::GetPreferences(Options("relative/prefs.xml"), errCode), nullptr);
     EXPECT_EQ(errCode, E_INVALID_ARGS);
-
     Emulator::SetPreferencesOpenFails(true);
     EXPECT_EQ(Open(errCode), nullptr);
     EXPECT_EQ(errCode, E_OPEN_FAILED);
@@ -219,8 +192,7 @@ TEST_F(PreferencesTest, ServiceFaultsAnswerWithTheirCodes)
     pref->PutInt("a", 1);
     Emulator::SetPreferencesFlushFails(true);
     EXPECT_EQ(pref->FlushSync(), E_WRITE_FAILED);
-    struct stat info {};
-    EXPECT_NE(stat(realPath_.c_str(), &info), 0);
+    EXPECT_FALSE(Exists(realPath_));
     Emulator::SetPreferencesFlushFails(false);
     EXPECT_EQ(pref->FlushSync(), E_OK) << "a failed flush leaves the change pending";
     EXPECT_EQ(Reopen()->GetInt("a"), 1);
@@ -229,59 +201,54 @@ TEST_F(PreferencesTest, ServiceFaultsAnswerWithTheirCodes)
 // Fails the N-th file-system step of a flush for N = 1, 2, ... until a flush gets through, once with
 // only that step failing and once with every later step failing too. After each failure the file
 // must hold exactly the old values and no temporary file may be left behind.
-class FlushFaultLoopTest : public PreferencesTest, public testing::WithParamInterface<bool> {};
-
-TEST_P(FlushFaultLoopTest, AFlushNeverLeavesATornFile)
+TEST_F(PreferencesTest, AFlushNeverLeavesATornFile)
 {
-    auto pref = OpenOk();
-    pref->PutString("old", std::string(10000, 'o'));
-    pref->PutLong("count", 1);
-    ASSERT_EQ(pref->FlushSync(), E_OK);
-    const std::string oldContent = ReadFile(realPath_);
+    for (bool persistent : {false, true}) {
+        auto pref = OpenOk();
+        pref->Clear();
+        pref->PutString("old", std::string(10000, 'o'));
+        pref->PutLong("count", 1);
+        ASSERT_EQ(pref->FlushSync(), E_OK);
+        const std::string oldContent = ReadFile(realPath_);
 
-    pref->PutString("new", std::string(20000, 'n')); // several blocks to write
-    pref->PutLong("count", 2);
-    int failures = 0;
-    for (int step = 1;; ++step) {
-        Emulator::FailPreferencesWriteStep(step, GetParam());
-        int result = pref->FlushSync();
-        if (result == E_OK) {
-            break;
+        pref->PutString("new", std::string(20000, 'n')); // several blocks to write
+        pref->PutLong("count", 2);
+        int failures = 0;
+        for (int step = 1; step < 100; ++step) {
+            Emulator::FailPreferencesWriteStep(step, persistent);
+            const int result = pref->FlushSync();
+            if (result == E_OK) {
+                break;
+            }
+            ++failures;
+            EXPECT_EQ(result, E_WRITE_FAILED);
+            // Only the last step (syncing the folder) comes after the rename.
+            const bool renamed = ReadFile(realPath_) != oldContent;
+            EXPECT_TRUE(renamed || StrayFiles(realPath_) == 0) << "step " << step;
+            auto onDisk = Reopen();
+            ASSERT_NE(onDisk, nullptr) << "step " << step;
+            EXPECT_EQ(onDisk->GetLong("count"), renamed ? 2 : 1) << "step " << step;
+            EXPECT_EQ(onDisk->HasKey("new"), renamed) << "step " << step;
+            ASSERT_EQ(PreferencesHelper::RemovePreferencesFromCache(PHONE_PATH), E_OK);
         }
-        ++failures;
-        ASSERT_LT(step, 100) << "the flush never got through";
-        EXPECT_EQ(result, E_WRITE_FAILED);
-        bool renamed = ReadFile(realPath_) != oldContent;
-        if (!renamed) {
-            EXPECT_TRUE(StrayFiles(realPath_).empty()) << "step " << step;
-        }
-        auto onDisk = Reopen();
-        ASSERT_NE(onDisk, nullptr) << "step " << step;
-        // Only the last step (syncing the folder) comes after the rename.
-        EXPECT_EQ(onDisk->GetLong("count"), renamed ? 2 : 1) << "step " << step;
-        EXPECT_EQ(onDisk->HasKey("new"), renamed) << "step " << step;
-        ASSERT_TRUE(PreferencesHelper::RemovePreferencesFromCache(PHONE_PATH) == E_OK);
+        EXPECT_GE(failures, 8) << "create, 5 blocks, sync, close, rename, folder sync";
+        Emulator::FailPreferencesWriteStep(0, false);
+        auto done = Reopen();
+        EXPECT_EQ(done->GetLong("count"), 2);
+        EXPECT_EQ(done->GetString("new"), std::string(20000, 'n'));
+        EXPECT_EQ(StrayFiles(realPath_), 0u);
     }
-    EXPECT_GE(failures, 8) << "create, 5 blocks, sync, close, rename, folder sync";
-    Emulator::FailPreferencesWriteStep(0, false);
-    auto done = Reopen();
-    EXPECT_EQ(done->GetLong("count"), 2);
-    EXPECT_EQ(done->GetString("new"), std::string(20000, 'n'));
-    EXPECT_TRUE(StrayFiles(realPath_).empty());
 }
-
-INSTANTIATE_TEST_SUITE_P(SingleAndPersistent, FlushFaultLoopTest, testing::Bool());
 
 TEST_F(PreferencesTest, ConcurrentPutsAndFlushesLoseNothing)
 {
-    constexpr int threads = 4;
-    constexpr int keysPerThread = 25;
     auto pref = OpenOk();
+    auto key = [](int thread, int k) { return "t" + std::to_string(thread) + "k" + std::to_string(k); };
     std::vector<std::thread> workers;
-    for (int t = 0; t < threads; ++t) {
-        workers.emplace_back([pref, t] {
-            for (int k = 0; k < keysPerThread; ++k) {
-                pref->PutInt("t" + std::to_string(t) + "k" + std::to_string(k), k);
+    for (int t = 0; t < 4; ++t) {
+        workers.emplace_back([pref, t, key] {
+            for (int k = 0; k < 25; ++k) {
+                pref->PutInt(key(t, k), k);
                 EXPECT_EQ(pref->FlushSync(), E_OK);
             }
         });
@@ -290,9 +257,9 @@ TEST_F(PreferencesTest, ConcurrentPutsAndFlushesLoseNothing)
         worker.join();
     }
     auto again = Reopen();
-    for (int t = 0; t < threads; ++t) {
-        for (int k = 0; k < keysPerThread; ++k) {
-            EXPECT_EQ(again->GetInt("t" + std::to_string(t) + "k" + std::to_string(k), -1), k);
+    for (int t = 0; t < 4; ++t) {
+        for (int k = 0; k < 25; ++k) {
+            EXPECT_EQ(again->GetInt(key(t, k), -1), k);
         }
     }
 }

@@ -1,4 +1,5 @@
-#include <functional>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -18,61 +19,36 @@ AbsSharedResultSet MakeSet(int readError = E_OK)
     return AbsSharedResultSet({"i", "r", "num", "txt", "nul"}, std::move(rows), readError);
 }
 
-// Every getter, reading into a value that starts as a sentinel and reporting whether it changed.
-struct Getter {
-    const char* name;
-    std::function<std::pair<int, bool>(AbsSharedResultSet&, int)> read;
-};
-
-const std::vector<Getter>& Getters()
+// Reads `column` with every getter into outputs that start as sentinels; returns the four error
+// codes and sets `changed` when any output was written.
+std::vector<int> ReadWithEveryGetter(AbsSharedResultSet& set, int column, bool& changed)
 {
-    static const std::vector<Getter> getters = {
-        {"GetLong",
-            [](AbsSharedResultSet& set, int column) {
-                int64_t value = 123456;
-                int error = set.GetLong(column, value);
-                return std::make_pair(error, value != 123456);
-            }},
-        {"GetInt",
-            [](AbsSharedResultSet& set, int column) {
-                int value = 123456;
-                int error = set.GetInt(column, value);
-                return std::make_pair(error, value != 123456);
-            }},
-        {"GetDouble",
-            [](AbsSharedResultSet& set, int column) {
-                double value = 123.25;
-                int error = set.GetDouble(column, value);
-                return std::make_pair(error, value != 123.25);
-            }},
-        {"GetString",
-            [](AbsSharedResultSet& set, int column) {
-                std::string value = "sentinel";
-                int error = set.GetString(column, value);
-                return std::make_pair(error, value != "sentinel");
-            }},
-    };
-    return getters;
+    int64_t wide = 123456;
+    int narrow = 123456;
+    double real = 123.25;
+    std::string text = "sentinel";
+    std::vector<int> errors = {set.GetLong(column, wide), set.GetInt(column, narrow), set.GetDouble(column, real),
+        set.GetString(column, text)};
+    changed = wide != 123456 || narrow != 123456 || real != 123.25 || text != "sentinel";
+    return errors;
 }
 
 TEST(RdbResultSetTest, FailingGettersLeaveTheirOutputUntouched)
 {
-    for (const Getter& getter : Getters()) {
-        AbsSharedResultSet set = MakeSet();
-        auto [beforeFirst, changedBefore] = getter.read(set, 0);
-        EXPECT_EQ(beforeFirst, E_ROW_OUT_RANGE) << getter.name;
-        EXPECT_FALSE(changedBefore) << getter.name;
-        ASSERT_EQ(set.GoToFirstRow(), E_OK);
-        for (int column : {-1, 5, 13}) {
-            auto [error, changed] = getter.read(set, column);
-            EXPECT_EQ(error, E_INVALID_COLUMN_INDEX) << getter.name << " column " << column;
-            EXPECT_FALSE(changed) << getter.name << " column " << column;
-        }
-        set.Close();
-        auto [afterClose, changedAfter] = getter.read(set, 0);
-        EXPECT_EQ(afterClose, E_ALREADY_CLOSED) << getter.name;
-        EXPECT_FALSE(changedAfter) << getter.name;
+    AbsSharedResultSet set = MakeSet();
+    bool changed = true;
+    EXPECT_EQ(ReadWithEveryGetter(set, 0, changed), std::vector<int>(4, E_ROW_OUT_RANGE));
+    EXPECT_FALSE(changed);
+    ASSERT_EQ(set.GoToFirstRow(), E_OK);
+    for (int column : {-1, 5, 13}) {
+        changed = true;
+        EXPECT_EQ(ReadWithEveryGetter(set, column, changed), std::vector<int>(4, E_INVALID_COLUMN_INDEX)) << column;
+        EXPECT_FALSE(changed) << column;
     }
+    set.Close();
+    changed = true;
+    EXPECT_EQ(ReadWithEveryGetter(set, 0, changed), std::vector<int>(4, E_ALREADY_CLOSED));
+    EXPECT_FALSE(changed);
 }
 
 TEST(RdbResultSetTest, ValuesConvertLikeSqlite)
