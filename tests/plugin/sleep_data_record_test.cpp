@@ -21,43 +21,17 @@ TEST(SleepDataRecordTest, UnmeasuredRecordPrintsItsMarkers)
     EXPECT_EQ(record.reserved, -1);
 }
 
-TEST(SleepDataRecordTest, PrintsEveryFieldInOrderWithStreamDefaults)
+TEST(SleepDataRecordTest, PrintsEveryFieldInOrderWithStreamDefaultsButNotTheChargeState)
 {
-    SleepDataRecord record;
-    record.timestamp = 1711900799999;
-    record.stationaryDuration = 3600;
-    record.lastUserStationaryStartDuration = 120;
-    record.userMoveDuration = 5;
-    record.lightDarkDuration = 1800;
-    record.screenOffDuration = 2400;
-    record.screenOnCount = 3;
-    record.light = 0.5;
-    record.proximity = 5.0;
-    record.proximityOrigin = 12345678.9;
-    record.proximityErrorSize = 2;
-    record.proximityListSize = 4;
-    record.unlockTimestamp = 1711890000000;
-    record.nextAlarmClockTime = 1711929600000;
-    record.timeSleepProbability = 0.123456789;
-    record.bayesResult = 101;
-    record.baselineResult = 1;
-    record.wakeupTime = 1711927800000;
-    record.isTimeOk = 1;
-    record.weekType = 7;
+    // Fields in declaration order; the charge state (1) and the reserved value are never printed.
+    SleepDataRecord record{1711900799999, 3600, 120, 5, 1800, 2400, 3, 1, 0.5, 5.0, 12345678.9, 2, 4, 1711890000000,
+        1711929600000, 0.123456789, std::numeric_limits<int64_t>::max(), 101, 1, 1711927800000, 1, 7};
     EXPECT_EQ(record.FeatureToString(),
         "timestamp: 1711900799999, stationaryDuration: 3600, lastUserStationaryStartDuration: 120, "
         "userMoveDuration: 5, lightDarkDuration: 1800, screenOffDuration: 2400, screenOnCount: 3, light: 0.5, "
         "proximity: 5, proximityOrigin: 1.23457e+07, proximityErrorSize: 2, proximityListSize: 4, "
         "unlockTimestamp: 1711890000000, nextAlarmClockTime: 1711929600000, timeSleepProbability: 0.123457, "
         "bayesResult: 101, baselineResult: 1, wakeupTime: 1711927800000, isTimeOk: 1, weekType: 7");
-}
-
-TEST(SleepDataRecordTest, ChargeStateAndTheReservedValueAreNeverPrinted)
-{
-    SleepDataRecord charging;
-    charging.chargeState = 1;
-    charging.reserved = std::numeric_limits<int64_t>::max();
-    EXPECT_EQ(charging.FeatureToString(), SleepDataRecord().FeatureToString());
 }
 
 TEST(SleepLogTest, MacrosLogWithTheServiceDomainTagAndPrefix)

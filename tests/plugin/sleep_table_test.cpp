@@ -12,28 +12,12 @@ struct DurationCase {
     int32_t screenOffBucket;
 };
 
+// The screen-off scale keeps 10800 s in bucket 3; the stationary scale moves it to 6.
 TEST(SleepTableTest, DurationBucketsFollowTheirScales)
 {
-    const std::vector<DurationCase> cases = {
-        {-5, 0, 0},
-        {0, 0, 0},
-        {599, 0, 0},
-        {600, 1, 1},
-        {1199, 1, 1},
-        {1200, 2, 1},
-        {1799, 2, 1},
-        {1800, 3, 2},
-        {3599, 3, 2},
-        {3600, 4, 3},
-        {7199, 4, 3},
-        {7200, 5, 3},
-        {10799, 5, 3},
-        {10800, 6, 3}, // the screen-off scale includes 10800 in bucket 3
-        {10801, 6, 4},
-        {14399, 6, 4},
-        {14400, 7, 4},
-        {100000, 7, 4},
-    };
+    const std::vector<DurationCase> cases = {{-5, 0, 0}, {0, 0, 0}, {599, 0, 0}, {600, 1, 1}, {1199, 1, 1},
+        {1200, 2, 1}, {1799, 2, 1}, {1800, 3, 2}, {3599, 3, 2}, {3600, 4, 3}, {7199, 4, 3}, {7200, 5, 3}, {10799, 5, 3},
+        {10800, 6, 3}, {10801, 6, 4}, {14399, 6, 4}, {14400, 7, 4}, {100000, 7, 4}};
     for (const DurationCase& c : cases) {
         SleepEnvironment environment;
         environment.userStationaryDuration = c.seconds;
@@ -51,22 +35,9 @@ struct LightCase {
 
 TEST(SleepTableTest, LightBucketsUseProximityOnlyUpToFiveLux)
 {
-    const std::vector<LightCase> cases = {
-        {-3.0, 0.0, 0},
-        {-1.0, 5.0, 0},
-        {-0.5, 0.0, 1},
-        {0.0, 0.0, 1},
-        {0.01, 0.01, 1},
-        {0.01, 0.02, 2},
-        {0.02, 0.0, 3},
-        {0.5, 1.0, 4},
-        {0.6, 0.0, 5},
-        {5.0, 3.0, 6},
-        {5.1, 0.0, 7},
-        {50.0, 3.0, 7},
-        {50.01, 0.0, 8},
-        {1000.0, 3.0, 8},
-    };
+    const std::vector<LightCase> cases = {{-3.0, 0.0, 0}, {-1.0, 5.0, 0}, {-0.5, 0.0, 1}, {0.0, 0.0, 1},
+        {0.01, 0.01, 1}, {0.01, 0.02, 2}, {0.02, 0.0, 3}, {0.5, 1.0, 4}, {0.6, 0.0, 5}, {5.0, 3.0, 6}, {5.1, 0.0, 7},
+        {50.0, 3.0, 7}, {50.01, 0.0, 8}, {1000.0, 3.0, 8}};
     for (const LightCase& c : cases) {
         SleepEnvironment environment;
         environment.light = c.light;
@@ -112,8 +83,7 @@ TEST(SleepTableTest, StatementsRunAndQueriesDeliverTheirColumns)
             {"percent", "sleep_ambient", "unsleep_ambient"}},
         {SleepParameter::GetCreateStatement(), SleepParameter::GetQueryStatement(),
             {"handled_timestamp", "handled_report_quantify_timestamp", "handled_date_index", "sleep_home_proba",
-                "unsleep_home_proba", "sleep_charge_proba", "unsleep_charge_proba", "record_days"}},
-    };
+                "unsleep_home_proba", "sleep_charge_proba", "unsleep_charge_proba", "record_days"}}};
     for (const StatementCase& c : cases) {
         ASSERT_EQ(store->ExecuteSql(c.create), NativeRdb::E_OK) << c.create;
         ASSERT_EQ(store->ExecuteSql(c.create), NativeRdb::E_OK) << "not repeatable: " << c.create;

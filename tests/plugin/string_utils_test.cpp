@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
-#include <ostream>
+#include <climits>
 #include <string>
 #include <vector>
 
@@ -18,11 +17,6 @@ struct NumberCase {
     long value;
 };
 
-void PrintTo(const NumberCase& testCase, std::ostream* out)
-{
-    *out << "\"" << testCase.text << "\"";
-}
-
 class StringToNumberTest : public testing::TestWithParam<NumberCase> {};
 
 TEST_P(StringToNumberTest, ReportsHowTheTextParsed)
@@ -32,13 +26,10 @@ TEST_P(StringToNumberTest, ReportsHowTheTextParsed)
     EXPECT_EQ(out, GetParam().value);
 }
 
-const long kMax = std::numeric_limits<long>::max();
-const long kMin = std::numeric_limits<long>::min();
-
 INSTANTIATE_TEST_SUITE_P(Texts, StringToNumberTest,
     testing::Values(NumberCase{"42", StrCnvResult::SUCCESS, 42}, NumberCase{"-17", StrCnvResult::SUCCESS, -17},
-        NumberCase{"007", StrCnvResult::SUCCESS, 7}, NumberCase{"9223372036854775807", StrCnvResult::SUCCESS, kMax},
-        NumberCase{"-9223372036854775808", StrCnvResult::SUCCESS, kMin},
+        NumberCase{"007", StrCnvResult::SUCCESS, 7}, NumberCase{"9223372036854775807", StrCnvResult::SUCCESS, LONG_MAX},
+        NumberCase{"-9223372036854775808", StrCnvResult::SUCCESS, LONG_MIN},
         NumberCase{" 42 ", StrCnvResult::SUCCESS_AFTER_TRIM, 42},
         NumberCase{"\t-17\n", StrCnvResult::SUCCESS_AFTER_TRIM, -17},
         NumberCase{"42x", StrCnvResult::TRAILING_GARBAGE, 42},
@@ -64,11 +55,6 @@ struct SplitCase {
     char delimiter;
     std::vector<std::string> pieces;
 };
-
-void PrintTo(const SplitCase& testCase, std::ostream* out)
-{
-    *out << "\"" << testCase.text << "\" at '" << testCase.delimiter << "'";
-}
 
 class SplitTest : public testing::TestWithParam<SplitCase> {};
 

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <string>
 
 #include "scoped_time_zone.h"
@@ -27,11 +26,6 @@ struct CalendarCase {
     int32_t weekIndex;
     float dayHour;
 };
-
-void PrintTo(const CalendarCase& testCase, std::ostream* out)
-{
-    *out << testCase.zone << " " << testCase.date;
-}
 
 class TimestampToCalendarTest : public testing::TestWithParam<CalendarCase> {};
 
@@ -82,11 +76,6 @@ struct AlarmCase {
     int32_t minute;
     int64_t expected;
 };
-
-void PrintTo(const AlarmCase& testCase, std::ostream* out)
-{
-    *out << testCase.label;
-}
 
 class AlarmClockTimestampTest : public testing::TestWithParam<AlarmCase> {};
 

@@ -42,54 +42,20 @@ struct ModelRows {
 // Weekday: asleep 00:00-06:00 (1.0), 0.8 until 07:00, 0.2 from 21:00, 0.5 from 22:00, 0.8 from 23:00.
 double WeekdayValue(int32_t slot)
 {
-    constexpr int32_t slotsPerHour = 12;
-    int32_t hour = slot / slotsPerHour;
-    if (hour < 6) {
-        return 1.0;
-    }
-    if (hour < 7) {
-        return 0.8;
-    }
-    switch (hour) {
-    case 21:
-        return 0.2;
-    case 22:
-        return 0.5;
-    case 23:
-        return 0.8;
-    default:
-        return 0.0;
-    }
+    static const double byHour[24] = {1, 1, 1, 1, 1, 1, 0.8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0.2, 0.5, 0.8};
+    return byHour[slot / 12];
 }
 
-// Weekend: asleep until 04:00 and only slot 90 (07:30) above 0.75 in the morning.
-double WeekendValue(int32_t slot)
-{
-    constexpr int32_t lastAsleepSlot = 47;
-    constexpr int32_t lateMorningSlot = 90;
-    if (slot <= lastAsleepSlot) {
-        return 1.0;
-    }
-    return slot == lateMorningSlot ? 0.9 : 0.0;
-}
-
+// Weekend: asleep until 04:00 and only slot 90 (07:30) above 0.75 in the morning. Ambient tables in
+// quarter-lux steps, exact in float: the sleep table falls from 25 to 0, the awake table rises from 0 to 25.
 ModelRows GoodModel(int32_t recordDays)
 {
     ModelRows rows;
     for (int32_t slot = 0; slot < 288; ++slot) {
-        SleepProbability row;
-        row.timeIndex = slot;
-        row.probability = WeekdayValue(slot);
-        row.probabilityWeekend = WeekendValue(slot);
-        rows.time.push_back(row);
+        rows.time.push_back({slot, WeekdayValue(slot), slot <= 47 ? 1.0 : (slot == 90 ? 0.9 : 0.0)});
     }
-    // Quarter-lux steps, exact in float: sleep table falls from 25 to 0, awake table rises from 0 to 25.
     for (int32_t percent = 0; percent <= 100; ++percent) {
-        SleepAmbientProbability row;
-        row.percent = percent;
-        row.sleepAmbient = (100 - percent) * 0.25;
-        row.unsleepAmbient = percent * 0.25;
-        rows.ambient.push_back(row);
+        rows.ambient.push_back({percent, (100 - percent) * 0.25, percent * 0.25});
     }
     SleepParameter parameter;
     parameter.recordDays = recordDays;
@@ -250,72 +216,140 @@ TEST_F(UserSleepPredictTest, LoadingNormalisesAndWeekTypeSelectsTable)
     EXPECT_FLOAT_EQ(predict_.GetTimeSleepProba()[60], 0.0F);
 }
 
-struct BayesCase {
+using Adjust = std::function<void(UserSleepPredict&, SleepDataRecord& last, SleepDataRecord& cur)>;
+using Decision = int32_t (*)(UserSleepPredict&, const SleepDataRecord& last, SleepDataRecord& cur);
+
+const Decision Bayes = [](UserSleepPredict& p, const auto& last, auto& cur) { return p.SleepBayesPredict(last, cur); };
+const Decision Baseline = [](UserSleepPredict& p, const auto& l, auto& c) { return p.SleepBaselinePredict(l, c); };
+const Decision Keep = [](UserSleepPredict& p, const auto& l, auto& c) { return p.IsKeepUserSleeping(l, c) ? 1 : 0; };
+
+// One decision on a quiet night observation at hh:mm, changed by `adjust`, with the good model loaded.
+struct DecisionCase {
     std::string name;
+    Decision decide;
     int hour;
     int minute;
-    std::function<void(UserSleepPredict&, SleepDataRecord& last, SleepDataRecord& cur)> adjust;
+    Adjust adjust;
     int32_t expected;
 };
 
-class BayesPredictTest : public UserSleepPredictTest, public testing::WithParamInterface<BayesCase> {};
+class DecisionTest : public UserSleepPredictTest, public testing::WithParamInterface<DecisionCase> {};
 
-TEST_P(BayesPredictTest, Scores)
+TEST_P(DecisionTest, Decides)
 {
     LoadGoodModel();
     auto [last, cur] = QuietNight(At(GetParam().hour, GetParam().minute));
     if (GetParam().adjust) {
         GetParam().adjust(predict_, last, cur);
     }
-    EXPECT_EQ(predict_.SleepBayesPredict(last, cur), GetParam().expected);
+    EXPECT_EQ(GetParam().decide(predict_, last, cur), GetParam().expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Observations, BayesPredictTest,
-    testing::Values(BayesCase{"TenMinutesBeforeAlarm", 2, 0,
-                        [](UserSleepPredict&, SleepDataRecord&, SleepDataRecord& c) {
-                            c.nextAlarmClockTime = c.timestamp + 10 * MINUTE_MS;
-                        },
-                        0},
-        BayesCase{"HalfHourAfterAlarmRang", 2, 0,
-            [](UserSleepPredict& p, SleepDataRecord&, SleepDataRecord& c) {
-                p.UpdateLastClockTime(c.timestamp - 30 * MINUTE_MS);
-            },
-            0},
-        BayesCase{"AlarmRangLaterThanObservation", 2, 0,
-            [](UserSleepPredict& p, SleepDataRecord&, SleepDataRecord& c) {
-                p.UpdateLastClockTime(c.timestamp + MINUTE_MS);
-            },
-            100},
-        BayesCase{"DayTime", 14, 0, nullptr, 0}, BayesCase{"NineInTheEvening", 21, 0, nullptr, 0},
-        BayesCase{"KeepSleeping", 2, 0,
-            [](UserSleepPredict&, SleepDataRecord& l, SleepDataRecord& c) {
+// Sets stationary, dark and screen-off durations at once.
+Adjust Durations(int32_t still, int32_t dark, int32_t screenOff = 7200)
+{
+    return [=](auto&, auto&, auto& c) {
+        c.stationaryDuration = still;
+        c.lightDarkDuration = dark;
+        c.screenOffDuration = screenOff;
+    };
+}
+
+INSTANTIATE_TEST_SUITE_P(Bayes, DecisionTest,
+    testing::Values(DecisionCase{"TenMinutesBeforeAlarm", Bayes, 2, 0,
+                        [](auto&, auto&, auto& c) { c.nextAlarmClockTime = c.timestamp + 10 * MINUTE_MS; }, 0},
+        DecisionCase{"HalfHourAfterAlarmRang", Bayes, 2, 0,
+            [](auto& p, auto&, auto& c) { p.UpdateLastClockTime(c.timestamp - 30 * MINUTE_MS); }, 0},
+        DecisionCase{"AlarmRangLaterThanObservation", Bayes, 2, 0,
+            [](auto& p, auto&, auto& c) { p.UpdateLastClockTime(c.timestamp + MINUTE_MS); }, 100},
+        DecisionCase{"DayTime", Bayes, 14, 0, nullptr, 0}, DecisionCase{"NineInTheEvening", Bayes, 21, 0, nullptr, 0},
+        DecisionCase{"KeepSleeping", Bayes, 2, 0,
+            [](auto&, auto& l, auto& c) {
                 l.bayesResult = 95;
                 c.screenOnCount = l.screenOnCount + 1;
             },
             101},
-        BayesCase{"KeepSleepingBrokenByUnlock", 2, 0,
-            [](UserSleepPredict&, SleepDataRecord& l, SleepDataRecord& c) {
-                l.bayesResult = 95;
-                c.unlockTimestamp = c.timestamp - MINUTE_MS;
-            },
-            100},
-        BayesCase{
-            "SharpLightRise", 2, 0, [](UserSleepPredict&, SleepDataRecord&, SleepDataRecord& c) { c.light = 60.2; }, 0},
-        BayesCase{"ShortDarkness", 2, 0,
-            [](UserSleepPredict&, SleepDataRecord&, SleepDataRecord& c) { c.lightDarkDuration = 300; }, 0},
+        DecisionCase{"SharpLightRise", Bayes, 2, 0, [](auto&, auto&, auto& c) { c.light = 60.2; }, 0},
+        DecisionCase{"ShortDarkness", Bayes, 2, 0, [](auto&, auto&, auto& c) { c.lightDarkDuration = 300; }, 0},
         // 22:00 slot 0.5, light 3.5: sleep likelihood 0.88, awake 0.12 -> 0.89 / 1.02.
-        BayesCase{"AmbientPath", 22, 0,
-            [](UserSleepPredict&, SleepDataRecord& l, SleepDataRecord& c) { c.light = l.light = 3.5; }, 87},
+        DecisionCase{"AmbientPath", Bayes, 22, 0, [](auto&, auto& l, auto& c) { c.light = l.light = 3.5; }, 87},
         // 23:30 slot 0.8 without a light reading: 0.81^2 / (0.21^2 + 0.81^2).
-        BayesCase{"TimeOnlyPath", 23, 30,
-            [](UserSleepPredict&, SleepDataRecord& l, SleepDataRecord& c) { c.light = l.light = -1.0; }, 94},
-        BayesCase{"DarkAndCovered", 2, 0,
-            [](UserSleepPredict&, SleepDataRecord&, SleepDataRecord& c) {
+        DecisionCase{"TimeOnlyPath", Bayes, 23, 30, [](auto&, auto& l, auto& c) { c.light = l.light = -1.0; }, 94},
+        DecisionCase{"DarkAndCovered", Bayes, 2, 0,
+            [](auto&, auto&, auto& c) {
                 c.light = 0.3;
                 c.proximity = 0.0;
             },
             102}),
-    [](const testing::TestParamInfo<BayesCase>& info) { return info.param.name; });
+    [](const testing::TestParamInfo<DecisionCase>& info) { return info.param.name; });
+
+INSTANTIATE_TEST_SUITE_P(KeepSleeping, DecisionTest,
+    testing::Values(DecisionCase{"Undisturbed", Keep, 2, 0, nullptr, 1},
+        DecisionCase{"ShortStillDarkNotGrown", Keep, 2, 0,
+            [](auto&, auto& l, auto& c) { c.lightDarkDuration = l.lightDarkDuration; }, 0},
+        DecisionCase{"LongStillDarkNotGrownNoRise", Keep, 2, 0,
+            [](auto&, auto& l, auto& c) {
+                c.stationaryDuration = 10800;
+                c.lightDarkDuration = l.lightDarkDuration;
+            },
+            1},
+        DecisionCase{"LongStillSharpRiseDarkNotGrown", Keep, 2, 0,
+            [](auto&, auto& l, auto& c) {
+                c.screenOffDuration = 10800;
+                c.light = 60.0;
+                c.lightDarkDuration = l.lightDarkDuration;
+            },
+            0},
+        DecisionCase{"UnlockedSinceLast", Keep, 2, 0,
+            [](auto&, auto&, auto& c) { c.unlockTimestamp = c.timestamp - MINUTE_MS; }, 0},
+        DecisionCase{"Moved", Keep, 2, 0, [](auto&, auto&, auto& c) { c.userMoveDuration = 5; }, 0},
+        DecisionCase{
+            "TwoScreenOns", Keep, 2, 0, [](auto&, auto& l, auto& c) { c.screenOnCount = l.screenOnCount + 2; }, 0}),
+    [](const testing::TestParamInfo<DecisionCase>& info) { return info.param.name; });
+
+INSTANTIATE_TEST_SUITE_P(BaselineTimeBands, DecisionTest,
+    testing::Values(DecisionCase{"NearNextAlarm", Baseline, 2, 0,
+                        [](auto&, auto&, auto& c) { c.nextAlarmClockTime = c.timestamp - 14 * MINUTE_MS; }, 0},
+        DecisionCase{"DayTime", Baseline, 15, 0, Durations(20000, 20000), 0},
+        DecisionCase{"NineInTheEvening", Baseline, 21, 0, Durations(20000, 20000), 0},
+        DecisionCase{"ElevenPmEnough", Baseline, 23, 0, Durations(1800, 1800), 1},
+        DecisionCase{"ElevenPmShortStill", Baseline, 23, 0, Durations(1799, 1800), 0},
+        DecisionCase{"ElevenPmShortDark", Baseline, 23, 0, Durations(1800, 1799), 0},
+        DecisionCase{"NightKeptAsleep", Baseline, 2, 0,
+            [](auto&, auto& l, auto& c) {
+                l.baselineResult = 1;
+                c.stationaryDuration = 100;
+                c.lightDarkDuration = l.lightDarkDuration + 1;
+            },
+            1},
+        DecisionCase{"NightBrightLongStill", Baseline, 2, 0,
+            [](auto&, auto&, auto& c) {
+                c.light = 60.0;
+                c.stationaryDuration = 7201;
+            },
+            1},
+        DecisionCase{"NightBrightShortStill", Baseline, 2, 0, [](auto&, auto&, auto& c) { c.light = 60.0; }, 0},
+        DecisionCase{"NightStillnessLostAfterLongStill", Baseline, 2, 0,
+            [](auto& p, auto& l, auto& c) {
+                Durations(0, 1800, 1800)(p, l, c);
+                c.lastUserStationaryStartDuration = 18000;
+            },
+            1},
+        DecisionCase{"NightStillOverAnHour", Baseline, 2, 0, Durations(3601, 0), 1},
+        DecisionCase{"NightCoveredDark", Baseline, 2, 0,
+            [](auto& p, auto& l, auto& c) {
+                Durations(1800, 0)(p, l, c);
+                c.light = 0.0;
+                c.proximity = 0.0;
+            },
+            1},
+        DecisionCase{"NightTwentyMinutes", Baseline, 2, 0, Durations(1201, 1201), 1},
+        DecisionCase{"NightJustShort", Baseline, 2, 0, Durations(1200, 1201), 0},
+        DecisionCase{"MorningScreenOffTooShort", Baseline, 7, 0, Durations(20000, 20000, 3600), 0},
+        DecisionCase{"MorningVeryStill", Baseline, 7, 0, Durations(14401, 0, 3601), 1},
+        DecisionCase{"MorningStillAndDark", Baseline, 7, 0, Durations(1801, 1801, 3601), 1},
+        DecisionCase{"MorningNotDarkEnough", Baseline, 7, 0, Durations(1801, 1800, 3601), 0}),
+    [](const testing::TestParamInfo<DecisionCase>& info) { return info.param.name; });
 
 TEST_F(UserSleepPredictTest, BayesNeedsSevenRecordedDaysAndStoresSlotProbability)
 {
@@ -345,122 +379,6 @@ TEST_F(UserSleepPredictTest, AmbientScanAtHalfLuxUsesNoEntry)
     EXPECT_FLOAT_EQ(predict_.CalculateProbabilitySleepByAmbient(30.0F), 0.0F);
     EXPECT_FLOAT_EQ(predict_.CalculateProbabilityUnsleepByAmbient(30.0F), 1.0F);
 }
-
-struct KeepCase {
-    std::string name;
-    std::function<void(SleepDataRecord& last, SleepDataRecord& cur)> adjust;
-    bool expected;
-};
-
-class KeepSleepingTest : public UserSleepPredictTest, public testing::WithParamInterface<KeepCase> {};
-
-TEST_P(KeepSleepingTest, Decides)
-{
-    auto [last, cur] = QuietNight(At(2));
-    GetParam().adjust(last, cur);
-    EXPECT_EQ(predict_.IsKeepUserSleeping(last, cur), GetParam().expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(Rules, KeepSleepingTest,
-    testing::Values(KeepCase{"Undisturbed", [](SleepDataRecord&, SleepDataRecord&) {}, true},
-        KeepCase{"ShortStillDarkNotGrown",
-            [](SleepDataRecord& l, SleepDataRecord& c) { c.lightDarkDuration = l.lightDarkDuration; }, false},
-        KeepCase{"LongStillDarkNotGrownNoRise",
-            [](SleepDataRecord& l, SleepDataRecord& c) {
-                c.stationaryDuration = 10800;
-                c.lightDarkDuration = l.lightDarkDuration;
-            },
-            true},
-        KeepCase{"LongStillSharpRiseDarkNotGrown",
-            [](SleepDataRecord& l, SleepDataRecord& c) {
-                c.screenOffDuration = 10800;
-                c.light = 60.0;
-                c.lightDarkDuration = l.lightDarkDuration;
-            },
-            false},
-        KeepCase{"Moved", [](SleepDataRecord&, SleepDataRecord& c) { c.userMoveDuration = 5; }, false},
-        KeepCase{"TwoScreenOns", [](SleepDataRecord& l, SleepDataRecord& c) { c.screenOnCount = l.screenOnCount + 2; },
-            false}),
-    [](const testing::TestParamInfo<KeepCase>& info) { return info.param.name; });
-
-struct BaselineCase {
-    std::string name;
-    int hour;
-    std::function<void(SleepDataRecord& last, SleepDataRecord& cur)> adjust;
-    int32_t expected;
-};
-
-class BaselinePredictTest : public UserSleepPredictTest, public testing::WithParamInterface<BaselineCase> {};
-
-TEST_P(BaselinePredictTest, Decides)
-{
-    auto [last, cur] = QuietNight(At(GetParam().hour));
-    GetParam().adjust(last, cur);
-    EXPECT_EQ(predict_.SleepBaselinePredict(last, cur), GetParam().expected);
-}
-
-// Sets stationary, dark and screen-off durations at once.
-std::function<void(SleepDataRecord&, SleepDataRecord&)> Durations(int32_t still, int32_t dark, int32_t screenOff = 7200)
-{
-    return [=](SleepDataRecord&, SleepDataRecord& c) {
-        c.stationaryDuration = still;
-        c.lightDarkDuration = dark;
-        c.screenOffDuration = screenOff;
-    };
-}
-
-INSTANTIATE_TEST_SUITE_P(TimeBands, BaselinePredictTest,
-    testing::Values(
-        BaselineCase{"NearNextAlarm", 2,
-            [](SleepDataRecord&, SleepDataRecord& c) { c.nextAlarmClockTime = c.timestamp - 14 * MINUTE_MS; }, 0},
-        BaselineCase{"DayTime", 15, Durations(20000, 20000), 0},
-        BaselineCase{"NineInTheEvening", 21, Durations(20000, 20000), 0},
-        BaselineCase{"ElevenPmEnough", 23, Durations(1800, 1800), 1},
-        BaselineCase{"ElevenPmShortStill", 23, Durations(1799, 1800), 0},
-        BaselineCase{"ElevenPmShortDark", 23, Durations(1800, 1799), 0},
-        BaselineCase{"NightKeptAsleep", 2,
-            [](SleepDataRecord& l, SleepDataRecord& c) {
-                l.baselineResult = 1;
-                c.stationaryDuration = 100;
-                c.lightDarkDuration = l.lightDarkDuration + 1;
-            },
-            1},
-        BaselineCase{"NightBrightLongStill", 2,
-            [](SleepDataRecord&, SleepDataRecord& c) {
-                c.light = 60.0;
-                c.stationaryDuration = 7201;
-            },
-            1},
-        BaselineCase{"NightBrightShortStill", 2,
-            [](SleepDataRecord&, SleepDataRecord& c) {
-                c.light = 60.0;
-                c.stationaryDuration = 7200;
-            },
-            0},
-        BaselineCase{"NightStillnessLostAfterLongStill", 2,
-            [](SleepDataRecord&, SleepDataRecord& c) {
-                c.stationaryDuration = 0;
-                c.lastUserStationaryStartDuration = 18000;
-                c.lightDarkDuration = 1800;
-                c.screenOffDuration = 1800;
-            },
-            1},
-        BaselineCase{"NightStillOverAnHour", 2, Durations(3601, 0), 1},
-        BaselineCase{"NightCoveredDark", 2,
-            [](SleepDataRecord&, SleepDataRecord& c) {
-                c.light = 0.0;
-                c.proximity = 0.0;
-                c.stationaryDuration = 1800;
-                c.lightDarkDuration = 0;
-            },
-            1},
-        BaselineCase{"NightTwentyMinutes", 2, Durations(1201, 1201), 1},
-        BaselineCase{"NightJustShort", 2, Durations(1200, 1201), 0},
-        BaselineCase{"MorningScreenOffTooShort", 7, Durations(20000, 20000, 3600), 0},
-        BaselineCase{"MorningVeryStill", 7, Durations(14401, 0, 3601), 1},
-        BaselineCase{"MorningStillAndDark", 7, Durations(1801, 1801, 3601), 1},
-        BaselineCase{"MorningNotDarkEnough", 7, Durations(1801, 1800, 3601), 0}),
-    [](const testing::TestParamInfo<BaselineCase>& info) { return info.param.name; });
 
 constexpr int64_t NO_ALARM = INT64_MIN;
 

@@ -1,5 +1,4 @@
 #include <cstdlib>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,7 +19,6 @@
 
 namespace OHOS::DevStandbyMgr {
 namespace {
-using Emulator::LocalTimeMs;
 using Span = UserSleepTrainModel::Span;
 
 constexpr int64_t MINUTE_MS = 60000;
@@ -28,10 +26,10 @@ constexpr int64_t HOUR_MS = 3600000;
 constexpr int64_t DAY_MS = 86400000;
 constexpr int64_t FLOAT_STEP_MS = 131072; // spacing of single-precision values at present-day timestamps
 
-// March 2024, China Standard Time.
+// March 2024 in the test's time zone (China Standard Time).
 int64_t Mar(int day, int hour, int minute = 0, int second = 0)
 {
-    return LocalTimeMs(2024, 3, day, hour, minute, second);
+    return Emulator::LocalTimeMs(2024, 3, day, hour, minute, second);
 }
 
 // A March time for test tables, turned into a timestamp only once the test has set its time zone.
@@ -43,18 +41,20 @@ struct When {
     int64_t Ms() const { return Mar(day, hour, minute, second); }
 };
 
-std::vector<Span> ToSpans(const std::vector<std::pair<When, When>>& spans)
-{
-    std::vector<Span> out;
-    for (const auto& [begin, end] : spans) {
-        out.emplace_back(begin.Ms(), end.Ms());
-    }
-    return out;
-}
-
 int32_t DateIndex(int day)
 {
     return 2024 * 372 + 3 * 31 + day;
+}
+
+// A time adjusted in single precision is a multiple of 2^17 ms within one step of its target.
+void ExpectTime(int64_t actual, int64_t expected, bool coarse)
+{
+    if (!coarse) {
+        EXPECT_EQ(actual, expected);
+        return;
+    }
+    EXPECT_EQ(actual % FLOAT_STEP_MS, 0);
+    EXPECT_LE(std::llabs(actual - expected), FLOAT_STEP_MS);
 }
 
 // Receives the host's messages in order.
@@ -72,23 +72,25 @@ protected:
     void SetUp() override
     {
         Emulator::RdbFaults::Reset();
-        SleepDatabaseManager::GetInstance()->OnUserSwitched(); // open the database under this test's data root
+        manager_->OnUserSwitched(); // open the database under this test's data root
         handler_ = AppExecFwk::EventHandler::CreateVirtual(clock_.Shared());
         StandbyServiceImpl::GetInstance()->SetHandler(handler_);
         StandbyServiceImpl::GetInstance()->RegisterStrategy(strategy_);
     }
     void TearDown() override { StandbyServiceImpl::GetInstance()->Reset(); }
 
+    template <typename Row> static void Insert(std::vector<Row> rows)
+    {
+        ASSERT_EQ(manager_->InsertEntries(Row::TABLE_NAME, rows), 0);
+    }
+
     static void InsertScreens(const std::vector<std::pair<int64_t, int32_t>>& events)
     {
         std::vector<ScreenStateRecord> rows;
         for (const auto& [timestamp, state] : events) {
-            ScreenStateRecord row;
-            row.timestamp = timestamp;
-            row.state = state;
-            rows.push_back(row);
+            rows.push_back({timestamp, state});
         }
-        ASSERT_EQ(manager_->InsertEntries(ScreenStateRecord::TABLE_NAME, rows), 0);
+        Insert(rows);
     }
 
     static void InsertObservation(int64_t timestamp, int32_t label, double light = 0.1, int32_t dark = 600,
@@ -101,18 +103,22 @@ protected:
         rows[0].lightDarkDuration = dark;
         rows[0].proximity = proximity;
         rows[0].nextClock = nextClock;
-        ASSERT_EQ(manager_->InsertEntries(SleepEnvironment::TABLE_NAME, rows), 0);
+        Insert(rows);
+    }
+
+    // One notification record per evening from 1 March on: {week day, has notification}.
+    static void InsertNotifications(const std::vector<std::pair<int32_t, int32_t>>& records)
+    {
+        std::vector<SleepNotificationRecord> rows;
+        for (const auto& [weekDay, has] : records) {
+            rows.push_back({Mar(1, 23) + static_cast<int64_t>(rows.size()) * DAY_MS, has, weekDay});
+        }
+        Insert(rows);
     }
 
     static int64_t Count(const std::string& table, const std::string& where = "")
     {
         return manager_->QueryCount(table, where);
-    }
-
-    static int64_t LabelCount(int64_t timestamp, int32_t label)
-    {
-        return Count(SleepEnvironment::TABLE_NAME,
-            "timestamp = " + std::to_string(timestamp) + " AND label = " + std::to_string(label));
     }
 
     static std::vector<SleepProbability> TimeTable()
@@ -125,9 +131,16 @@ protected:
     // Runs the training and delivers its finishing message.
     void RunTraining()
     {
-        UserSleepTrainModel model;
-        model.Run();
+        UserSleepTrainModel().Run();
         handler_->RunUntilIdle();
+    }
+
+    const AAFwk::Want& FinishMessage()
+    {
+        EXPECT_EQ(strategy_->messages.size(), 1U);
+        EXPECT_EQ(strategy_->messages.at(0).eventId, 2001);
+        EXPECT_TRUE(strategy_->messages[0].want.has_value());
+        return *strategy_->messages[0].want;
     }
 
     // Six nights ending 5-10 March, with a span on the day of the last screen event (11 March).
@@ -156,7 +169,7 @@ struct SpanCase {
     std::string name;
     std::vector<std::pair<When, int32_t>> events;
     std::vector<std::pair<When, When>> spans;
-    std::vector<std::pair<When, When>> merged;
+    std::vector<std::pair<When, When>> merged; // empty: the same as `spans`
 };
 
 class ScreenSpanTest : public UserSleepTrainModelTest, public testing::WithParamInterface<SpanCase> {};
@@ -164,85 +177,46 @@ class ScreenSpanTest : public UserSleepTrainModelTest, public testing::WithParam
 TEST_P(ScreenSpanTest, BuildsAndMergesSpans)
 {
     std::vector<ScreenStateRecord> rows;
-    for (const auto& [timestamp, state] : GetParam().events) {
-        ScreenStateRecord row;
-        row.timestamp = timestamp.Ms();
-        row.state = state;
-        rows.push_back(row);
+    for (const auto& [when, state] : GetParam().events) {
+        rows.push_back({when.Ms(), state});
     }
+    auto toSpans = [](const std::vector<std::pair<When, When>>& pairs) {
+        std::vector<Span> spans;
+        for (const auto& [begin, end] : pairs) {
+            spans.emplace_back(begin.Ms(), end.Ms());
+        }
+        return spans;
+    };
     UserSleepTrainModel model;
     model.CalculateScreenOffDurations(rows);
     model.GetMergeScreenOffData();
-    EXPECT_EQ(model.GetScreenOffSpans(), ToSpans(GetParam().spans));
-    EXPECT_EQ(model.GetMergedSpans(), ToSpans(GetParam().merged));
+    EXPECT_EQ(model.GetScreenOffSpans(), toSpans(GetParam().spans));
+    EXPECT_EQ(model.GetMergedSpans(), toSpans(GetParam().merged.empty() ? GetParam().spans : GetParam().merged));
 }
 
+// The hour of the next span's begin must be before 05:00, so a short use at 23:10 splits the night.
 INSTANTIATE_TEST_SUITE_P(History, ScreenSpanTest,
-    testing::Values(
-        // The hour of the next span's begin must be before 05:00, so a short use at 23:10 splits the night.
-        SpanCase{"ShortUseAtElevenPmDoesNotMerge",
-            {{When{4, 23, 10}, 0}, {When{4, 23, 10, 40}, 1}, {When{4, 23, 11}, 0}, {When{5, 7}, 1}},
-            {{When{4, 23, 10}, When{4, 23, 10, 40}}, {When{4, 23, 11}, When{5, 7}}},
-            {{When{4, 23, 10}, When{4, 23, 10, 40}}, {When{4, 23, 11}, When{5, 7}}}},
+    testing::Values(SpanCase{"ShortUseAtElevenPmDoesNotMerge",
+                        {{When{4, 23, 10}, 0}, {When{4, 23, 10, 40}, 1}, {When{4, 23, 11}, 0}, {When{5, 7}, 1}},
+                        {{When{4, 23, 10}, When{4, 23, 10, 40}}, {When{4, 23, 11}, When{5, 7}}}, {}},
         SpanCase{"ShortUseAtThreeAmMerges",
             {{When{5, 1}, 0}, {When{5, 3, 10}, 1}, {When{5, 3, 10, 30}, 0}, {When{5, 7}, 1}},
             {{When{5, 1}, When{5, 3, 10}}, {When{5, 3, 10, 30}, When{5, 7}}}, {{When{5, 1}, When{5, 7}}}},
         SpanCase{"ShortUseAtHalfPastFiveDoesNotMerge",
             {{When{5, 1}, 0}, {When{5, 5, 30}, 1}, {When{5, 5, 30, 30}, 0}, {When{5, 7}, 1}},
-            {{When{5, 1}, When{5, 5, 30}}, {When{5, 5, 30, 30}, When{5, 7}}},
-            {{When{5, 1}, When{5, 5, 30}}, {When{5, 5, 30, 30}, When{5, 7}}}},
+            {{When{5, 1}, When{5, 5, 30}}, {When{5, 5, 30, 30}, When{5, 7}}}, {}},
         SpanCase{"GapOfOneMinuteDoesNotMerge", {{When{5, 1}, 0}, {When{5, 3}, 1}, {When{5, 3, 1}, 0}, {When{5, 7}, 1}},
-            {{When{5, 1}, When{5, 3}}, {When{5, 3, 1}, When{5, 7}}},
-            {{When{5, 1}, When{5, 3}}, {When{5, 3, 1}, When{5, 7}}}},
+            {{When{5, 1}, When{5, 3}}, {When{5, 3, 1}, When{5, 7}}}, {}},
         SpanCase{"RepeatedOffKeepsFirst", {{When{4, 23}, 0}, {When{4, 23, 30}, 0}, {When{5, 7}, 1}},
-            {{When{4, 23}, When{5, 7}}}, {{When{4, 23}, When{5, 7}}}},
-        SpanCase{"BootClosesSpan", {{When{4, 23}, 0}, {When{5, 3}, 2}, {When{5, 7}, 1}}, {{When{4, 23}, When{5, 3}}},
-            {{When{4, 23}, When{5, 3}}}},
+            {{When{4, 23}, When{5, 7}}}, {}},
+        SpanCase{
+            "BootClosesSpan", {{When{4, 23}, 0}, {When{5, 3}, 2}, {When{5, 7}, 1}}, {{When{4, 23}, When{5, 3}}}, {}},
         SpanCase{"BootAfterUnlockClosesSpanFromUnlock", {{When{4, 22}, 1}, {When{4, 22, 30}, 2}},
-            {{When{4, 22}, When{4, 22, 30}}}, {{When{4, 22}, When{4, 22, 30}}}},
+            {{When{4, 22}, When{4, 22, 30}}}, {}},
         SpanCase{"UnlocksAloneMakeNoSpan", {{When{4, 22}, 2}, {When{4, 23}, 1}, {When{5, 7}, 1}}, {}, {}}),
     [](const testing::TestParamInfo<SpanCase>& info) { return info.param.name; });
 
-struct ClipCase {
-    std::string name;
-    When begin;
-    When end;
-    When expectedBegin;
-    When expectedEnd;
-    bool beginCoarse; // adjusted in single precision: a multiple of 2^17 ms within one step of the target
-    bool endCoarse;
-};
-
-class ClipTest : public UserSleepTrainModelTest, public testing::WithParamInterface<ClipCase> {};
-
-void ExpectTime(int64_t actual, int64_t expected, bool coarse)
-{
-    if (!coarse) {
-        EXPECT_EQ(actual, expected);
-        return;
-    }
-    EXPECT_EQ(actual % FLOAT_STEP_MS, 0);
-    EXPECT_LE(std::llabs(actual - expected), FLOAT_STEP_MS);
-}
-
-TEST_P(ClipTest, ClipsToTheNight)
-{
-    const ClipCase& param = GetParam();
-    UserSleepTrainModel model;
-    Span clipped = model.UpdateBeginEndTime(param.begin.Ms(), param.end.Ms());
-    ExpectTime(clipped.first, param.expectedBegin.Ms(), param.beginCoarse);
-    ExpectTime(clipped.second, param.expectedEnd.Ms(), param.endCoarse);
-}
-
-INSTANTIATE_TEST_SUITE_P(Episodes, ClipTest,
-    testing::Values(ClipCase{"NightUnchanged", When{4, 23}, When{5, 7}, When{4, 23}, When{5, 7}, false, false},
-        ClipCase{"AfternoonBeginMovesToNine", When{4, 13}, When{4, 22}, When{4, 21}, When{4, 22}, true, false},
-        ClipCase{"AfternoonEndMovesToNoon", When{4, 23}, When{5, 13}, When{4, 23}, When{5, 12}, false, true},
-        ClipCase{"DaySpanBecomesEmpty", When{4, 11}, When{4, 22}, When{4, 11}, When{4, 11}, false, false},
-        ClipCase{"NothingLeftBecomesEmpty", When{4, 20}, When{4, 21}, When{4, 20}, When{4, 20}, false, false}),
-    [](const testing::TestParamInfo<ClipCase>& info) { return info.param.name; });
-
-TEST_F(UserSleepTrainModelTest, StoresOneEpisodePerNightAndTheParametersRow)
+TEST_F(UserSleepTrainModelTest, StoresOneEpisodePerNightTheParametersRowAndTheFinishMessage)
 {
     WriteCraftedNights();
     SleepParameter previous;
@@ -251,6 +225,8 @@ TEST_F(UserSleepTrainModelTest, StoresOneEpisodePerNightAndTheParametersRow)
     ASSERT_EQ(manager_->InsertEntry(SleepParameter::TABLE_NAME, previous), 0);
     InsertObservation(Mar(5, 1), -1);
     InsertObservation(Mar(10, 15), -1);
+    // Eight weekday records with four notifications; two weekend records are too few, so all ten count.
+    InsertNotifications({{1, 1}, {2, 1}, {3, 1}, {4, 1}, {5, 0}, {6, 0}, {7, 0}, {1, 0}, {2, 0}, {3, 0}});
     RunTraining();
 
     std::vector<SleepDurationRecord> episodes;
@@ -282,13 +258,21 @@ TEST_F(UserSleepTrainModelTest, StoresOneEpisodePerNightAndTheParametersRow)
     EXPECT_EQ(parameters[0].handledTimestamp, Mar(11, 7));
     EXPECT_EQ(parameters[0].handledReportQuantifyTimestamp, 0); // its column name is misspelt, the read fails
     EXPECT_EQ(parameters[0].handledDateIndex, DateIndex(10));
-    EXPECT_EQ(parameters[0].sleepHomeProba, 0.0);
-    EXPECT_EQ(parameters[0].unsleepHomeProba, 0.0);
-    EXPECT_EQ(parameters[0].sleepChargeProba, 0.0);
-    EXPECT_EQ(parameters[0].unsleepChargeProba, 0.0);
+    for (double proba : {parameters[0].sleepHomeProba, parameters[0].unsleepHomeProba, parameters[0].sleepChargeProba,
+             parameters[0].unsleepChargeProba}) {
+        EXPECT_EQ(proba, 0.0);
+    }
     EXPECT_EQ(parameters[0].recordDays, 5); // 5 days 14 h of observations, six nights
     // Screen events older than a day before the handled time are gone.
     EXPECT_EQ(Count(ScreenStateRecord::TABLE_NAME), 4);
+
+    const AAFwk::Want& want = FinishMessage();
+    EXPECT_TRUE(want.GetBoolParam("isTrainSuccess", false));
+    EXPECT_FLOAT_EQ(want.GetFloatParam("notiProbWeekday", -1.0F), 4.0F / 8.0F);
+    EXPECT_FLOAT_EQ(want.GetFloatParam("notiProbWeekend", -1.0F), 4.0F / 10.0F);
+    // Six nights in all: too few for a limit, so both stay at 09:00.
+    EXPECT_EQ(want.GetLongParam("weekdayThreeSigmaTimestamp", -1), 32400000);
+    EXPECT_EQ(want.GetLongParam("weekendThreeSigmaTimestamp", -1), 32400000);
 
     // A second run finds no new night.
     RunTraining();
@@ -321,13 +305,17 @@ TEST_F(UserSleepTrainModelTest, LabelsObservationsAroundEpisodeBegins)
     InsertObservation(Mar(5, 0, 30), -1);
     UserSleepTrainModel model;
     ASSERT_TRUE(model.IsMeetTrainCondition());
+    auto labelled = [](int64_t timestamp, int32_t label) {
+        return Count(SleepEnvironment::TABLE_NAME,
+            "timestamp = " + std::to_string(timestamp) + " AND label = " + std::to_string(label));
+    };
     for (const auto& observation : observations) {
-        EXPECT_EQ(LabelCount(observation.timestamp, observation.expected), 1) << observation.timestamp;
+        EXPECT_EQ(labelled(observation.timestamp, observation.expected), 1) << observation.timestamp;
     }
-    EXPECT_EQ(LabelCount(Mar(5, 0, 30), 1), 2);
-    // Unusable rows older than three days before the handled time are dropped by the full run.
+    EXPECT_EQ(labelled(Mar(5, 0, 30), 1), 2);
+    // The two unusable rows (-2), older than three days before the handled time, are dropped by the full run.
     model.DeleteHandledRecord();
-    EXPECT_EQ(Count(SleepEnvironment::TABLE_NAME), static_cast<int64_t>(observations.size()) + 2 - 2);
+    EXPECT_EQ(Count(SleepEnvironment::TABLE_NAME), static_cast<int64_t>(observations.size()));
 }
 
 TEST_F(UserSleepTrainModelTest, TimeTableCountsSlotsAfterBeginUpToEnd)
@@ -346,21 +334,31 @@ TEST_F(UserSleepTrainModelTest, TimeTableCountsSlotsAfterBeginUpToEnd)
     }
 }
 
-TEST_F(UserSleepTrainModelTest, TwoSigmaLimitOfWorkedExample)
+TEST_F(UserSleepTrainModelTest, WorkedExamplesOfLimitClipAndPercentileFill)
 {
     UserSleepTrainModel model;
     std::vector<SleepDurationRecord> records;
     for (int i = 0; i < 7; ++i) {
-        SleepDurationRecord record;
-        record.beginTime = Mar(4 + i, 0);
-        record.endTime = Mar(4 + i, 7, 10 * i);
-        records.push_back(record);
+        records.push_back({0, Mar(4 + i, 0), Mar(4 + i, 7, 10 * i), 0});
     }
     EXPECT_EQ(model.GetTypeSigmaTimestamp(records, 2), 24600000); // mean 27000 s, sigma 1200 s
     records.pop_back();
     EXPECT_EQ(model.GetTypeSigmaTimestamp(records, 2), 0);
     EXPECT_TRUE(model.IsAbnormalEarlyWakeupRecord(Mar(5, 6, 49), 24600000));
     EXPECT_FALSE(model.IsAbnormalEarlyWakeupRecord(Mar(5, 6, 50), 24600000));
+
+    // A span with nothing between 21:00 and noon becomes empty at its begin.
+    EXPECT_EQ(model.UpdateBeginEndTime(Mar(4, 20), Mar(4, 21)), Span(Mar(4, 20), Mar(4, 20)));
+
+    std::vector<SleepEnvironment> one(1);
+    one[0].light = 3.0;
+    std::vector<float> downward = model.CalculateProbaAmbients(one, 1);
+    std::vector<float> upward = model.CalculateProbaAmbients(one, 0);
+    ASSERT_EQ(downward.size(), 101U);
+    for (size_t i = 0; i < 101; ++i) {
+        EXPECT_EQ(downward[i], i == 100 ? 0.0F : 3.0F) << i;
+        EXPECT_EQ(upward[i], i == 0 ? 0.0F : 3.0F) << i;
+    }
 }
 
 class NoClockFilterTest : public UserSleepTrainModelTest, public testing::WithParamInterface<bool> {};
@@ -370,14 +368,11 @@ TEST_P(NoClockFilterTest, EarlyNightWithAlarmLeavesTheCounts)
 {
     bool alarmAtWakeUp = GetParam();
     clock_.Get().SetWallTimeMs(Mar(9, 12));
-    std::vector<std::pair<int64_t, int32_t>> events;
+    std::vector<std::pair<int64_t, int32_t>> events{{Mar(7, 22), 0}, {Mar(8, 4, 30), 1}, {Mar(9, 10), 1}};
     for (int i = 0; i < 7; ++i) {
         events.push_back({Mar(i, 23), 0});
         events.push_back({Mar(i + 1, 7, 10 * i), 1});
     }
-    events.push_back({Mar(7, 22), 0});
-    events.push_back({Mar(8, 4, 30), 1});
-    events.push_back({Mar(9, 10), 1});
     InsertScreens(events);
     InsertObservation(Mar(8, 4), -1, 0.1, 600, 5.0, alarmAtWakeUp ? Mar(8, 4, 30) : -1);
     RunTraining();
@@ -387,17 +382,20 @@ TEST_P(NoClockFilterTest, EarlyNightWithAlarmLeavesTheCounts)
     double expected = alarmAtWakeUp ? 0.0 : 1.0 / 8.0; // slot 270 (22:30) is covered by the early night only
     EXPECT_DOUBLE_EQ(table[270].probability, expected);
     EXPECT_DOUBLE_EQ(table[270].probabilityWeekend, expected);
-    ASSERT_EQ(strategy_->messages.size(), 1U);
-    const auto& want = strategy_->messages[0].want;
-    ASSERT_TRUE(want.has_value());
-    EXPECT_EQ(want->GetLongParam("weekdayThreeSigmaTimestamp", -1), 18164000);
-    EXPECT_EQ(want->GetLongParam("weekendThreeSigmaTimestamp", -1), 18164000);
+    const AAFwk::Want& want = FinishMessage();
+    EXPECT_EQ(want.GetLongParam("weekdayThreeSigmaTimestamp", -1), 18164000);
+    EXPECT_EQ(want.GetLongParam("weekendThreeSigmaTimestamp", -1), 18164000);
 }
 
 INSTANTIATE_TEST_SUITE_P(Alarm, NoClockFilterTest, testing::Bool());
 
 TEST_F(UserSleepTrainModelTest, AmbientTableHoldsPercentilesOfLabelledObservations)
 {
+    InsertObservation(Mar(4, 22), 0, 100.0, 7);
+    UserSleepTrainModel model;
+    model.CalculateAmbientSleepProba();
+    EXPECT_EQ(Count(SleepAmbientProbability::TABLE_NAME, "sleep_ambient = 0"), 101); // no asleep rows yet
+
     // The environment query lists "charge_state light" without a comma: the record's light field receives the
     // dark duration, and ORDER BY light sorts by the charge state (all equal here), so rows come in stored order.
     InsertObservation(Mar(5, 1), 1, 40.0, 1);
@@ -407,8 +405,6 @@ TEST_F(UserSleepTrainModelTest, AmbientTableHoldsPercentilesOfLabelledObservatio
     InsertObservation(Mar(5, 5), 1, 5.0, 100, 0.0); // covered
     InsertObservation(Mar(5, 6), 1, -1.0, 200);     // no light reading
     InsertObservation(Mar(5, 0), 5, 1.0, 300);      // not a label
-    InsertObservation(Mar(4, 22), 0, 100.0, 7);
-    UserSleepTrainModel model;
     model.CalculateAmbientSleepProba();
     std::vector<SleepAmbientProbability> rows;
     ASSERT_EQ(manager_->QueryEntries(rows, "", "percent"), 0);
@@ -417,29 +413,6 @@ TEST_F(UserSleepTrainModelTest, AmbientTableHoldsPercentilesOfLabelledObservatio
         double sleep = row.percent == 100 ? 0.0 : 4.0 - row.percent / 25;
         EXPECT_DOUBLE_EQ(row.sleepAmbient, sleep) << row.percent;
         EXPECT_DOUBLE_EQ(row.unsleepAmbient, row.percent == 0 ? 0.0 : 7.0) << row.percent;
-    }
-}
-
-TEST_F(UserSleepTrainModelTest, AmbientTableWithoutAsleepRowsIsZero)
-{
-    InsertObservation(Mar(4, 22), 0, 100.0, 7);
-    UserSleepTrainModel model;
-    model.CalculateAmbientSleepProba();
-    EXPECT_EQ(Count(SleepAmbientProbability::TABLE_NAME), 101);
-    EXPECT_EQ(Count(SleepAmbientProbability::TABLE_NAME, "sleep_ambient = 0"), 101);
-}
-
-TEST_F(UserSleepTrainModelTest, PercentileFillOfOneRecord)
-{
-    UserSleepTrainModel model;
-    std::vector<SleepEnvironment> records(1);
-    records[0].light = 3.0;
-    std::vector<float> downward = model.CalculateProbaAmbients(records, 1);
-    std::vector<float> upward = model.CalculateProbaAmbients(records, 0);
-    ASSERT_EQ(downward.size(), 101U);
-    for (size_t i = 0; i < 101; ++i) {
-        EXPECT_EQ(downward[i], i == 100 ? 0.0F : 3.0F) << i;
-        EXPECT_EQ(upward[i], i == 0 ? 0.0F : 3.0F) << i;
     }
 }
 
@@ -456,17 +429,8 @@ class NotificationProbaTest : public UserSleepTrainModelTest, public testing::Wi
 
 TEST_P(NotificationProbaTest, ComputesProbabilities)
 {
-    std::vector<SleepNotificationRecord> rows;
-    int64_t timestamp = Mar(1, 23);
-    for (const auto& [weekDay, has] : GetParam().records) {
-        SleepNotificationRecord row;
-        row.timestamp = timestamp += DAY_MS;
-        row.weekDay = weekDay;
-        row.isHasNotification = has;
-        rows.push_back(row);
-    }
-    if (!rows.empty()) {
-        ASSERT_EQ(manager_->InsertEntries(SleepNotificationRecord::TABLE_NAME, rows), 0);
+    if (!GetParam().records.empty()) {
+        InsertNotifications(GetParam().records);
     }
     if (GetParam().dropTable) {
         manager_->Execute("DROP TABLE " + SleepNotificationRecord::TABLE_NAME);
@@ -497,24 +461,23 @@ INSTANTIATE_TEST_SUITE_P(Records, NotificationProbaTest,
             "TableUnreadable", {}, true, 0.0F, 0.0F, {"cursor is null of slp notification records by contification"}}),
     [](const testing::TestParamInfo<NotificationCase>& info) { return info.param.name; });
 
+const std::vector<std::string> ALL_TABLES{SleepEnvironment::TABLE_NAME, ScreenStateRecord::TABLE_NAME,
+    SleepDurationRecord::TABLE_NAME, SleepParameter::TABLE_NAME, SleepProbability::TABLE_NAME,
+    SleepAmbientProbability::TABLE_NAME, SleepNotificationRecord::TABLE_NAME};
+
 class ClockJumpTest : public UserSleepTrainModelTest, public testing::WithParamInterface<int64_t> {};
 
 TEST_P(ClockJumpTest, EmptiesEveryTableOnlyBeyondOneHour)
 {
-    int64_t future = clock_.Get().WallTimeMs() + GetParam();
-    InsertScreens({{Mar(9, 23), 0}, {Mar(10, 7), 1}, {future, 0}});
+    InsertScreens({{Mar(9, 23), 0}, {Mar(10, 7), 1}, {clock_.Get().WallTimeMs() + GetParam(), 0}});
     InsertObservation(Mar(10, 1), -1);
-    std::vector<SleepNotificationRecord> notification(1);
-    notification[0].timestamp = Mar(10, 1);
-    ASSERT_EQ(manager_->InsertEntries(SleepNotificationRecord::TABLE_NAME, notification), 0);
+    InsertNotifications({{7, 1}});
     Emulator::LogCapture logs;
     RunTraining();
     bool jumped = GetParam() > HOUR_MS;
-    const std::string text = "the current timestamp is one hour ealier than the last timestamp, so delete all tables";
-    EXPECT_EQ(logs.HasText(text), jumped);
-    for (const std::string& table : {SleepEnvironment::TABLE_NAME, ScreenStateRecord::TABLE_NAME,
-             SleepDurationRecord::TABLE_NAME, SleepParameter::TABLE_NAME, SleepProbability::TABLE_NAME,
-             SleepAmbientProbability::TABLE_NAME, SleepNotificationRecord::TABLE_NAME}) {
+    EXPECT_EQ(
+        logs.HasText("the current timestamp is one hour ealier than the last timestamp, so delete all tables"), jumped);
+    for (const std::string& table : ALL_TABLES) {
         EXPECT_EQ(Count(table) == 0, jumped) << table;
     }
 }
@@ -527,45 +490,13 @@ TEST_F(UserSleepTrainModelTest, RetentionKeepsNinetyDays)
     InsertScreens({{limit - 1, 0}, {limit, 1}});
     InsertObservation(limit - 1, -1);
     InsertObservation(limit, -1);
-    std::vector<SleepDurationRecord> durations(2);
-    durations[0].beginTime = limit - 1;
-    durations[1].beginTime = limit;
-    ASSERT_EQ(manager_->InsertEntries(SleepDurationRecord::TABLE_NAME, durations), 0);
-    std::vector<SleepNotificationRecord> notifications(2);
-    notifications[0].timestamp = limit - 1;
-    notifications[1].timestamp = limit;
-    ASSERT_EQ(manager_->InsertEntries(SleepNotificationRecord::TABLE_NAME, notifications), 0);
-    UserSleepTrainModel model;
-    model.DeleteOldData();
+    Insert(std::vector<SleepDurationRecord>{{0, limit - 1, 0, 0}, {0, limit, 0, 0}});
+    Insert(std::vector<SleepNotificationRecord>{{limit - 1, 0, 0}, {limit, 0, 0}});
+    UserSleepTrainModel().DeleteOldData();
     for (const std::string& table : {ScreenStateRecord::TABLE_NAME, SleepEnvironment::TABLE_NAME,
              SleepDurationRecord::TABLE_NAME, SleepNotificationRecord::TABLE_NAME}) {
         EXPECT_EQ(Count(table), 1) << table;
     }
-}
-
-TEST_F(UserSleepTrainModelTest, FinishMessageCarriesTrainingResults)
-{
-    std::vector<SleepNotificationRecord> notifications;
-    for (int i = 0; i < 10; ++i) {
-        SleepNotificationRecord row;
-        row.timestamp = Mar(1, 23) + i * DAY_MS;
-        row.weekDay = 1 + i % 7;
-        row.isHasNotification = i < 4 ? 1 : 0;
-        notifications.push_back(row);
-    }
-    ASSERT_EQ(manager_->InsertEntries(SleepNotificationRecord::TABLE_NAME, notifications), 0);
-    WriteCraftedNights();
-    RunTraining();
-    ASSERT_EQ(strategy_->messages.size(), 1U);
-    const StandbyMessage& message = strategy_->messages[0];
-    EXPECT_EQ(message.eventId, 2001);
-    ASSERT_TRUE(message.want.has_value());
-    EXPECT_TRUE(message.want->GetBoolParam("isTrainSuccess", false));
-    EXPECT_FLOAT_EQ(message.want->GetFloatParam("notiProbWeekday", -1.0F), 4.0F / 8.0F);
-    EXPECT_FLOAT_EQ(message.want->GetFloatParam("notiProbWeekend", -1.0F), 4.0F / 10.0F); // two rows: all ten
-    // Six nights in all: too few for a limit, so both stay at 09:00.
-    EXPECT_EQ(message.want->GetLongParam("weekdayThreeSigmaTimestamp", -1), 32400000);
-    EXPECT_EQ(message.want->GetLongParam("weekendThreeSigmaTimestamp", -1), 32400000);
 }
 
 struct FailureCase {
@@ -592,10 +523,7 @@ TEST_P(TrainConditionFailureTest, SendsEmptyFinishMessage)
     for (const auto& text : GetParam().logs) {
         EXPECT_TRUE(logs.HasText(text)) << text;
     }
-    ASSERT_EQ(strategy_->messages.size(), 1U);
-    EXPECT_EQ(strategy_->messages[0].eventId, 2001);
-    ASSERT_TRUE(strategy_->messages[0].want.has_value());
-    EXPECT_TRUE(strategy_->messages[0].want->GetParams().empty());
+    EXPECT_TRUE(FinishMessage().GetParams().empty());
     EXPECT_TRUE(logs.HasText("finish training long standby model."));
 }
 

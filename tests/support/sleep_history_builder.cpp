@@ -30,13 +30,6 @@ int32_t ShareOf(int32_t total, int32_t parts, int32_t index)
     return total / parts + (index < total % parts ? 1 : 0);
 }
 
-ScreenStateRecord ScreenRow(int64_t timestamp, int32_t state)
-{
-    ScreenStateRecord row;
-    row.timestamp = timestamp;
-    row.state = state;
-    return row;
-}
 } // namespace
 
 int64_t LocalTimeMs(int year, int month, int day, int hour, int minute, int second)
@@ -83,6 +76,7 @@ GeneratedNight SleepHistoryBuilder::PlanNight(int64_t wakeDayMidnight)
 bool SleepHistoryBuilder::Write(int64_t lastWakeDayMs, const HistorySize& size)
 {
     std::vector<int64_t> midnights;
+    std::vector<SleepNotificationRecord> notifications;
     for (int32_t n = 0; n < size.nights; ++n) {
         int64_t midnight = TimeProviderExt::GetAlarmClcokTimestamp(lastWakeDayMs, n - (size.nights - 1), 0, 0);
         midnights.push_back(midnight);
@@ -98,23 +92,19 @@ bool SleepHistoryBuilder::Write(int64_t lastWakeDayMs, const HistorySize& size)
         // The last day ends two hours after its wake-up, so that no event lies in the caller's future.
         int64_t dayEnd = n + 1 < size.nights ? nights_[n + 1].bedTime : night.wakeTime + 2 * HOUR_MS;
         AddScreenRows(night, dayEnd, std::max(pairs, 0));
-        SleepNotificationRecord notification;
-        notification.timestamp = night.bedTime + 30 * MINUTE_MS;
-        notification.isHasNotification = night.notified ? 1 : 0;
-        notification.weekDay = night.weekDay;
-        notifications_.push_back(notification);
+        notifications.push_back({night.bedTime + 30 * MINUTE_MS, night.notified ? 1 : 0, night.weekDay});
     }
     auto manager = SleepDatabaseManager::GetInstance();
     return manager->InsertEntries(ScreenStateRecord::TABLE_NAME, screenRows_) == 0 &&
            manager->InsertEntries(SleepEnvironment::TABLE_NAME, observations_) == 0 &&
-           manager->InsertEntries(SleepNotificationRecord::TABLE_NAME, notifications_) == 0;
+           manager->InsertEntries(SleepNotificationRecord::TABLE_NAME, notifications) == 0;
 }
 
 void SleepHistoryBuilder::AddScreenRows(const GeneratedNight& night, int64_t nextBedTime, int32_t pairs)
 {
     constexpr int64_t margin = 10 * MINUTE_MS;
-    screenRows_.push_back(ScreenRow(night.bedTime, 0));
-    screenRows_.push_back(ScreenRow(night.wakeTime, 1));
+    screenRows_.push_back({night.bedTime, 0});
+    screenRows_.push_back({night.wakeTime, 1});
     if (pairs == 0) {
         return;
     }
@@ -122,8 +112,8 @@ void SleepHistoryBuilder::AddScreenRows(const GeneratedNight& night, int64_t nex
     int64_t step = (nextBedTime - margin - dayStart) / pairs;
     for (int32_t i = 0; i < pairs; ++i) {
         int64_t off = dayStart + i * step;
-        screenRows_.push_back(ScreenRow(off, 0));
-        screenRows_.push_back(ScreenRow(off + step / 2, 1));
+        screenRows_.push_back({off, 0});
+        screenRows_.push_back({off + step / 2, 1});
     }
 }
 

@@ -58,8 +58,6 @@ public:
     bool Write(int64_t lastWakeDayMs, const HistorySize& size);
 
     const std::vector<GeneratedNight>& Nights() const { return nights_; }
-    const std::vector<DevStandbyMgr::ScreenStateRecord>& ScreenRows() const { return screenRows_; }
-    const std::vector<DevStandbyMgr::SleepEnvironment>& Observations() const { return observations_; }
 
 private:
     GeneratedNight PlanNight(int64_t wakeDayMidnight);
@@ -73,7 +71,6 @@ private:
     std::vector<GeneratedNight> nights_;
     std::vector<DevStandbyMgr::ScreenStateRecord> screenRows_;
     std::vector<DevStandbyMgr::SleepEnvironment> observations_;
-    std::vector<DevStandbyMgr::SleepNotificationRecord> notifications_;
 };
 
 } // namespace OHOS::Emulator
