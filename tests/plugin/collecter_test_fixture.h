@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -33,10 +35,10 @@ protected:
         Emulator::ResetSensorService();
         Msdp::MovementClient::GetInstance().Reset();
         phone_.SetEventHandler(handler_);
-        auto host = StandbyServiceImpl::GetInstance();
-        host->Reset();
-        host->SetHandler(handler_);
-        host->SetMessageObserver([this](const StandbyMessage& message) { messages_.push_back(message); });
+        StandbyServiceImpl::GetInstance()->Reset();
+        StandbyServiceImpl::GetInstance()->SetHandler(handler_);
+        StandbyServiceImpl::GetInstance()->SetMessageObserver(
+            [this](const StandbyMessage& message) { messages_.push_back(message); });
         Emulator::PutSetting(Emulator::SETTINGS_TABLE, "nearestAlarmingTime", std::to_string(kNextAlarmMs));
     }
 
@@ -50,11 +52,8 @@ protected:
     std::vector<StandbyMessage> MessagesWithId(int32_t eventId) const
     {
         std::vector<StandbyMessage> found;
-        for (const auto& message : messages_) {
-            if (message.eventId == eventId) {
-                found.push_back(message);
-            }
-        }
+        std::copy_if(messages_.begin(), messages_.end(), std::back_inserter(found),
+            [eventId](const StandbyMessage& message) { return message.eventId == eventId; });
         return found;
     }
 

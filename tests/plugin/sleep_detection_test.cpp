@@ -2,6 +2,7 @@
 
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "engine_test_world.h"
@@ -21,208 +22,11 @@ using OHOS::AAFwk::Want;
 constexpr int64_t kMinuteMs = 60000;
 constexpr int64_t kHourMs = 3600000;
 constexpr int64_t kDayMs = 24 * kHourMs;
-// Wednesday 2025-01-15 00:00 UTC.
-constexpr int64_t kWednesdayMs = 1736899200000;
+constexpr int64_t kWednesdayMs = 1736899200000; // 2025-01-15 00:00 UTC
 
 int64_t At(int32_t hour, int32_t minute = 0)
 {
     return kWednesdayMs + hour * kHourMs + minute * kMinuteMs;
-}
-
-class SleepDetectionTest : public testing::Test {
-protected:
-    Emulator::ScopedTimeZone zone_{"UTC0"};
-    EngineTestWorld world_{At(23)};
-    SleepDetectionTestPeer peer_{world_.Engine()};
-};
-
-struct PredictTimeCase {
-    int64_t time;
-    bool lastSleepState;
-    bool expected;
-};
-
-TEST_F(SleepDetectionTest, PredictTimeCoversTheNightAndKeepsTheMorningWhileAsleep)
-{
-    const std::vector<PredictTimeCase> cases{
-        {At(21), false, true},
-        {At(21) - 1000, false, false},
-        {At(7, 59), false, true},
-        {At(8), false, false},
-        {At(11, 59), true, true},
-        {At(12), true, false},
-        {At(0), false, true},
-    };
-    for (const PredictTimeCase& c : cases) {
-        peer_.LastSleepState() = c.lastSleepState;
-        Emulator::LogCapture capture;
-        EXPECT_EQ(world_.Engine().IsPredictTime(c.time), c.expected) << c.time;
-        bool kept = c.expected && c.lastSleepState;
-        EXPECT_EQ(capture.HasText("cur time is keep predict"), kept) << c.time << " " << c.lastSleepState;
-    }
-}
-
-TEST_F(SleepDetectionTest, NightConditionRespectsSpacingTestModeAndResetsByDay)
-{
-    world_.Clock().SetWallTimeMs(At(23, 30));
-    peer_.LastNightCollectTime() = At(23, 20) + 1;
-    EXPECT_FALSE(world_.Engine().IsMeetDataCollectCondition());
-    peer_.LastNightCollectTime() = At(23, 20);
-    EXPECT_TRUE(world_.Engine().IsMeetDataCollectCondition());
-    peer_.SleepTestMode() = true;
-    EXPECT_FALSE(world_.Engine().IsMeetDataCollectCondition());
-    peer_.SleepTestMode() = false;
-
-    peer_.BayesResult() = 95;
-    peer_.BaselineResult() = 1;
-    peer_.WakeUpTimestamp() = At(30);
-    peer_.IsUserSleep() = true;
-    peer_.IsEnhanceModelSleep() = true;
-    peer_.ThreeSigmaModeSwitch() = true;
-    peer_.StartLightSleepTimestamp() = At(27);
-    world_.Clock().SetWallTimeMs(At(24 + 9));
-    EXPECT_FALSE(world_.Engine().IsMeetDataCollectCondition());
-    EXPECT_EQ(peer_.BayesResult(), 0);
-    EXPECT_EQ(peer_.BaselineResult(), 0);
-    EXPECT_EQ(peer_.WakeUpTimestamp(), -1);
-    EXPECT_FALSE(peer_.IsUserSleep());
-    EXPECT_FALSE(peer_.IsEnhanceModelSleep());
-    EXPECT_FALSE(peer_.ThreeSigmaModeSwitch());
-    EXPECT_EQ(peer_.StartLightSleepTimestamp(), 0);
-}
-
-TEST_F(SleepDetectionTest, DayConditionNeedsDayTimeAQuarterHourDarkAndAnHourSinceTheLastObservation)
-{
-    world_.Clock().SetWallTimeMs(At(24 + 7, 30));
-    world_.ScreenOff();
-    const std::vector<std::pair<int64_t, bool>> cases{
-        {At(24 + 7, 44), false},                                                  // night hours
-        {At(24 + 8), false},                                                      // exactly 08:00
-        {At(24 + 8) + 1000, true}, {At(24 + 20, 59), true}, {At(24 + 21), false}, // exactly 21:00
-    };
-    for (const auto& [time, expected] : cases) {
-        world_.Clock().SetWallTimeMs(time);
-        EXPECT_EQ(world_.Engine().IsMeetDayDataCollectCondition(), expected) << time;
-    }
-    world_.Clock().SetWallTimeMs(At(24 + 10));
-    peer_.LastDayCollectTime() = At(24 + 9, 50) + 1;
-    EXPECT_FALSE(world_.Engine().IsMeetDayDataCollectCondition());
-}
-
-struct DecisionCase {
-    const char* name;
-    int32_t bayes;
-    int32_t baseline;
-    int64_t wakeupFromNowMs;
-    bool enhanceBetter;
-    int32_t stationarySec;
-    int32_t hour;
-    bool userSleep;
-    bool enhanceSleep;
-    int32_t baselineAfter;
-};
-
-class SleepDetectionDecisionTest : public SleepDetectionTest, public testing::WithParamInterface<DecisionCase> {};
-
-// The decision steps after the predictor answered: sleep, enhance model and its overruling.
-TEST_P(SleepDetectionDecisionTest, DecidesFromBayesBaselineWakeupAndEnhanceModel)
-{
-    const DecisionCase& c = GetParam();
-    int64_t now = At(24 + c.hour);
-    world_.Clock().SetWallTimeMs(now);
-    peer_.BayesResult() = c.bayes;
-    peer_.BaselineResult() = c.baseline;
-    peer_.WakeUpTimestamp() = now + c.wakeupFromNowMs;
-    peer_.IsEnhanceModelBetter() = c.enhanceBetter;
-    peer_.LastEnhanceModelBetterTime() = now - kHourMs;
-    peer_.NowCollectedData().timestamp = now;
-    peer_.NowCollectedData().stationaryDuration = c.stationarySec;
-    peer_.NowCollectedData().screenOffDuration = 0;
-
-    peer_.IsUserSleep() = world_.Engine().IsUserSleep();
-    peer_.IsEnhanceModelSleep() = peer_.IsUserSleep() && world_.Engine().IsEnhanceModelSleep();
-    world_.Engine().UpdateIsEnhanceModelBetter();
-    EXPECT_EQ(peer_.IsUserSleep(), c.userSleep);
-    EXPECT_EQ(peer_.IsEnhanceModelSleep(), c.enhanceSleep);
-    EXPECT_EQ(peer_.BaselineResult(), c.baselineAfter);
-}
-
-constexpr int64_t kFarWakeup = 5 * kHourMs;
-INSTANTIATE_TEST_SUITE_P(Table, SleepDetectionDecisionTest,
-    testing::Values(DecisionCase{"Bayes90Asleep", 90, 0, kFarWakeup, false, 0, 2, true, true, 0},
-        DecisionCase{"Bayes89Awake", 89, 1, kFarWakeup, false, 0, 2, false, false, 1},
-        DecisionCase{"NoBayesBaselineAsleep", -1, 1, kFarWakeup, false, 0, 2, true, false, 1},
-        DecisionCase{"NoBayesBaselineAwake", -1, 0, kFarWakeup, false, 3600, 2, false, false, 0},
-        DecisionCase{"WakeupExactlyFifteenMinutesAhead", 99, 1, 15 * kMinuteMs, false, 0, 2, false, false, 1},
-        DecisionCase{"WakeupJustOverFifteenMinutes", 99, 1, 15 * kMinuteMs + 1, false, 0, 2, true, true, 1},
-        DecisionCase{"EnhanceStillBeforeSix", -1, 1, kFarWakeup, false, 1800, 5, true, true, 1},
-        DecisionCase{"EnhanceStillAtSix", -1, 1, kFarWakeup, false, 1800, 6, true, false, 1},
-        DecisionCase{"EnhanceTooShort", -1, 1, kFarWakeup, false, 1799, 5, true, false, 1},
-        DecisionCase{"EnhanceBetterOverrulesBaseline", -1, 1, kFarWakeup, true, 0, 2, true, false, -2},
-        DecisionCase{"EnhanceBetterAgrees", -1, 1, kFarWakeup, true, 1800, 2, true, true, 1},
-        DecisionCase{"EnhanceBetterWithBayesKeepsBaseline", 95, 1, kFarWakeup, true, 0, 2, true, true, 1}),
-    [](const testing::TestParamInfo<DecisionCase>& info) { return std::string(info.param.name); });
-
-TEST_F(SleepDetectionTest, EnhanceModelCountsForThreeDaysOfObservations)
-{
-    peer_.IsUserSleep() = true;
-    peer_.IsEnhanceModelSleep() = false;
-    Emulator::LogCapture capture;
-    world_.Engine().HandleEnhanceModel();
-    EXPECT_TRUE(peer_.IsEnhanceModelBetter());
-    EXPECT_EQ(peer_.LastEnhanceModelBetterTime(), At(23));
-    EXPECT_TRUE(
-        capture.Contains("is long standby = 1, is enhance long standby = 0, last enhance model better time = "));
-
-    peer_.NowCollectedData().timestamp = At(23) + 3 * kDayMs;
-    world_.Engine().UpdateIsEnhanceModelBetter();
-    EXPECT_TRUE(peer_.IsEnhanceModelBetter());
-    peer_.NowCollectedData().timestamp = At(23) + 3 * kDayMs + 1;
-    world_.Engine().UpdateIsEnhanceModelBetter();
-    EXPECT_FALSE(peer_.IsEnhanceModelBetter());
-    EXPECT_TRUE(capture.HasText("update Is EnhanceModelBetter to 0"));
-}
-
-TEST_F(SleepDetectionTest, LightSleepStartTurnsAsleepScoresInto103AndSends2004)
-{
-    const std::vector<std::pair<int32_t, int32_t>> scores{{95, 103}, {90, 103}, {80, 80}, {-1, -1}};
-    for (const auto& [score, stored] : scores) {
-        peer_.StartLightSleepTimestamp() = At(23);
-        peer_.BayesResult() = score;
-        world_.Engine().UpdatemNowCollectedData();
-        EXPECT_EQ(peer_.BayesResult(), stored);
-        EXPECT_EQ(peer_.NowCollectedData().bayesResult, stored);
-    }
-    peer_.StartLightSleepTimestamp() = At(23) + 1;
-    peer_.BayesResult() = 95;
-    world_.Engine().UpdatemNowCollectedData();
-    EXPECT_EQ(peer_.BayesResult(), 95);
-
-    peer_.ThreeSigmaModeSwitch() = true;
-    peer_.LastSleepState() = false;
-    peer_.StartLightSleepTimestamp() = At(23) - 1;
-    EXPECT_EQ(world_.Engine().GetEventTypeForSendSleepStateMessage(true), 2004);
-    EXPECT_FALSE(peer_.LastSleepState());
-    peer_.StartLightSleepTimestamp() = At(23);
-    EXPECT_EQ(world_.Engine().GetEventTypeForSendSleepStateMessage(true), 2003);
-    EXPECT_TRUE(peer_.LastSleepState());
-    EXPECT_EQ(world_.Engine().GetEventTypeForSendSleepStateMessage(false), 2002);
-    EXPECT_FALSE(peer_.LastSleepState());
-}
-
-TEST_F(SleepDetectionTest, UnsleepMainReasonPrefersTheMostCountedThenTheLargerKey)
-{
-    const std::vector<std::pair<std::map<int32_t, int32_t>, int32_t>> cases{
-        {{{1, 3}, {5, 3}}, 5},
-        {{}, 0},
-        {{{1, 4}, {2, 1}, {5, 3}}, 1},
-        {{{1, 1}, {2, 2}, {8, 2}}, 8},
-    };
-    for (const auto& [counts, expected] : cases) {
-        peer_.UnsleepReasons() = counts;
-        EXPECT_EQ(world_.Engine().GetUnsleepMainReason(), expected);
-        EXPECT_TRUE(peer_.UnsleepReasons().empty());
-    }
 }
 
 Want NotificationWant(int64_t timestamp, const std::string& pkg)
@@ -233,78 +37,225 @@ Want NotificationWant(int64_t timestamp, const std::string& pkg)
     return want;
 }
 
+int64_t CountRows(const std::string& table)
+{
+    return SleepDatabaseManager::GetInstance()->QueryCount(table, "");
+}
+
+class SleepDetectionTest : public testing::Test {
+protected:
+    SleepDetection& Engine() { return world_.Engine(); }
+    void SetTime(int64_t wallMs) { world_.Clock().SetWallTimeMs(wallMs); }
+
+    Emulator::ScopedTimeZone zone_{"UTC0"};
+    EngineTestWorld world_{At(23)};
+    SleepDetectionTestPeer peer_{world_.Engine()};
+};
+
+TEST_F(SleepDetectionTest, PredictTimeCoversTheNightAndKeepsTheMorningWhileAsleep)
+{
+    // time, last reported asleep, predict
+    const std::vector<std::tuple<int64_t, bool, bool>> cases{{At(21), false, true}, {At(21) - 1000, false, false},
+        {At(7, 59), false, true}, {At(8), false, false}, {At(11, 59), true, true}, {At(12), true, false},
+        {At(0), false, true}};
+    for (const auto& [time, lastSleep, expected] : cases) {
+        peer_.LastSleepState() = lastSleep;
+        Emulator::LogCapture capture;
+        EXPECT_EQ(Engine().IsPredictTime(time), expected) << time;
+        EXPECT_EQ(capture.HasText("cur time is keep predict"), expected && lastSleep) << time;
+    }
+}
+
+TEST_F(SleepDetectionTest, NightConditionRespectsSpacingTestModeAndResetsByDay)
+{
+    SetTime(At(23, 30));
+    peer_.LastNightCollectTime() = At(23, 20) + 1;
+    EXPECT_FALSE(Engine().IsMeetDataCollectCondition());
+    peer_.LastNightCollectTime() = At(23, 20);
+    EXPECT_TRUE(Engine().IsMeetDataCollectCondition());
+    peer_.SleepTestMode() = true;
+    EXPECT_FALSE(Engine().IsMeetDataCollectCondition());
+    peer_.SleepTestMode() = false;
+
+    peer_.BayesResult() = 95;
+    peer_.BaselineResult() = 1;
+    peer_.WakeUpTimestamp() = At(30);
+    peer_.IsUserSleep() = peer_.IsEnhanceModelSleep() = peer_.ThreeSigmaModeSwitch() = true;
+    peer_.StartLightSleepTimestamp() = At(27);
+    SetTime(At(24 + 9));
+    EXPECT_FALSE(Engine().IsMeetDataCollectCondition());
+    EXPECT_EQ(std::make_tuple(peer_.BayesResult(), peer_.BaselineResult(), peer_.WakeUpTimestamp()),
+        std::make_tuple(0, 0, int64_t{-1}));
+    EXPECT_FALSE(peer_.IsUserSleep() || peer_.IsEnhanceModelSleep() || peer_.ThreeSigmaModeSwitch());
+    EXPECT_EQ(peer_.StartLightSleepTimestamp(), 0);
+}
+
+TEST_F(SleepDetectionTest, DayConditionNeedsDayTimeAQuarterHourDarkAndAnHourSinceTheLastObservation)
+{
+    SetTime(At(24 + 7, 30));
+    world_.ScreenOff();
+    const std::vector<std::pair<int64_t, bool>> cases{{At(24 + 7, 44), false}, {At(24 + 8), false},
+        {At(24 + 8) + 1000, true}, {At(24 + 20, 59), true}, {At(24 + 21), false}};
+    for (const auto& [time, expected] : cases) {
+        SetTime(time);
+        EXPECT_EQ(Engine().IsMeetDayDataCollectCondition(), expected) << time;
+    }
+    SetTime(At(24 + 10));
+    peer_.LastDayCollectTime() = At(24 + 9, 50) + 1;
+    EXPECT_FALSE(Engine().IsMeetDayDataCollectCondition());
+}
+
+// The decision steps after the predictor answered: sleep, enhance model and its overruling.
+TEST_F(SleepDetectionTest, DecidesFromBayesBaselineWakeupAndEnhanceModel)
+{
+    constexpr int64_t kFar = 5 * kHourMs;
+    constexpr int64_t kEdge = 15 * kMinuteMs;
+    // name, bayes, baseline, wake-up from now, enhance better, still seconds, hour, then: asleep,
+    // enhance asleep, baseline after
+    const std::vector<std::tuple<const char*, int32_t, int32_t, int64_t, bool, int32_t, int32_t, bool, bool, int32_t>>
+        cases{{"Bayes90Asleep", 90, 0, kFar, false, 0, 2, true, true, 0},
+            {"Bayes89Awake", 89, 1, kFar, false, 0, 2, false, false, 1},
+            {"NoBayesBaselineAsleep", -1, 1, kFar, false, 0, 2, true, false, 1},
+            {"NoBayesBaselineAwake", -1, 0, kFar, false, 3600, 2, false, false, 0},
+            {"WakeupExactlyFifteenMinutesAhead", 99, 1, kEdge, false, 0, 2, false, false, 1},
+            {"WakeupJustOverFifteenMinutes", 99, 1, kEdge + 1, false, 0, 2, true, true, 1},
+            {"EnhanceStillBeforeSix", -1, 1, kFar, false, 1800, 5, true, true, 1},
+            {"EnhanceStillAtSix", -1, 1, kFar, false, 1800, 6, true, false, 1},
+            {"EnhanceTooShort", -1, 1, kFar, false, 1799, 5, true, false, 1},
+            {"EnhanceBetterOverrulesBaseline", -1, 1, kFar, true, 0, 2, true, false, -2},
+            {"EnhanceBetterAgrees", -1, 1, kFar, true, 1800, 2, true, true, 1},
+            {"EnhanceBetterWithBayesKeepsBaseline", 95, 1, kFar, true, 0, 2, true, true, 1}};
+    for (const auto& [name, bayes, baseline, wakeup, better, still, hour, sleep, enhanceSleep, baselineAfter] : cases) {
+        const int64_t now = At(24 + hour);
+        SetTime(now);
+        peer_.BayesResult() = bayes;
+        peer_.BaselineResult() = baseline;
+        peer_.WakeUpTimestamp() = now + wakeup;
+        peer_.IsEnhanceModelBetter() = better;
+        peer_.LastEnhanceModelBetterTime() = now - kHourMs;
+        peer_.NowCollectedData().timestamp = now;
+        peer_.NowCollectedData().stationaryDuration = still;
+        peer_.NowCollectedData().screenOffDuration = 0;
+        peer_.IsUserSleep() = Engine().IsUserSleep();
+        peer_.IsEnhanceModelSleep() = peer_.IsUserSleep() && Engine().IsEnhanceModelSleep();
+        Engine().UpdateIsEnhanceModelBetter();
+        EXPECT_EQ(peer_.IsUserSleep(), sleep) << name;
+        EXPECT_EQ(peer_.IsEnhanceModelSleep(), enhanceSleep) << name;
+        EXPECT_EQ(peer_.BaselineResult(), baselineAfter) << name;
+    }
+}
+
+TEST_F(SleepDetectionTest, EnhanceModelCountsForThreeDaysOfObservations)
+{
+    peer_.IsUserSleep() = true;
+    peer_.IsEnhanceModelSleep() = false;
+    Emulator::LogCapture capture;
+    Engine().HandleEnhanceModel();
+    EXPECT_TRUE(peer_.IsEnhanceModelBetter());
+    EXPECT_EQ(peer_.LastEnhanceModelBetterTime(), At(23));
+    EXPECT_TRUE(
+        capture.Contains("is long standby = 1, is enhance long standby = 0, last enhance model better time = "));
+    for (const auto& [timestamp, better] : {std::pair{At(23) + 3 * kDayMs, true}, {At(23) + 3 * kDayMs + 1, false}}) {
+        peer_.NowCollectedData().timestamp = timestamp;
+        Engine().UpdateIsEnhanceModelBetter();
+        EXPECT_EQ(peer_.IsEnhanceModelBetter(), better);
+    }
+    EXPECT_TRUE(capture.HasText("update Is EnhanceModelBetter to 0"));
+}
+
+TEST_F(SleepDetectionTest, LightSleepStartTurnsAsleepScoresInto103AndSends2004)
+{
+    // light-sleep start, score, stored score
+    const std::vector<std::tuple<int64_t, int32_t, int32_t>> scores{
+        {At(23), 95, 103}, {At(23), 90, 103}, {At(23), 80, 80}, {At(23), -1, -1}, {At(23) + 1, 95, 95}};
+    for (const auto& [start, score, stored] : scores) {
+        peer_.StartLightSleepTimestamp() = start;
+        peer_.BayesResult() = score;
+        Engine().UpdatemNowCollectedData();
+        EXPECT_EQ(peer_.BayesResult(), stored);
+        EXPECT_EQ(peer_.NowCollectedData().bayesResult, stored);
+    }
+    peer_.ThreeSigmaModeSwitch() = true;
+    peer_.LastSleepState() = false;
+    // light-sleep start, asleep, event, last sleep state after
+    const std::vector<std::tuple<int64_t, bool, int32_t, bool>> events{
+        {At(23) - 1, true, 2004, false}, {At(23), true, 2003, true}, {At(23), false, 2002, false}};
+    for (const auto& [start, asleep, event, lastState] : events) {
+        peer_.StartLightSleepTimestamp() = start;
+        EXPECT_EQ(Engine().GetEventTypeForSendSleepStateMessage(asleep), event);
+        EXPECT_EQ(peer_.LastSleepState(), lastState);
+    }
+}
+
+TEST_F(SleepDetectionTest, UnsleepMainReasonPrefersTheMostCountedThenTheLargerKey)
+{
+    const std::vector<std::pair<std::map<int32_t, int32_t>, int32_t>> cases{
+        {{{1, 3}, {5, 3}}, 5}, {{}, 0}, {{{1, 4}, {2, 1}, {5, 3}}, 1}, {{{1, 1}, {2, 2}, {8, 2}}, 8}};
+    for (const auto& [counts, expected] : cases) {
+        peer_.UnsleepReasons() = counts;
+        EXPECT_EQ(Engine().GetUnsleepMainReason(), expected);
+        EXPECT_TRUE(peer_.UnsleepReasons().empty());
+    }
+}
+
 TEST_F(SleepDetectionTest, NotificationsAreKeptUpToAMinuteAfterSleepStopped)
 {
-    world_.Engine().HandleStopSleep();
-    int64_t stop = At(23);
-    world_.Engine().HandleAddNotificationInfo(NotificationWant(stop - kHourMs, "early"));
-    world_.Engine().HandleAddNotificationInfo(NotificationWant(stop + 60000, "edge"));
-    world_.Engine().HandleAddNotificationInfo(NotificationWant(stop + 60001, "late"));
-    world_.Engine().HandleAddNotificationInfo(std::nullopt);
+    Engine().HandleStopSleep();
+    const int64_t stop = At(23);
+    Engine().HandleAddNotificationInfo(NotificationWant(stop - kHourMs, "early"));
+    Engine().HandleAddNotificationInfo(NotificationWant(stop + 60000, "edge"));
+    Engine().HandleAddNotificationInfo(NotificationWant(stop + 60001, "late"));
+    Engine().HandleAddNotificationInfo(std::nullopt);
     std::vector<std::string> kept;
     for (const NotificationInformation& info : peer_.NotificationInfos()) {
         kept.push_back(info.pkg);
     }
     EXPECT_EQ(kept, (std::vector<std::string>{"early", "edge"}));
-
-    world_.Engine().HandleCancelNotificationInfo(NotificationWant(stop + 10, "edge"));
-    world_.Engine().HandleCancelNotificationInfo(NotificationWant(stop + 20, "edge"));
+    Engine().HandleCancelNotificationInfo(NotificationWant(stop + 10, "edge"));
+    Engine().HandleCancelNotificationInfo(NotificationWant(stop + 20, "edge"));
     EXPECT_EQ(peer_.CancelNotificationTimes().at("edge"), stop + 10);
 }
 
-struct ReactionCase {
-    const char* name;
-    int64_t notifiedAt;
-    int64_t cancelledAt; // -1: never cancelled
-    bool valid;
-};
-
-class SleepDetectionReactionTest : public SleepDetectionTest, public testing::WithParamInterface<ReactionCase> {};
-
 // A cancellation after the notification and before the judgement is a reaction: the negative
 // feedback mode starts, is stored, and the night's notification record says so.
-TEST_P(SleepDetectionReactionTest, JudgesTheReactionAndRecordsTheNight)
+TEST_F(SleepDetectionTest, JudgesTheReactionAndRecordsTheNight)
 {
-    const ReactionCase& c = GetParam();
-    world_.Engine().HandleStopSleep();
-    world_.Engine().HandleAddNotificationInfo(NotificationWant(c.notifiedAt, "im.app"));
-    if (c.cancelledAt >= 0) {
-        world_.Engine().HandleCancelNotificationInfo(NotificationWant(c.cancelledAt, "im.app"));
+    // cancelled at (-1: never), reaction; the valid one last, as it is stored
+    const std::vector<std::pair<int64_t, bool>> cases{
+        {At(22), false}, {At(23), false}, {-1, false}, {At(22) + 1, true}};
+    for (const auto& [cancelledAt, valid] : cases) {
+        world_.CreateEngine();
+        SleepDetectionTestPeer peer(Engine());
+        Engine().HandleStopSleep();
+        Engine().HandleAddNotificationInfo(NotificationWant(At(22), "im.app"));
+        if (cancelledAt >= 0) {
+            Engine().HandleCancelNotificationInfo(NotificationWant(cancelledAt, "im.app"));
+        }
+        Engine().HandleNotificationAfterStopSleep();
+        EXPECT_EQ(peer.IsErrorNotificationControlValue(), valid) << cancelledAt;
+        EXPECT_TRUE(peer.NotificationInfos().empty() && peer.CancelNotificationTimes().empty());
+        EXPECT_EQ(SleepSharedPref::GetInt64Settings(SleepSharedPref::START_NEGATIVE_FEEDBACK_MODE_TIMESTAMP, 0),
+            valid ? At(23) : 0);
+        ASSERT_EQ(peer.SleepNotificationRecords().size(), 1U);
+        EXPECT_EQ(peer.SleepNotificationRecords()[0].isHasNotification, valid ? 1 : 0);
+        EXPECT_EQ(peer.SleepNotificationRecords()[0].weekDay, 3);
     }
-    world_.Engine().HandleNotificationAfterStopSleep();
-
-    EXPECT_EQ(peer_.IsErrorNotificationControlValue(), c.valid);
-    EXPECT_TRUE(peer_.NotificationInfos().empty());
-    EXPECT_TRUE(peer_.CancelNotificationTimes().empty());
-    int64_t stored = SleepSharedPref::GetInt64Settings(SleepSharedPref::START_NEGATIVE_FEEDBACK_MODE_TIMESTAMP, 0);
-    EXPECT_EQ(stored, c.valid ? At(23) : 0);
-    ASSERT_EQ(peer_.SleepNotificationRecords().size(), 1U);
-    EXPECT_EQ(peer_.SleepNotificationRecords()[0].isHasNotification, c.valid ? 1 : 0);
-    EXPECT_EQ(peer_.SleepNotificationRecords()[0].weekDay, 3);
 }
-
-INSTANTIATE_TEST_SUITE_P(Table, SleepDetectionReactionTest,
-    testing::Values(ReactionCase{"CancelledLater", At(22), At(22) + 1, true},
-        ReactionCase{"CancelledAtItsOwnTime", At(22), At(22), false},
-        ReactionCase{"CancelledNow", At(22), At(23), false}, ReactionCase{"NeverCancelled", At(22), -1, false}),
-    [](const testing::TestParamInfo<ReactionCase>& info) { return std::string(info.param.name); });
 
 TEST_F(SleepDetectionTest, NegativeFeedbackLastsThreeDaysAndSurvivesARestart)
 {
-    world_.Engine().HandleStopSleep();
-    world_.Engine().HandleAddNotificationInfo(NotificationWant(At(22), "im.app"));
-    world_.Engine().HandleCancelNotificationInfo(NotificationWant(At(22, 30), "im.app"));
-    world_.Engine().HandleNotificationAfterStopSleep();
-
+    Engine().HandleStopSleep();
+    Engine().HandleAddNotificationInfo(NotificationWant(At(22), "im.app"));
+    Engine().HandleCancelNotificationInfo(NotificationWant(At(22, 30), "im.app"));
+    Engine().HandleNotificationAfterStopSleep();
     world_.CreateEngine();
-    SleepDetectionTestPeer restarted(world_.Engine());
-    EXPECT_EQ(restarted.StartNegativeFeedbackModeTimestamp(), At(23));
+    EXPECT_EQ(SleepDetectionTestPeer(Engine()).StartNegativeFeedbackModeTimestamp(), At(23));
     const std::vector<std::pair<int64_t, bool>> cases{
         {At(23), false}, {At(23) + 1, true}, {At(23) + 3 * kDayMs - 1, true}, {At(23) + 3 * kDayMs, false}};
     for (const auto& [time, enabled] : cases) {
-        world_.Clock().SetWallTimeMs(time);
-        EXPECT_EQ(world_.Engine().IsEnableNegativeFeedbackMode(), enabled) << time;
-        EXPECT_EQ(world_.Engine().IsEnableThreeSigmaModeSwitch(), enabled) << time;
+        SetTime(time);
+        EXPECT_EQ(Engine().IsEnableNegativeFeedbackMode(), enabled) << time;
+        EXPECT_EQ(Engine().IsEnableThreeSigmaModeSwitch(), enabled) << time;
     }
 }
 
@@ -313,10 +264,10 @@ TEST_F(SleepDetectionTest, ThreeSigmaModeNeedsANotificationProbabilityAboveOneTe
     peer_.NowCollectedData().weekType = 6;
     peer_.NotiProbWeekend() = 0.1F;
     peer_.NotiProbWeekday() = 0.9F;
-    EXPECT_FALSE(world_.Engine().IsEnableThreeSigmaModeSwitch());
+    EXPECT_FALSE(Engine().IsEnableThreeSigmaModeSwitch());
     peer_.NotiProbWeekend() = 0.11F;
     peer_.ThreeSigmaTimestampWeekend() = 2 * kHourMs;
-    world_.Engine().HandleStartSleep();
+    Engine().HandleStartSleep();
     EXPECT_TRUE(peer_.ThreeSigmaModeSwitch());
     // Midnight of the day twelve hours ahead (Thursday) plus the weekend offset.
     EXPECT_EQ(peer_.StartLightSleepTimestamp(), At(24 + 2));
@@ -330,7 +281,7 @@ TEST_F(SleepDetectionTest, TrainingResultUpdatesMemoryAndPreferencesOnlyOnSucces
     result.SetParam("notiProbWeekend", 0.75F);
     result.SetParam("weekdayThreeSigmaTimestamp", int64_t{24600000});
     result.SetParam("weekendThreeSigmaTimestamp", int64_t{30000000});
-    world_.Engine().UpdateNotificationAndSigmaData(result);
+    Engine().UpdateNotificationAndSigmaData(result);
     EXPECT_FLOAT_EQ(peer_.NotiProbWeekday(), 0.25F);
     EXPECT_EQ(peer_.ThreeSigmaTimestampWeekend(), 30000000);
 
@@ -338,36 +289,23 @@ TEST_F(SleepDetectionTest, TrainingResultUpdatesMemoryAndPreferencesOnlyOnSucces
     Want failed;
     failed.SetParam("isTrainSuccess", false);
     failed.SetParam("notiProbWeekday", 0.5F);
-    world_.Engine().UpdateNotificationAndSigmaData(failed);
-    world_.Engine().UpdateNotificationAndSigmaData(std::nullopt);
+    Engine().UpdateNotificationAndSigmaData(failed);
+    Engine().UpdateNotificationAndSigmaData(std::nullopt);
     EXPECT_EQ(
         capture.Texts(), (std::vector<std::string>{"Faild to return train result", "Faild to return train result"}));
 
     world_.CreateEngine();
-    SleepDetectionTestPeer restarted(world_.Engine());
+    SleepDetectionTestPeer restarted(Engine());
     EXPECT_FLOAT_EQ(restarted.NotiProbWeekday(), 0.25F);
     EXPECT_FLOAT_EQ(restarted.NotiProbWeekend(), 0.75F);
     EXPECT_EQ(restarted.ThreeSigmaTimestampWeekday(), 24600000);
     EXPECT_EQ(restarted.ThreeSigmaTimestampWeekend(), 30000000);
 }
 
-TEST_F(SleepDetectionTest, MissingPreferencesReadAsZero)
-{
-    EXPECT_EQ(peer_.ThreeSigmaTimestampWeekday(), 0);
-    EXPECT_EQ(peer_.ThreeSigmaTimestampWeekend(), 0);
-    EXPECT_EQ(peer_.NotiProbWeekday(), 0.0F);
-    EXPECT_EQ(peer_.StartNegativeFeedbackModeTimestamp(), 0);
-}
-
-int64_t CountRows(const std::string& table)
-{
-    return SleepDatabaseManager::GetInstance()->QueryCount(table, "");
-}
-
 TEST_F(SleepDetectionTest, EmptySaveLogsEachBufferAndInsertsNothing)
 {
     Emulator::LogCapture capture;
-    world_.Engine().SaveDataToDatabase();
+    Engine().SaveDataToDatabase();
     EXPECT_EQ(
         capture.Texts(), (std::vector<std::string>{"screen state records is empty", "slp environment records is empty",
                              "slp notification records is empty", "save data to sleep.db"}));
@@ -376,11 +314,11 @@ TEST_F(SleepDetectionTest, EmptySaveLogsEachBufferAndInsertsNothing)
 TEST_F(SleepDetectionTest, ScreenStatesAreSavedOnTheTwentyFirst)
 {
     for (int32_t i = 0; i < 20; ++i) {
-        world_.Engine().HandleScreenStateChange(i % 2);
+        Engine().HandleScreenStateChange(i % 2);
     }
     EXPECT_EQ(peer_.ScreenStates().size(), 20U);
     EXPECT_EQ(CountRows(ScreenStateRecord::TABLE_NAME), 0);
-    world_.Engine().HandleScreenStateChange(0);
+    Engine().HandleScreenStateChange(0);
     EXPECT_TRUE(peer_.ScreenStates().empty());
     EXPECT_EQ(CountRows(ScreenStateRecord::TABLE_NAME), 21);
 }
@@ -390,20 +328,19 @@ TEST_F(SleepDetectionTest, ARefusedSaveDropsTheBuffersAndKeepsMemoryBounded)
     Emulator::RdbFaults::SetDiskFull(true);
     Emulator::LogCapture capture;
     for (int32_t i = 0; i < 105; ++i) {
-        world_.Engine().HandleScreenStateChange(0);
+        Engine().HandleScreenStateChange(0);
         EXPECT_LE(peer_.ScreenStates().size(), 20U);
     }
     for (int32_t i = 0; i < 140; ++i) {
         SleepDataRecord record;
         record.timestamp = At(23) + i;
-        world_.Engine().HandleFinishCollect(record);
+        Engine().HandleFinishCollect(record);
         EXPECT_LE(peer_.SleepEnvironments().size(), 5U);
     }
     EXPECT_TRUE(capture.HasText("Faired to save screen state records"));
     EXPECT_TRUE(capture.HasText("Faired to save slp environment records"));
     Emulator::RdbFaults::SetDiskFull(false);
-    EXPECT_EQ(CountRows(ScreenStateRecord::TABLE_NAME), 0);
-    EXPECT_EQ(CountRows(SleepEnvironment::TABLE_NAME), 0);
+    EXPECT_EQ(CountRows(ScreenStateRecord::TABLE_NAME) + CountRows(SleepEnvironment::TABLE_NAME), 0);
 }
 
 TEST_F(SleepDetectionTest, ObservationsAreSavedOnTheSixthUnlabelled)
@@ -414,7 +351,7 @@ TEST_F(SleepDetectionTest, ObservationsAreSavedOnTheSixthUnlabelled)
         record.screenOffDuration = 100 * i;
         record.stationaryDuration = 50 * i;
         record.nextAlarmClockTime = At(30);
-        world_.Engine().HandleFinishCollect(record);
+        Engine().HandleFinishCollect(record);
         EXPECT_EQ(peer_.SleepEnvironments().size(), i < 5 ? static_cast<size_t>(i + 1) : 0U);
     }
     std::vector<SleepEnvironment> rows;
@@ -426,36 +363,25 @@ TEST_F(SleepDetectionTest, ObservationsAreSavedOnTheSixthUnlabelled)
     EXPECT_EQ(SleepDatabaseManager::GetInstance()->QueryCount(
                   SleepEnvironment::TABLE_NAME, "next_clock = " + std::to_string(At(30))),
         6);
-    world_.Engine().TrySaveSleepDataRecords();
-    EXPECT_EQ(CountRows(SleepEnvironment::TABLE_NAME), 6);
 }
 
-struct PruneCase {
-    const char* name;
-    int32_t environmentRows;
-    int32_t screenRows;
-    int64_t environmentsLeft;
-    int64_t screensLeft;
-};
-
-class SleepDetectionPruneTest : public SleepDetectionTest, public testing::WithParamInterface<PruneCase> {};
-
-TEST_P(SleepDetectionPruneTest, DeletesAWholeTableAtItsLimit)
+// Each table is deleted as a whole once it holds more rows than its limit.
+TEST_F(SleepDetectionTest, PruningDeletesAWholeTableAtItsLimit)
 {
-    const PruneCase& c = GetParam();
-    std::vector<SleepEnvironment> environments(c.environmentRows);
-    std::vector<ScreenStateRecord> screens(c.screenRows);
-    ASSERT_EQ(SleepDatabaseManager::GetInstance()->InsertEntries(SleepEnvironment::TABLE_NAME, environments), 0);
-    ASSERT_EQ(SleepDatabaseManager::GetInstance()->InsertEntries(ScreenStateRecord::TABLE_NAME, screens), 0);
-    world_.Engine().DeleteDataIfLongTimeNoTrain();
-    EXPECT_EQ(CountRows(SleepEnvironment::TABLE_NAME), c.environmentsLeft);
-    EXPECT_EQ(CountRows(ScreenStateRecord::TABLE_NAME), c.screensLeft);
+    // rows added to environments and screen states, rows left in each
+    const std::vector<std::tuple<int32_t, int32_t, int64_t, int64_t>> steps{
+        {10000, 20000, 10000, 20000}, {1, 1, 0, 0}, {10, 20001, 10, 0}};
+    for (const auto& [environments, screens, environmentsLeft, screensLeft] : steps) {
+        std::vector<SleepEnvironment> environmentRows(environments);
+        std::vector<ScreenStateRecord> screenRows(screens);
+        auto manager = SleepDatabaseManager::GetInstance();
+        ASSERT_EQ(manager->InsertEntries(SleepEnvironment::TABLE_NAME, environmentRows), 0);
+        ASSERT_EQ(manager->InsertEntries(ScreenStateRecord::TABLE_NAME, screenRows), 0);
+        Engine().DeleteDataIfLongTimeNoTrain();
+        EXPECT_EQ(CountRows(SleepEnvironment::TABLE_NAME), environmentsLeft);
+        EXPECT_EQ(CountRows(ScreenStateRecord::TABLE_NAME), screensLeft);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Table, SleepDetectionPruneTest,
-    testing::Values(PruneCase{"BelowBoth", 10000, 20000, 10000, 20000}, PruneCase{"AtBoth", 10001, 20001, 0, 0},
-        PruneCase{"OnlyScreens", 10, 20001, 10, 0}),
-    [](const testing::TestParamInfo<PruneCase>& info) { return std::string(info.param.name); });
 
 TEST_F(SleepDetectionTest, HandledMarksComeFromASingleParameterRow)
 {
@@ -465,14 +391,14 @@ TEST_F(SleepDetectionTest, HandledMarksComeFromASingleParameterRow)
     parameter.handledTimestamp = -1;
     parameter.handledDateIndex = 12;
     ASSERT_EQ(SleepDatabaseManager::GetInstance()->InsertEntry(SleepParameter::TABLE_NAME, parameter), 0);
-    world_.Engine().UpdateLastHandledTime();
+    Engine().UpdateLastHandledTime();
     EXPECT_EQ(peer_.HandledTimestamp(), 77);
     EXPECT_EQ(peer_.HandledDateIndex(), 12);
 
     ASSERT_EQ(SleepDatabaseManager::GetInstance()->InsertEntry(SleepParameter::TABLE_NAME, parameter), 0);
     Emulator::LogCapture capture;
     peer_.HandledDateIndex() = 3;
-    world_.Engine().UpdateLastHandledTime();
+    Engine().UpdateLastHandledTime();
     EXPECT_EQ(peer_.HandledDateIndex(), 3);
     EXPECT_TRUE(capture.HasText("unexpected length of long standby parameters table (should be 1)."));
 }
@@ -480,10 +406,10 @@ TEST_F(SleepDetectionTest, HandledMarksComeFromASingleParameterRow)
 TEST_F(SleepDetectionTest, ManualPredictionParsesFifteenFields)
 {
     Emulator::LogCapture capture;
-    world_.Engine().SleepPredictManualTest("1/2/3");
-    world_.Engine().SleepPredictManualTest("1736982000000/2000/0/0/2000/2000/0/0/0.5/5/5/0/0/-1/x");
+    Engine().SleepPredictManualTest("1/2/3");
+    Engine().SleepPredictManualTest("1736982000000/2000/0/0/2000/2000/0/0/0.5/5/5/0/0/-1/x");
     EXPECT_EQ(capture.Texts(), (std::vector<std::string>{"invalied args", "invalied args"}));
-    world_.Engine().SleepPredictManualTest("1736982000000/2000/0/0/2000/2000/0/0/0.5/5/5/0/0/-1/-1");
+    Engine().SleepPredictManualTest("1736982000000/2000/0/0/2000/2000/0/0/0.5/5/5/0/0/-1/-1");
     ASSERT_EQ(peer_.SleepEnvironments().size(), 1U);
     const SleepDataRecord& record = peer_.SleepEnvironments()[0];
     EXPECT_EQ(record.timestamp, 1736982000000);
@@ -496,11 +422,11 @@ TEST_F(SleepDetectionTest, ManualPredictionParsesFifteenFields)
 
 TEST_F(SleepDetectionTest, TestModeStopsNightObservationsAndAutoTestObservesAtOnce)
 {
-    world_.Engine().SetSleepTestMode(true);
+    Engine().SetSleepTestMode(true);
     world_.ScreenOff();
     world_.RunUntil(At(23, 30));
     EXPECT_TRUE(world_.Strategy().MessagesWithId(2000).empty());
-    world_.Engine().SleepPredictAutoTest();
+    Engine().SleepPredictAutoTest();
     world_.RunUntil(At(23, 31));
     EXPECT_EQ(world_.Strategy().MessagesWithId(2000).size(), 1U);
     EXPECT_EQ(peer_.LastNightCollectTime(), At(23, 30));

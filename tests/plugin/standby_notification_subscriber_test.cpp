@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <string>
+#include <tuple>
 #include <vector>
 
 #include "event_handler.h"
@@ -18,11 +20,13 @@ class StandbyNotificationSubscriberTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        handler_ = AppExecFwk::EventHandler::CreateVirtual(clock_.Shared());
         StandbyServiceImpl::GetInstance()->Reset();
         StandbyServiceImpl::GetInstance()->SetHandler(handler_);
-        StandbyServiceImpl::GetInstance()->SetMessageObserver(
-            [this](const StandbyMessage& message) { messages_.push_back(message); });
+        StandbyServiceImpl::GetInstance()->SetMessageObserver([this](const StandbyMessage& message) {
+            const AAFwk::Want want = message.want.value_or(AAFwk::Want()); // a missing Want shows as timestamp -1
+            messages_.emplace_back(
+                message.eventId, message.action, want.GetLongParam("timestamp", -1), want.GetStringParam("pkg"));
+        });
         Emulator::NotificationCenter::GetInstance().Reset();
         Emulator::NotificationCenter::GetInstance().SetHandler(handler_);
     }
@@ -33,8 +37,9 @@ protected:
     }
 
     Emulator::ScopedVirtualClock clock_{kStartMs};
-    std::shared_ptr<AppExecFwk::EventHandler> handler_;
-    std::vector<StandbyMessage> messages_;
+    std::shared_ptr<AppExecFwk::EventHandler> handler_ = AppExecFwk::EventHandler::CreateVirtual(clock_.Shared());
+    // Event id, action, timestamp and package of every message the host received.
+    std::vector<std::tuple<int32_t, std::string, int64_t, std::string>> messages_;
 };
 
 // Messages reach the host (no strategy needs to be registered: the subscriber filters nothing).
@@ -47,24 +52,8 @@ TEST_F(StandbyNotificationSubscriberTest, NotificationsAndBadgesBecomeHostMessag
     center.PostNotification("", kStartMs + 2000);
     center.ChangeBadge("com.example.chat", 0, kStartMs + 3000);
     handler_->FastForwardBy(5000);
-
-    struct Expected {
-        int32_t eventId;
-        int64_t timestamp;
-        const char* pkg;
-    } const expected[] = {
-        {2007, kStartMs + 1000, "com.example.mail"},
-        {2007, kStartMs + 2000, ""},
-        {2008, kStartMs + 3000, "com.example.chat"},
-    };
-    ASSERT_EQ(messages_.size(), 3u);
-    for (size_t i = 0; i < messages_.size(); ++i) {
-        EXPECT_EQ(messages_[i].eventId, expected[i].eventId);
-        EXPECT_EQ(messages_[i].action, "");
-        ASSERT_TRUE(messages_[i].want.has_value());
-        EXPECT_EQ(messages_[i].want->GetLongParam("timestamp", -1), expected[i].timestamp);
-        EXPECT_EQ(messages_[i].want->GetStringParam("pkg"), expected[i].pkg);
-    }
+    EXPECT_EQ(messages_, (decltype(messages_){{2007, "", kStartMs + 1000, "com.example.mail"},
+                             {2007, "", kStartMs + 2000, ""}, {2008, "", kStartMs + 3000, "com.example.chat"}}));
 }
 
 TEST_F(StandbyNotificationSubscriberTest, DeliveryTimeNotArrivalTimeIsTheTimestamp)
@@ -76,8 +65,7 @@ TEST_F(StandbyNotificationSubscriberTest, DeliveryTimeNotArrivalTimeIsTheTimesta
     subscriber.OnConsumed(nullptr);
     subscriber.OnBadgeChanged(nullptr);
     handler_->RunUntilIdle();
-    ASSERT_EQ(messages_.size(), 1u);
-    EXPECT_EQ(messages_[0].want->GetLongParam("timestamp", -1), kStartMs - 60000);
+    EXPECT_EQ(messages_, (decltype(messages_){{2007, "", kStartMs - 60000, "pkg"}}));
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <ctime>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "common_event_manager.h"
@@ -37,6 +38,9 @@ inline const std::string kDeepParam = "resourceschedule.sleep.user_mode";
 inline const std::string kNotCareParam = "resourceschedule.sleep.user_mode_not_care_charge";
 inline const std::string kDayClockTask = "stop_user_sleep_force_task";
 inline const std::string kRecordTask = "stop_record_notification_task";
+inline const std::string kRecordingStopped =
+    "stop recording notification messages when stop device night long standby by ai";
+inline const std::vector<std::string> kSleepDump = {"-S", "--strategy", "-RT", "--Sleep"};
 
 // Local wall-clock ms in the process time zone.
 inline int64_t LocalMs(int year, int month, int day, int hour, int minute, int second = 0, int64_t ms = 0)
@@ -52,22 +56,10 @@ inline int64_t LocalMs(int year, int month, int day, int hour, int minute, int s
     return static_cast<int64_t>(mktime(&local)) * 1000 + ms;
 }
 
-// One event seen by the permission-holding subscriber.
-struct Published {
-    std::string action;
-    bool isSleep = false;
-    int64_t wakeupTime = -2; // -2: the event carried no wake time
-
-    bool operator==(const Published& other) const
-    {
-        return action == other.action && isSleep == other.isSleep && wakeupTime == other.wakeupTime;
-    }
-};
-
-inline std::ostream& operator<<(std::ostream& out, const Published& event)
-{
-    return out << "{" << event.action << ", " << event.isSleep << ", " << event.wakeupTime << "}";
-}
+// One event seen by the permission-holding subscriber: action, isSleep, wakeupTime (-2: none carried).
+using Published = std::tuple<std::string, bool, int64_t>;
+using Events = std::vector<Published>;
+using PowerStateList = std::vector<std::pair<int32_t, int32_t>>;
 
 // A phone at 23:00 local time (Monday 2024-03-11, UTC+8) with the screen on, a virtual host handler,
 // the event bus watched by one subscriber holding the smart-power permission and one holding none.
@@ -83,7 +75,6 @@ public:
         Emulator::ClearSysEvents();
         STANDBT_MODE = 0;
         DeviceState::GetInstance()->HandleScreenOn(); // the singleton may remember an earlier case
-        handler_ = AppExecFwk::EventHandler::CreateVirtual(clock_.Shared());
         handler_->SetQuiescenceWait([]() { SleepDetection::WaitForTrainingThreads(); });
         Host()->Reset();
         Host()->SetHandler(handler_);
@@ -94,8 +85,8 @@ public:
         Emulator::CommonEventBus::GetInstance().Subscribe(
             actions, {kPermission}, [this](const EventFwk::CommonEventData& data) {
                 const AAFwk::Want& want = data.GetWant();
-                published_.push_back({want.GetAction(), want.GetBoolParam("isSleep", false),
-                    want.HasParameter("wakeupTime") ? want.GetLongParam("wakeupTime", -3) : -2});
+                published_.emplace_back(want.GetAction(), want.GetBoolParam("isSleep", false),
+                    want.HasParameter("wakeupTime") ? want.GetLongParam("wakeupTime", -3) : -2);
             });
         Emulator::CommonEventBus::GetInstance().Subscribe(
             actions, {}, [this](const EventFwk::CommonEventData&) { ++unprivilegedDeliveries_; });
@@ -126,7 +117,12 @@ public:
         Host()->RegisterStrategy(strategy_);
         ASSERT_EQ(Host()->OnCreated(), ERR_OK);
         Dump({"-S", "--strategy", "-RT", "--SetMode", "1"});
-        handler_->RunUntilIdle();
+    }
+    // Start, then the screen goes off: the usual beginning of a night.
+    void StartNight()
+    {
+        Start();
+        ScreenOff();
     }
 
     std::string Dump(const std::vector<std::string>& words)
@@ -136,24 +132,35 @@ public:
         handler_->RunUntilIdle();
         return result;
     }
+    std::string SleepDump(const std::string& word)
+    {
+        std::vector<std::string> words = kSleepDump;
+        words.push_back(word);
+        return Dump(words);
+    }
 
     void Send(const StandbyMessage& message)
     {
         Host()->DispatchEvent(message);
         handler_->RunUntilIdle();
     }
-    void SendCommonEvent(const std::string& action, std::optional<AAFwk::Want> want = std::nullopt)
+    // Sends message `eventId` with one parameter, or with none when `key` is empty.
+    template <typename T = int32_t>
+    void Send(int32_t eventId, const std::string& action = "", const std::string& key = "", T value = T())
     {
-        Send(StandbyMessage(1, action, std::move(want)));
+        std::optional<AAFwk::Want> want;
+        if (!key.empty()) {
+            want.emplace().SetParam(key, value);
+        }
+        Send(StandbyMessage(eventId, action, want));
     }
+    void SendCommonEvent(const std::string& action) { Send(1, action); }
     void ScreenOff() { SendCommonEvent(EventFwk::CommonEventSupport::COMMON_EVENT_SCREEN_OFF); }
     void ScreenOn() { SendCommonEvent(EventFwk::CommonEventSupport::COMMON_EVENT_SCREEN_ON); }
     void Unlock() { SendCommonEvent(EventFwk::CommonEventSupport::COMMON_EVENT_SCREEN_UNLOCKED); }
     void CallState(int32_t state)
     {
-        AAFwk::Want want;
-        want.SetParam("state", state);
-        SendCommonEvent(EventFwk::CommonEventSupport::COMMON_EVENT_CALL_STATE_CHANGED, want);
+        Send(1, EventFwk::CommonEventSupport::COMMON_EVENT_CALL_STATE_CHANGED, "state", state);
     }
     void Asleep(int64_t wakeupTime)
     {
@@ -172,33 +179,23 @@ public:
     static std::string Param(const std::string& key) { return system::GetParameter(key, "<unset>"); }
     static bool Pref(const std::string& key) { return SleepSharedPref::GetBoolSettings(key, false); }
     // The (type, value) pairs of the power-state statistics written so far.
-    static std::vector<std::pair<int32_t, int32_t>> PowerStates()
+    static PowerStateList PowerStates()
     {
-        std::vector<std::pair<int32_t, int32_t>> states;
+        PowerStateList states;
         for (const auto& event : Emulator::ReadSysEvents("POWER_BRAIN_STATE")) {
             states.emplace_back(event.params["TYPE"].get<int32_t>(), event.params["VALUE"].get<int32_t>());
         }
         return states;
     }
-    std::vector<StandbyMessage> HostMessagesWithAction(const std::string& action) const
-    {
-        std::vector<StandbyMessage> found;
-        for (const auto& message : hostMessages_) {
-            if (message.eventId == 1 && message.action == action) {
-                found.push_back(message);
-            }
-        }
-        return found;
-    }
-    bool Subscribed() const { return Emulator::NotificationCenter::GetInstance().SubscriberCount() == 1; }
+    size_t SubscriberCount() const { return Emulator::NotificationCenter::GetInstance().SubscriberCount(); }
 
     Emulator::ScopedTimeZone zone_{"CST-8"};
     Emulator::ScopedDataRoot dataRoot_;
     Emulator::ScopedVirtualClock clock_{LocalMs(2024, 3, 11, 23, 0)};
     Emulator::LogCapture log_;
-    std::shared_ptr<AppExecFwk::EventHandler> handler_;
+    std::shared_ptr<AppExecFwk::EventHandler> handler_ = AppExecFwk::EventHandler::CreateVirtual(clock_.Shared());
     std::shared_ptr<UserSleepStrategy> strategy_;
-    std::vector<Published> published_;
+    Events published_;
     std::vector<StandbyMessage> hostMessages_;
     int unprivilegedDeliveries_ = 0;
 };

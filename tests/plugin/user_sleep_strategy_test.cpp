@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <functional>
 
 #include "strategy_test_fixture.h"
@@ -6,90 +7,76 @@ namespace OHOS::DevStandbyMgr {
 namespace {
 
 using EventFwk::CommonEventSupport;
-using Events = std::vector<Published>;
-using PowerStateList = std::vector<std::pair<int32_t, int32_t>>;
 
 constexpr int64_t kWakeup = 1710200000000; // any predicted wake time: carried, never interpreted
 constexpr int64_t kHourMs = 3600000;
 
+size_t HostCopies(const std::vector<StandbyMessage>& messages, const std::string& action)
+{
+    return std::count_if(messages.begin(), messages.end(),
+        [&action](const StandbyMessage& message) { return message.eventId == 1 && message.action == action; });
+}
+
 TEST_F(StrategyTest, AsleepAtNightStartsDeepSleepWithEverythingItPublishes)
 {
-    Start();
-    ScreenOff();
+    StartNight();
     Asleep(kWakeup);
-
     EXPECT_EQ(published_, (Events{{kDeepAction, true, kWakeup}}));
-    auto hostCopies = HostMessagesWithAction(kDeepAction);
-    ASSERT_EQ(hostCopies.size(), 1u);
-    EXPECT_TRUE(hostCopies[0].want->GetBoolParam("isSleep", false));
-    EXPECT_EQ(hostCopies[0].want->GetLongParam("wakeupTime", 0), kWakeup);
+    ASSERT_EQ(HostCopies(hostMessages_, kDeepAction), 1u);
+    const StandbyMessage& copy = hostMessages_.back();
+    EXPECT_EQ(std::make_pair(copy.want->GetBoolParam("isSleep", false), copy.want->GetLongParam("wakeupTime", 0)),
+        std::make_pair(true, kWakeup));
     EXPECT_TRUE(Pref(SleepSharedPref::USER_SLEEPING_AI));
     EXPECT_EQ(Param(kDeepParam), "sleep");
     EXPECT_EQ(PowerStates(), (PowerStateList{{100, 1}}));
     EXPECT_TRUE(handler_->HasTask(kDayClockTask));
     EXPECT_TRUE(log_.HasText("starting device long standby AI"));
-
     Asleep(kWakeup); // a repeated verdict publishes nothing new
     EXPECT_EQ(published_.size(), 1u);
 }
 
-struct RefusalCase {
-    const char* name;
-    int hour; // local time on 2024-03-11
-    int minute;
-    int second;
-    bool charging;
-    bool screenOff;
+// name, local time on 2024-03-11 (hour, minute, second), charging, screen off
+class DeepSleepRefusalTest : public StrategyTest,
+                             public ::testing::WithParamInterface<std::tuple<const char*, int, int, int, bool, bool>> {
 };
-
-void PrintTo(const RefusalCase& refusal, std::ostream* out)
-{
-    *out << refusal.name;
-}
-
-class DeepSleepRefusalTest : public StrategyTest, public ::testing::WithParamInterface<RefusalCase> {};
 
 TEST_P(DeepSleepRefusalTest, NoSleepStateStarts)
 {
-    const RefusalCase& refusal = GetParam();
-    clock_.Get().SetWallTimeMs(LocalMs(2024, 3, 11, refusal.hour, refusal.minute, refusal.second));
+    const auto& [name, hour, minute, second, charging, screenOff] = GetParam();
+    clock_.Get().SetWallTimeMs(LocalMs(2024, 3, 11, hour, minute, second));
     Start();
-    SetCharging(refusal.charging);
-    if (refusal.screenOff) {
+    SetCharging(charging);
+    if (screenOff) {
         ScreenOff();
     }
     Asleep(kWakeup);
     LightAsleep();
-
     EXPECT_TRUE(published_.empty());
     EXPECT_EQ(Param(kDeepParam), "<unset>");
-    EXPECT_FALSE(Pref(SleepSharedPref::USER_SLEEPING_AI));
-    EXPECT_FALSE(Pref(SleepSharedPref::USER_LIGHT_SLEEPING_AI));
+    EXPECT_FALSE(Pref(SleepSharedPref::USER_SLEEPING_AI) || Pref(SleepSharedPref::USER_LIGHT_SLEEPING_AI));
 }
 
 INSTANTIATE_TEST_SUITE_P(Conditions, DeepSleepRefusalTest,
-    ::testing::Values(RefusalCase{"Charging", 23, 0, 0, true, true}, RefusalCase{"ScreenOn", 23, 0, 0, false, false},
-        RefusalCase{"ExactlyNine", 21, 0, 0, false, true}, RefusalCase{"Noon", 12, 0, 0, false, true},
-        RefusalCase{"MorningDayStart", 7, 49, 49, false, true}),
-    [](const auto& info) { return std::string(info.param.name); });
+    ::testing::Values(std::make_tuple("Charging", 23, 0, 0, true, true),
+        std::make_tuple("ScreenOn", 23, 0, 0, false, false), std::make_tuple("ExactlyNine", 21, 0, 0, false, true),
+        std::make_tuple("Noon", 12, 0, 0, false, true), std::make_tuple("MorningDayStart", 7, 49, 49, false, true)),
+    [](const auto& info) { return std::string(std::get<0>(info.param)); });
 
 TEST_F(StrategyTest, NightBeginsJustAfterNineAndEndsJustBeforeTheDayStart)
 {
     Start();
-    for (int64_t at : {LocalMs(2024, 3, 11, 21, 0, 1), LocalMs(2024, 3, 12, 7, 49, 47)}) {
+    const std::vector<std::pair<int64_t, bool>> cases{{LocalMs(2024, 3, 11, 21, 0, 1), false},
+        {LocalMs(2024, 3, 12, 7, 49, 47), false}, {LocalMs(2024, 3, 12, 7, 49, 48), true},
+        {LocalMs(2024, 3, 12, 21, 0, 0), true}};
+    for (const auto& [at, day] : cases) {
         clock_.Get().SetWallTimeMs(at);
-        EXPECT_FALSE(strategy_->IsDayTime()) << at;
-    }
-    for (int64_t at : {LocalMs(2024, 3, 12, 7, 49, 48), LocalMs(2024, 3, 12, 21, 0, 0)}) {
-        clock_.Get().SetWallTimeMs(at);
-        EXPECT_TRUE(strategy_->IsDayTime()) << at;
+        EXPECT_EQ(strategy_->IsDayTime(), day) << at;
     }
 }
 
 TEST_F(StrategyTest, EasyWakeupStartsAfterThirtyMinutesOfScreenOffAndEndsOnScreenOn)
 {
-    Start();
-    ScreenOff();
+    StartNight();
     Asleep(kWakeup);
     RunTo(LocalMs(2024, 3, 11, 23, 29, 59, 999));
     Asleep(kWakeup);
@@ -98,7 +85,6 @@ TEST_F(StrategyTest, EasyWakeupStartsAfterThirtyMinutesOfScreenOffAndEndsOnScree
     Asleep(kWakeup);
     EXPECT_TRUE(Pref(SleepSharedPref::USER_EASY_WAKEUP_SLEEPING_AI));
     EXPECT_TRUE(log_.HasText("start easy wakeup sleep by ai"));
-
     ScreenOn(); // mode 0: deep sleep stays, easy wake-up ends
     EXPECT_EQ(published_, (Events{{kDeepAction, true, kWakeup}, {kEasyAction, true, -2}, {kEasyAction, false, -2}}));
     EXPECT_TRUE(Pref(SleepSharedPref::USER_SLEEPING_AI));
@@ -107,8 +93,7 @@ TEST_F(StrategyTest, EasyWakeupStartsAfterThirtyMinutesOfScreenOffAndEndsOnScree
 
 TEST_F(StrategyTest, DeepStopEndsEasyWakeupToo)
 {
-    Start();
-    ScreenOff();
+    StartNight();
     RunTo(LocalMs(2024, 3, 11, 23, 45));
     Asleep(kWakeup); // deep and, screen off for 45 minutes, easy at once
     Unlock();
@@ -120,32 +105,21 @@ TEST_F(StrategyTest, DeepStopEndsEasyWakeupToo)
 struct StopCase {
     const char* name;
     std::function<void(StrategyTest&)> stop;
-    int32_t deepReason;  // 0: does not end deep sleep
-    int32_t lightReason; // 0: does not end light sleep
+    int32_t deepReason, lightReason; // 0: does not end that state
     const char* reasonText;
-    bool wakeTimeIsNow; // the deep-ended event carries now, else -1 (or the engine's time for 2002)
+    bool wakeTimeIsNow; // the deep-ended event carries now, else -1
 };
 
-void PrintTo(const StopCase& stopCase, std::ostream* out)
-{
-    *out << stopCase.name;
-}
-
-class StopTest : public StrategyTest, public ::testing::WithParamInterface<StopCase> {
-public:
-    static void SendId(StrategyTest& test, int32_t eventId) { test.Send(StandbyMessage(eventId)); }
-};
+class StopTest : public StrategyTest, public ::testing::WithParamInterface<StopCase> {};
 
 TEST_P(StopTest, DeepSleepEndsAndOpensTheRecordingPeriod)
 {
     const StopCase& stopCase = GetParam();
-    Start();
-    ScreenOff();
+    StartNight();
     Asleep(kWakeup);
     published_.clear();
-    int64_t stopAt = Now();
+    const int64_t stopAt = Now();
     stopCase.stop(*this);
-
     if (stopCase.deepReason == 0) {
         EXPECT_TRUE(published_.empty());
         EXPECT_EQ(Param(kDeepParam), "sleep");
@@ -159,24 +133,22 @@ TEST_P(StopTest, DeepSleepEndsAndOpensTheRecordingPeriod)
     EXPECT_EQ(PowerStates(), (PowerStateList{{100, 1}, {100, stopCase.deepReason}}));
     EXPECT_FALSE(handler_->HasTask(kDayClockTask));
     EXPECT_TRUE(handler_->HasTask(kRecordTask));
-    EXPECT_TRUE(Subscribed());
+    EXPECT_EQ(SubscriberCount(), 1u);
     EXPECT_TRUE(log_.HasText(std::string("stop user deep slp because of ") + stopCase.reasonText));
 }
 
 TEST_P(StopTest, LightSleepEnds)
 {
     const StopCase& stopCase = GetParam();
-    Start();
-    ScreenOff();
+    StartNight();
     LightAsleep();
     ASSERT_EQ(published_, (Events{{kLightAction, true, -2}}));
     published_.clear();
     stopCase.stop(*this);
-
     if (stopCase.lightReason == 0) {
         EXPECT_TRUE(Pref(SleepSharedPref::USER_LIGHT_SLEEPING_AI));
-        EXPECT_TRUE(std::none_of(
-            published_.begin(), published_.end(), [](const Published& event) { return event.action == kLightAction; }));
+        EXPECT_TRUE(std::none_of(published_.begin(), published_.end(),
+            [](const Published& event) { return std::get<0>(event) == kLightAction; }));
         return;
     }
     ASSERT_FALSE(published_.empty());
@@ -187,48 +159,30 @@ TEST_P(StopTest, LightSleepEnds)
 }
 
 INSTANTIATE_TEST_SUITE_P(Reasons, StopTest,
-    ::testing::Values(StopCase{"Awake",
-                          [](StrategyTest& test) {
-                              AAFwk::Want want;
-                              want.SetParam("wakeupTime", int64_t{-1});
-                              test.Send(StandbyMessage(2002, "", want));
-                          },
-                          -1, -1, "SleepDetection", false},
-        StopCase{"AwakeWithoutWakeTime", [](StrategyTest& test) { StopTest::SendId(test, 2002); }, -1, -1,
-            "SleepDetection", false},
-        StopCase{"DayClock", [](StrategyTest& test) { StopTest::SendId(test, 2005); }, -2, -2,
-            "Day clock message by AI", true},
-        StopCase{
-            "UserMoving", [](StrategyTest& test) { StopTest::SendId(test, 2009); }, -7, -7, "user start moving", true},
-        StopCase{"Unlock", [](StrategyTest& test) { test.Unlock(); }, -6, -6, "user present", false},
+    ::testing::Values(StopCase{"Awake", [](StrategyTest& t) { t.Send<int64_t>(2002, "", "wakeupTime", -1); }, -1, -1,
+                          "SleepDetection", false},
+        StopCase{"AwakeWithoutWakeTime", [](StrategyTest& t) { t.Send(2002); }, -1, -1, "SleepDetection", false},
+        StopCase{"DayClock", [](StrategyTest& t) { t.Send(2005); }, -2, -2, "Day clock message by AI", true},
+        StopCase{"UserMoving", [](StrategyTest& t) { t.Send(2009); }, -7, -7, "user start moving", true},
+        StopCase{"Unlock", [](StrategyTest& t) { t.Unlock(); }, -6, -6, "user present", false},
         StopCase{"PowerConnected",
-            [](StrategyTest& test) { test.SendCommonEvent(CommonEventSupport::COMMON_EVENT_POWER_CONNECTED); }, -4, -4,
+            [](StrategyTest& t) { t.SendCommonEvent(CommonEventSupport::COMMON_EVENT_POWER_CONNECTED); }, -4, -4,
             "usb connected", true},
-        StopCase{"IncomingCall", [](StrategyTest& test) { test.CallState(4); }, -11, -11, "incoming call", false},
-        StopCase{"OtherCallState", [](StrategyTest& test) { test.CallState(1); }, 0, 0, "", false},
-        StopCase{"ScreenOnInModeThree",
-            [](StrategyTest& test) {
-                STANDBT_MODE = 3;
-                test.ScreenOn();
-            },
-            -5, -5, "scr on", false},
-        StopCase{"ScreenOnInOtherModes", [](StrategyTest& test) { test.ScreenOn(); }, 0, 0, "", false},
+        StopCase{"IncomingCall", [](StrategyTest& t) { t.CallState(4); }, -11, -11, "incoming call", false},
+        StopCase{"OtherCallState", [](StrategyTest& t) { t.CallState(1); }, 0, 0, "", false},
         StopCase{
-            "LightSleepStarts", [](StrategyTest& test) { test.LightAsleep(); }, -8, 0, "user start light slp", true},
-        StopCase{"DeepSleepStarts", [](StrategyTest& test) { test.Asleep(kWakeup); }, 0, -1, "SleepDetection", false},
-        StopCase{"DumpExit",
-            [](StrategyTest& test) {
-                test.Dump({"-S", "--strategy", "-RT", "--Sleep", "exit"});
-            },
-            -10, 0, "hidumper command", false}),
+            "ScreenOnInModeThree", [](StrategyTest& t) { STANDBT_MODE = 3, t.ScreenOn(); }, -5, -5, "scr on", false},
+        StopCase{"ScreenOnInOtherModes", [](StrategyTest& t) { t.ScreenOn(); }, 0, 0, "", false},
+        StopCase{"LightSleepStarts", [](StrategyTest& t) { t.LightAsleep(); }, -8, 0, "user start light slp", true},
+        StopCase{"DeepSleepStarts", [](StrategyTest& t) { t.Asleep(kWakeup); }, 0, -1, "SleepDetection", false},
+        StopCase{"DumpExit", [](StrategyTest& t) { t.SleepDump("exit"); }, -10, 0, "hidumper command", false}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(StrategyTest, DeepAndLightSleepExcludeEachOther)
 {
-    Start();
-    ScreenOff();
+    StartNight();
     Asleep(kWakeup);
-    int64_t lightAt = Now();
+    const int64_t lightAt = Now();
     LightAsleep();
     Asleep(kWakeup);
     EXPECT_EQ(published_, (Events{{kDeepAction, true, kWakeup}, {kDeepAction, false, lightAt}, {kLightAction, true, -2},
@@ -237,21 +191,16 @@ TEST_F(StrategyTest, DeepAndLightSleepExcludeEachOther)
 
 TEST_F(StrategyTest, SleepStatesEndWhenAVerdictArrivesInDayTime)
 {
-    Start();
-    ScreenOff();
-    Asleep(kWakeup);
-    {
+    StartNight();
+    for (const auto& [start, ended] :
+        {std::pair<std::function<void()>, Published>{[this]() { Asleep(kWakeup); }, {kDeepAction, false, kWakeup}},
+            {[this]() { LightAsleep(); }, {kLightAction, false, -2}}}) {
+        start();
         Emulator::ScopedTimeZone travelled("UTC0"); // 15:00 local: day
-        Asleep(kWakeup);
-        EXPECT_EQ(published_.back(), (Published{kDeepAction, false, kWakeup}));
-        EXPECT_TRUE(log_.HasText("stop user deep slp because of SleepDetection"));
+        start();
+        EXPECT_EQ(published_.back(), ended);
     }
-    LightAsleep();
-    {
-        Emulator::ScopedTimeZone travelled("UTC0");
-        LightAsleep();
-        EXPECT_EQ(published_.back(), (Published{kLightAction, false, -2}));
-    }
+    EXPECT_TRUE(log_.HasText("stop user deep slp because of SleepDetection"));
 }
 
 TEST_F(StrategyTest, ChargingBlocksDeepSleepButNotTheNotCareChargeState)
@@ -259,46 +208,33 @@ TEST_F(StrategyTest, ChargingBlocksDeepSleepButNotTheNotCareChargeState)
     Start();
     SetCharging(true);
     ScreenOff();
-    EXPECT_EQ(Dump({"-S", "--strategy", "-RT", "--Sleep", "into"}),
-        "\n\n=================UserSleepStrategy=========================\nstart slp\n");
+    EXPECT_EQ(SleepDump("into"), "\n\n=================UserSleepStrategy=========================\nstart slp\n");
     EXPECT_EQ(published_, (Events{{kNotCareAction, true, -1}}));
-    EXPECT_EQ(Param(kNotCareParam), "sleep");
-    EXPECT_EQ(Param(kDeepParam), "<unset>");
+    EXPECT_EQ(std::make_pair(Param(kNotCareParam), Param(kDeepParam)),
+        std::make_pair(std::string("sleep"), std::string("<unset>")));
     EXPECT_TRUE(Pref(SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI));
-
-    Dump({"-S", "--strategy", "-RT", "--Sleep", "exit"});
+    SleepDump("exit");
     EXPECT_EQ(published_.back(), (Published{kNotCareAction, false, -1}));
     EXPECT_EQ(Param(kNotCareParam), "unsleep");
     EXPECT_FALSE(Pref(SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI));
 }
 
-struct DayClockCase {
-    const char* name;
-    const char* zone;
-    int64_t start; // from local midnight starting 2024-03-31
-};
-
-void PrintTo(const DayClockCase& dayClock, std::ostream* out)
-{
-    *out << dayClock.name;
-}
-
-class DayClockTest : public StrategyTest, public ::testing::WithParamInterface<DayClockCase> {};
+// name, time zone, start from local midnight starting 2024-03-31
+class DayClockTest : public StrategyTest,
+                     public ::testing::WithParamInterface<std::tuple<const char*, const char*, int64_t>> {};
 
 // The day clock ends a deep sleep that nothing else ended at the next 07:15 local time, spread by
 // (start mod 600) ms.
 TEST_P(DayClockTest, EndsDeepSleepAtQuarterPastSeven)
 {
-    const DayClockCase& dayClock = GetParam();
-    Emulator::ScopedTimeZone zone(dayClock.zone);
-    int64_t start = LocalMs(2024, 3, 31, 0, 0) + dayClock.start;
-    int64_t fire = LocalMs(2024, 3, 31, 7, 15) + start % 600;
+    const auto& [name, zone, offset] = GetParam();
+    Emulator::ScopedTimeZone localZone(zone);
+    const int64_t start = LocalMs(2024, 3, 31, 0, 0) + offset;
+    const int64_t fire = LocalMs(2024, 3, 31, 7, 15) + start % 600;
     clock_.Get().SetWallTimeMs(start);
-    Start();
-    ScreenOff();
+    StartNight();
     Asleep(kWakeup);
     ASSERT_TRUE(Pref(SleepSharedPref::USER_SLEEPING_AI));
-
     RunTo(fire - 1);
     EXPECT_TRUE(Pref(SleepSharedPref::USER_SLEEPING_AI));
     RunTo(fire);
@@ -307,124 +243,102 @@ TEST_P(DayClockTest, EndsDeepSleepAtQuarterPastSeven)
     EXPECT_EQ(PowerStates().back(), (std::pair<int32_t, int32_t>{100, -2}));
 }
 
+// NextDay starts at 23:00:00.599 the evening before; on SpringForward the clocks go forward at
+// 02:00 that night, and it is still 07:15 on the wall.
 INSTANTIATE_TEST_SUITE_P(Times, DayClockTest,
-    ::testing::Values(DayClockCase{"SameDay", "CST-8", 3 * kHourMs + 123},
-        DayClockCase{"NextDay", "CST-8", -1 * kHourMs + 599}, // 23:00:00.599 the evening before
-        DayClockCase{"JustBefore", "CST-8", 7 * kHourMs + 15 * 60000 - 1000},
-        // The clocks go forward at 02:00 that night: still 07:15 on the wall.
-        DayClockCase{"SpringForward", "CET-1CEST,M3.5.0,M10.5.0/3", kHourMs / 2}),
-    [](const auto& info) { return std::string(info.param.name); });
+    ::testing::Values(std::make_tuple("SameDay", "CST-8", 3 * kHourMs + 123),
+        std::make_tuple("NextDay", "CST-8", -1 * kHourMs + 599),
+        std::make_tuple("JustBefore", "CST-8", 7 * kHourMs + 15 * 60000 - 1000),
+        std::make_tuple("SpringForward", "CET-1CEST,M3.5.0,M10.5.0/3", kHourMs / 2)),
+    [](const auto& info) { return std::string(std::get<0>(info.param)); });
 
 TEST_F(StrategyTest, DayDelayIsComputedFromTheLocalCalendar)
 {
     Start();
-    struct {
-        int64_t now;
-        int64_t delayBeforeSpread;
-    } const cases[] = {
+    // now, delay before the spread
+    const std::vector<std::pair<int64_t, int64_t>> cases{
         {LocalMs(2024, 3, 11, 23, 0, 0, 5), 8 * kHourMs + 15 * 60000 - 5},
-        {LocalMs(2024, 3, 12, 3, 0), 4 * kHourMs + 15 * 60000},
-        {LocalMs(2024, 3, 12, 7, 15), 0},
-        {LocalMs(2024, 3, 12, 7, 15, 0, 1), 24 * kHourMs - 1},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(strategy_->GetDayDelayedDur(c.now), c.delayBeforeSpread + c.now % 600) << c.now;
+        {LocalMs(2024, 3, 12, 3, 0), 4 * kHourMs + 15 * 60000}, {LocalMs(2024, 3, 12, 7, 15), 0},
+        {LocalMs(2024, 3, 12, 7, 15, 0, 1), 24 * kHourMs - 1}};
+    for (const auto& [now, delay] : cases) {
+        EXPECT_EQ(strategy_->GetDayDelayedDur(now), delay + now % 600) << now;
     }
 }
 
 TEST_F(StrategyTest, RecordingPeriodForwardsNotificationsForFiveMinutes)
 {
-    Start();
-    ScreenOff();
+    StartNight();
     Asleep(kWakeup);
-    EXPECT_FALSE(Subscribed());
-    auto& center = Emulator::NotificationCenter::GetInstance();
+    EXPECT_EQ(SubscriberCount(), 0u);
     Unlock();
-    int64_t stoppedAt = Now();
-    ASSERT_TRUE(Subscribed());
+    const int64_t stoppedAt = Now();
+    ASSERT_EQ(SubscriberCount(), 1u);
     EXPECT_TRUE(log_.HasText("start recording notification messages when stop device night long standby by ai"));
-
-    center.PostNotification("com.example.mail", stoppedAt + 30000);
-    center.ChangeBadge("com.example.mail", 0, stoppedAt + 90000);
+    Emulator::NotificationCenter::GetInstance().PostNotification("com.example.mail", stoppedAt + 30000);
+    Emulator::NotificationCenter::GetInstance().ChangeBadge("com.example.mail", 0, stoppedAt + 90000);
     RunTo(stoppedAt + 299999);
-    EXPECT_TRUE(Subscribed());
+    EXPECT_EQ(SubscriberCount(), 1u);
     EXPECT_TRUE(log_.Contains("new notification information: timestamp " + std::to_string(stoppedAt + 30000)));
     EXPECT_TRUE(log_.Contains("cancel notification information: timestamp " + std::to_string(stoppedAt + 90000)));
-
     RunTo(stoppedAt + 300000);
-    EXPECT_FALSE(Subscribed());
-    EXPECT_TRUE(log_.HasText("stop recording notification messages when stop device night long standby by ai"));
-
+    EXPECT_EQ(SubscriberCount(), 0u);
+    EXPECT_TRUE(log_.HasText(kRecordingStopped));
     log_.Clear();
-    AAFwk::Want want;
-    want.SetParam("timestamp", Now());
-    want.SetParam("pkg", std::string("com.example.late"));
-    Send(StandbyMessage(2007, "", want)); // outside the period: dropped
+    Send<int64_t>(2007, "", "timestamp", Now()); // outside the period: dropped
     EXPECT_FALSE(log_.Contains("new notification information"));
 }
 
 TEST_F(StrategyTest, NewDeepSleepClosesAnOpenRecordingPeriodFirst)
 {
-    Start();
-    ScreenOff();
+    StartNight();
     Asleep(kWakeup);
-    Send(StandbyMessage(2009));
-    ASSERT_TRUE(Subscribed());
+    Send(2009);
+    ASSERT_EQ(SubscriberCount(), 1u);
     log_.Clear();
     Asleep(kWakeup);
-    EXPECT_FALSE(Subscribed());
+    EXPECT_EQ(SubscriberCount(), 0u);
     EXPECT_FALSE(handler_->HasTask(kRecordTask));
-    auto texts = log_.Texts();
-    auto closed = std::find(
-        texts.begin(), texts.end(), "stop recording notification messages when stop device night long standby by ai");
-    auto started = std::find(texts.begin(), texts.end(), "starting device long standby AI");
-    EXPECT_LT(closed, started);
+    const auto texts = log_.Texts();
+    EXPECT_LT(std::find(texts.begin(), texts.end(), kRecordingStopped),
+        std::find(texts.begin(), texts.end(), "starting device long standby AI"));
 }
 
 TEST_F(StrategyTest, FailedSubscribeIsRetriedAndThePeriodStillEnds)
 {
-    Start();
-    ScreenOff();
+    StartNight();
     Emulator::NotificationCenter::GetInstance().SetSubscribeFails(true);
     Asleep(kWakeup);
-    Send(StandbyMessage(2009));
+    Send(2009);
     EXPECT_TRUE(log_.HasText("SubscribeNotification ret: 1600001."));
-    EXPECT_FALSE(Subscribed());
+    EXPECT_EQ(SubscriberCount(), 0u);
     EXPECT_TRUE(handler_->HasTask(kRecordTask));
     handler_->FastForwardBy(300000);
-    EXPECT_TRUE(log_.HasText("stop recording notification messages when stop device night long standby by ai"));
-
+    EXPECT_TRUE(log_.HasText(kRecordingStopped));
     Emulator::NotificationCenter::GetInstance().SetSubscribeFails(false);
     Asleep(kWakeup);
-    Send(StandbyMessage(2009));
-    EXPECT_TRUE(Subscribed());
+    Send(2009);
+    EXPECT_EQ(SubscriberCount(), 1u);
 }
 
 TEST_F(StrategyTest, FailedPublishStillChangesTheState)
 {
-    Start();
-    ScreenOff();
+    StartNight();
     Emulator::CommonEventBus::GetInstance().SetPublishFails(true);
     Asleep(kWakeup);
     EXPECT_TRUE(published_.empty());
-    EXPECT_TRUE(HostMessagesWithAction(kDeepAction).empty());
+    EXPECT_EQ(HostCopies(hostMessages_, kDeepAction), 0u);
     EXPECT_TRUE(log_.HasText("PublishCommonEvent for user slp state changed fail"));
     EXPECT_TRUE(Pref(SleepSharedPref::USER_SLEEPING_AI));
     EXPECT_EQ(Param(kDeepParam), "sleep");
 }
 
+// name, stored key, action, system parameter (nullptr: none), the log of its read, power states
 struct RestoredState {
     const char* name;
-    const std::string* key;
-    const std::string* action;
-    const std::string* parameter; // nullptr: the state has none
+    const std::string *key, *action, *parameter;
     const char* readLog;
+    PowerStateList powerStates;
 };
-
-void PrintTo(const RestoredState& state, std::ostream* out)
-{
-    *out << state.name;
-}
 
 class RestartTest : public StrategyTest, public ::testing::WithParamInterface<RestoredState> {};
 
@@ -433,44 +347,34 @@ TEST_P(RestartTest, StateLeftOnBeforeARestartIsEndedAndAnnounced)
     const RestoredState& state = GetParam();
     SleepSharedPref::UpdateBoolSettings(*state.key, true);
     Start();
-
-    ASSERT_EQ(published_.size(), 1u);
-    EXPECT_EQ(published_[0].action, *state.action);
-    EXPECT_FALSE(published_[0].isSleep);
+    const int64_t wakeupTime = *state.action == kDeepAction || *state.action == kNotCareAction ? -1 : -2;
+    EXPECT_EQ(published_, (Events{{*state.action, false, wakeupTime}}));
     EXPECT_FALSE(Pref(*state.key));
     if (state.parameter != nullptr) {
         EXPECT_EQ(Param(*state.parameter), "unsleep");
     }
     EXPECT_TRUE(log_.HasText(std::string(state.readLog) + ": 1"));
+    EXPECT_EQ(PowerStates(), state.powerStates);
 }
 
 INSTANTIATE_TEST_SUITE_P(States, RestartTest,
-    ::testing::Values(
-        RestoredState{"Deep", &SleepSharedPref::USER_SLEEPING_AI, &kDeepAction, &kDeepParam, "user_deep_slp_AI"},
+    ::testing::Values(RestoredState{"Deep", &SleepSharedPref::USER_SLEEPING_AI, &kDeepAction, &kDeepParam,
+                          "user_deep_slp_AI", {{100, -3}}},
         RestoredState{"NotCareCharge", &SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI, &kNotCareAction,
-            &kNotCareParam, "user_deep_slp_not_care_charge_AI"},
-        RestoredState{"Light", &SleepSharedPref::USER_LIGHT_SLEEPING_AI, &kLightAction, nullptr, "user_light_slp_AI"},
+            &kNotCareParam, "user_deep_slp_not_care_charge_AI", {}},
+        RestoredState{
+            "Light", &SleepSharedPref::USER_LIGHT_SLEEPING_AI, &kLightAction, nullptr, "user_light_slp_AI", {}},
         RestoredState{"EasyWakeup", &SleepSharedPref::USER_EASY_WAKEUP_SLEEPING_AI, &kEasyAction, nullptr,
-            "user_easy_wakeup_slp_AI"}),
+            "user_easy_wakeup_slp_AI", {}}),
     [](const auto& info) { return std::string(info.param.name); });
-
-TEST_F(StrategyTest, RestartAfterDeepSleepReportsThePgRestartReason)
-{
-    SleepSharedPref::UpdateBoolSettings(SleepSharedPref::USER_SLEEPING_AI, true);
-    Start();
-    EXPECT_EQ(published_, (Events{{kDeepAction, false, -1}}));
-    EXPECT_EQ(PowerStates(), (PowerStateList{{100, -3}}));
-    EXPECT_TRUE(log_.HasText("stop user deep slp because of pg restart"));
-}
 
 TEST_F(StrategyTest, UnknownMessagesChangeNothing)
 {
-    Start();
-    ScreenOff();
+    StartNight();
     Asleep(kWakeup);
     published_.clear();
     for (int32_t id : {0, 2006, 2010, -1}) {
-        Send(StandbyMessage(id));
+        Send(id);
     }
     SendCommonEvent("usual.event.SOMETHING_ELSE");
     EXPECT_TRUE(published_.empty());
@@ -489,12 +393,11 @@ TEST_F(StrategyTest, ObservationKeysReachTheEngineAsRecordFields)
     want.SetParam("scrOnCount", 9);
     want.SetParam("nextAlarmClockTriggerTime", int64_t{1710222000000});
     Send(StandbyMessage(2000, "", want));
-    EXPECT_TRUE(log_.Contains("screenOffDuration: 1234"));
-    EXPECT_TRUE(log_.Contains("stationaryDuration: 567"));
-    EXPECT_TRUE(log_.Contains("proximityOrigin: 0.25"));
-    EXPECT_TRUE(log_.Contains("screenOnCount: 9"));
-    EXPECT_TRUE(log_.Contains("nextAlarmClockTime: 1710222000000"));
-    EXPECT_TRUE(log_.Contains("lightDarkDuration: -1")); // absent keys keep their defaults
+    // Absent keys keep their defaults.
+    for (const char* text : {"screenOffDuration: 1234", "stationaryDuration: 567", "proximityOrigin: 0.25",
+             "screenOnCount: 9", "nextAlarmClockTime: 1710222000000", "lightDarkDuration: -1"}) {
+        EXPECT_TRUE(log_.Contains(text)) << text;
+    }
 }
 
 // The engine counts a reason for every observation that was not asleep; the first screen-on between
@@ -507,36 +410,29 @@ TEST_F(StrategyTest, UnsleepReasonIsReportedAfterNoonOnlyForNightsWithoutDeepSle
         if (enteredDeepSleep) {
             Asleep(kWakeup);
         }
-        AAFwk::Want want;
-        want.SetParam("timestamp", Now());
-        Send(StandbyMessage(2000, "", want));     // an observation the engine cannot call asleep
-        RunTo(Now() + 12 * kHourMs + 59 * 60000); // 11:59
+        Send<int64_t>(2000, "", "timestamp", Now()); // an observation the engine cannot call asleep
+        RunTo(Now() + 12 * kHourMs + 59 * 60000);    // 11:59
         ScreenOn();
         ScreenOff();
         EXPECT_TRUE(PowerStates().empty() || PowerStates().back().first != 1001);
         RunTo(Now() + 2 * 60000); // 12:01
         Emulator::ClearSysEvents();
         ScreenOn();
-        PowerStateList expected;
-        if (!enteredDeepSleep) {
-            expected.emplace_back(1001, 1);
-        }
-        EXPECT_EQ(PowerStates(), expected) << enteredDeepSleep;
+        EXPECT_EQ(PowerStates(), (enteredDeepSleep ? PowerStateList{} : PowerStateList{{1001, 1}}));
         RunTo(Now() + 10 * kHourMs); // 22:01
     }
 }
 
 TEST_F(StrategyTest, TwoOnCreatedCallsReplaceTheEngineAndSubscriber)
 {
-    Start();
-    ScreenOff();
+    StartNight();
     Asleep(kWakeup);
-    Send(StandbyMessage(2009));
-    ASSERT_TRUE(Subscribed());
+    Send(2009);
+    ASSERT_EQ(SubscriberCount(), 1u);
     EXPECT_EQ(Host()->OnCreated(), ERR_OK);
-    EXPECT_EQ(Emulator::NotificationCenter::GetInstance().SubscriberCount(), 0u);
+    EXPECT_EQ(SubscriberCount(), 0u);
     handler_->FastForwardBy(300000); // the period opened before still closes cleanly
-    EXPECT_FALSE(Subscribed());
+    EXPECT_EQ(SubscriberCount(), 0u);
 }
 
 TEST_F(StrategyTest, StoppingStatesThatAreOffPublishesNothingButTheEasyWakeupStop)

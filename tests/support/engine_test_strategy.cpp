@@ -3,14 +3,6 @@
 #include "time_provider_ext.h"
 
 namespace OHOS::DevStandbyMgr {
-namespace {
-
-constexpr int32_t EVENT_FINISH_COLLECT = 2000;
-constexpr int32_t EVENT_FINISH_TRAIN = 2001;
-
-} // namespace
-
-EngineTestStrategy::EngineTestStrategy(std::shared_ptr<SleepDetection> engine) : engine_(std::move(engine)) {}
 
 void EngineTestStrategy::HandleEvent(const StandbyMessage& message)
 {
@@ -18,33 +10,12 @@ void EngineTestStrategy::HandleEvent(const StandbyMessage& message)
         std::lock_guard<std::mutex> lock(mutex_);
         received_.push_back({TimeProviderExt::GetCurMsecTimestamp(), message});
     }
-    if (message.eventId == EVENT_FINISH_COLLECT) {
+    if (message.eventId == 2000) {
         SleepDataRecord record = DecodeRecord(message);
         engine_->HandleFinishCollect(record);
-    } else if (message.eventId == EVENT_FINISH_TRAIN) {
+    } else if (message.eventId == 2001) {
         engine_->HandleFinishTrain(message.want);
     }
-}
-
-ErrCode EngineTestStrategy::OnCreated()
-{
-    return ERR_OK;
-}
-
-ErrCode EngineTestStrategy::OnDestroy()
-{
-    return ERR_OK;
-}
-
-void EngineTestStrategy::ShellDump(const std::vector<std::string>&, std::string&) {}
-
-std::vector<StandbyMessage> EngineTestStrategy::Messages() const
-{
-    std::vector<StandbyMessage> messages;
-    for (const Received& received : ReceivedMessages()) {
-        messages.push_back(received.message);
-    }
-    return messages;
 }
 
 std::vector<EngineTestStrategy::Received> EngineTestStrategy::ReceivedMessages() const
@@ -56,9 +27,9 @@ std::vector<EngineTestStrategy::Received> EngineTestStrategy::ReceivedMessages()
 std::vector<StandbyMessage> EngineTestStrategy::MessagesWithId(int32_t eventId) const
 {
     std::vector<StandbyMessage> selected;
-    for (const StandbyMessage& message : Messages()) {
-        if (message.eventId == eventId) {
-            selected.push_back(message);
+    for (const Received& received : ReceivedMessages()) {
+        if (received.message.eventId == eventId) {
+            selected.push_back(received.message);
         }
     }
     return selected;

@@ -14,26 +14,21 @@ namespace OHOS::DevStandbyMgr {
 
 // A minimal strategy for driving the detection engine without the real one: it forwards the
 // observation message (2000) and the training-finished message (2001) to the engine and records
-// every message it is handed, in order.
+// every message it is handed, with the virtual wall time at which it arrived.
 class EngineTestStrategy : public IBaseStrategy {
 public:
-    explicit EngineTestStrategy(std::shared_ptr<SleepDetection> engine);
-
-    void HandleEvent(const StandbyMessage& message) override;
-    ErrCode OnCreated() override;
-    ErrCode OnDestroy() override;
-    void ShellDump(const std::vector<std::string>& argsInStr, std::string& result) override;
-
-    // A message and the virtual wall time at which it reached the strategy.
     struct Received {
         int64_t timeMs = 0;
         StandbyMessage message;
     };
 
-    // Every message received so far.
-    std::vector<StandbyMessage> Messages() const;
+    explicit EngineTestStrategy(std::shared_ptr<SleepDetection> engine) : engine_(std::move(engine)) {}
+    void HandleEvent(const StandbyMessage& message) override;
+    ErrCode OnCreated() override { return ERR_OK; }
+    ErrCode OnDestroy() override { return ERR_OK; }
+    void ShellDump(const std::vector<std::string>&, std::string&) override {}
+
     std::vector<Received> ReceivedMessages() const;
-    // Only those with this id.
     std::vector<StandbyMessage> MessagesWithId(int32_t eventId) const;
     void ClearMessages();
 

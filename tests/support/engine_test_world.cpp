@@ -11,8 +11,6 @@
 namespace OHOS::DevStandbyMgr {
 namespace {
 
-constexpr int64_t kDispatchLatencyMs = 1;
-
 void ResetPlatform(const std::shared_ptr<AppExecFwk::EventHandler>& handler)
 {
     Emulator::RdbFaults::Reset();
@@ -44,10 +42,7 @@ EngineTestWorld::~EngineTestWorld()
     StandbyServiceImpl::GetInstance()->Reset();
     strategy_.reset();
     engine_.reset();
-    Emulator::SimulatedPhone::GetInstance().Reset();
-    Emulator::SimulatedPhone::GetInstance().SetEventHandler(nullptr);
-    SleepDatabaseManager::GetInstance()->OnUserSwitched();
-    Emulator::RdbFaults::Reset();
+    ResetPlatform(nullptr);
 }
 
 void EngineTestWorld::CreateEngine()
@@ -57,17 +52,12 @@ void EngineTestWorld::CreateEngine()
     StandbyServiceImpl::GetInstance()->RegisterStrategy(strategy_);
 }
 
-int64_t EngineTestWorld::Now() const
-{
-    return clock_.Get().WallTimeMs();
-}
-
 void EngineTestWorld::ScreenOff()
 {
     // On a phone the engine's task runs a moment after the device state noted the screen-off; with
     // no latency at all, the 5-minute training check would see exactly 300000 ms and never train.
     DeviceState::GetInstance()->HandleScreenOff();
-    handler_->FastForwardBy(kDispatchLatencyMs);
+    handler_->FastForwardBy(1);
     engine_->HandleScreenOff();
     handler_->RunUntilIdle();
 }
@@ -84,11 +74,6 @@ void EngineTestWorld::Unlock()
     engine_->HandleScreenUnlocked();
     DeviceState::GetInstance()->HandleScreenUnlocked();
     handler_->RunUntilIdle();
-}
-
-void EngineTestWorld::RunUntil(int64_t wallMs)
-{
-    handler_->AdvanceTo(wallMs);
 }
 
 } // namespace OHOS::DevStandbyMgr

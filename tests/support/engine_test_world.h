@@ -15,7 +15,7 @@ namespace OHOS::DevStandbyMgr {
 // Everything the detection engine needs on this machine, on a virtual clock: a scratch data root,
 // a virtual host handler that waits for training threads before it moves time, a reset simulated
 // phone, and the engine registered with the host behind EngineTestStrategy. Screen events are fed
-// the way the strategy feeds them: the engine first, then the device state.
+// the way the strategy feeds them.
 class EngineTestWorld {
 public:
     // Starts the clock at `startMs`; the engine is created at once unless `createEngine` is false
@@ -32,14 +32,14 @@ public:
     EngineTestStrategy& Strategy() { return *strategy_; }
     AppExecFwk::EventHandler& Handler() { return *handler_; }
     Emulator::VirtualClock& Clock() { return clock_.Get(); }
-    int64_t Now() const;
+    int64_t Now() const { return clock_.Get().WallTimeMs(); }
 
     // The device state hears of the screen-off 1 ms before the engine does (dispatch latency).
     void ScreenOff();
     void ScreenOn();
     void Unlock();
     // Runs every task due up to `wallMs` and sets the clock there.
-    void RunUntil(int64_t wallMs);
+    void RunUntil(int64_t wallMs) { handler_->AdvanceTo(wallMs); }
 
 private:
     Emulator::ScopedDataRoot root_;

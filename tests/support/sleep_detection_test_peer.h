@@ -2,7 +2,10 @@
 #define TESTS_SUPPORT_SLEEP_DETECTION_TEST_PEER_H
 
 #include <cstdint>
+#include <list>
 #include <map>
+#include <string>
+#include <vector>
 
 #include "sleep_detection.h"
 
@@ -21,7 +24,6 @@ public:
     bool& ThreeSigmaModeSwitch() { return engine_.mThreeSigmaModeSwitch; }
     bool& IsReadyForTrain() { return engine_.mIsReadyForTrain; }
     bool& IsTraining() { return engine_.mIsTraining; }
-    bool& IsModelLoaded() { return engine_.mIsModelLoaded; }
     bool& IsErrorNotificationControlValue() { return engine_.mIsErrorNotificationControlValue; }
     int32_t& BayesResult() { return engine_.mBayesResult; }
     int32_t& BaselineResult() { return engine_.mBaselineResult; }
@@ -31,7 +33,6 @@ public:
     int64_t& LastTrainTime() { return engine_.mLastTrainTime; }
     int64_t& LastEnhanceModelBetterTime() { return engine_.mLastEnhanceModelBetterTime; }
     int64_t& WakeUpTimestamp() { return engine_.mWakeUpTimestamp; }
-    int64_t& StopSleepTimestamp() { return engine_.mStopSleepTimestamp; }
     int64_t& StartLightSleepTimestamp() { return engine_.mStartLightSleepTimestamp; }
     int64_t& StartNegativeFeedbackModeTimestamp() { return engine_.mStartNegativeFeedbackModeTimestamp; }
     int64_t& HandledTimestamp() { return engine_.mHandledTimestamp; }
@@ -40,7 +41,6 @@ public:
     float& NotiProbWeekend() { return engine_.mNotiProbWeekend; }
     int64_t& ThreeSigmaTimestampWeekday() { return engine_.mThreeSigmaTimestampWeekday; }
     int64_t& ThreeSigmaTimestampWeekend() { return engine_.mThreeSigmaTimestampWeekend; }
-    SleepDataRecord& LastCollectedData() { return engine_.mLastCollectedData; }
     SleepDataRecord& NowCollectedData() { return engine_.mNowCollectedData; }
     std::vector<ScreenStateRecord>& ScreenStates() { return engine_.mScreenStates; }
     std::vector<SleepDataRecord>& SleepEnvironments() { return engine_.mSleepEnvironments; }
