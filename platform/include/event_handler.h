@@ -44,6 +44,9 @@ public:
         const Callback& task, const std::string& name = "", int64_t delayTime = 0, Priority priority = Priority::LOW);
     // Removes every pending task with this name (not one already running). Empty names match nothing.
     void RemoveTask(const std::string& name);
+    // Removes every pending task (not one already running); the tasks are destroyed, so whatever
+    // they hold is released.
+    void RemoveAllEvents();
     // Whether a task with this name is pending.
     bool HasTask(const std::string& name) const;
     // Number of pending tasks.

@@ -27,6 +27,11 @@ bool EventHandler::PostTask(const Callback& task, const std::string& name, int64
     return runner_->PostTask(task, name, delayTime, static_cast<uint32_t>(priority));
 }
 
+void EventHandler::RemoveAllEvents()
+{
+    runner_->RemoveAllTasks();
+}
+
 void EventHandler::RemoveTask(const std::string& name)
 {
     runner_->RemoveTask(name);

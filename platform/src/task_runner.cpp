@@ -189,6 +189,17 @@ std::vector<TaskQueue::Task> TaskQueue::RemoveNamed(const std::string& name)
     return removed;
 }
 
+std::vector<TaskQueue::Task> TaskQueue::TakeAll()
+{
+    std::vector<Task> taken;
+    taken.reserve(tasks_.size());
+    for (auto& entry : tasks_) {
+        taken.push_back(std::move(entry.second));
+    }
+    tasks_.clear();
+    return taken;
+}
+
 bool TaskQueue::HasNamed(const std::string& name) const
 {
     return !name.empty() &&
@@ -236,6 +247,16 @@ bool TaskRunner::PostTask(std::function<void()> task, const std::string& name, i
     }
     state_->changed.notify_all();
     return true;
+}
+
+void TaskRunner::RemoveAllTasks()
+{
+    std::vector<TaskQueue::Task> removed;
+    {
+        std::lock_guard<std::mutex> lock(state_->mutex);
+        removed = state_->queue.TakeAll();
+    }
+    state_->changed.notify_all();
 }
 
 void TaskRunner::RemoveTask(const std::string& name)

@@ -33,7 +33,8 @@ public:
     std::optional<int64_t> NextDueNs() const;
     // Takes the first task when it is due no later than nowNs.
     std::optional<Task> PopDue(int64_t nowNs);
-    void Clear() { tasks_.clear(); }
+    // Removes every task and hands them back, to be destroyed after unlocking.
+    std::vector<Task> TakeAll();
 
 private:
     using Key = std::tuple<int64_t, uint32_t, uint64_t>;
@@ -63,6 +64,7 @@ public:
 
     bool PostTask(std::function<void()> task, const std::string& name, int64_t delayMs, uint32_t priority);
     void RemoveTask(const std::string& name);
+    void RemoveAllTasks();
     bool HasTask(const std::string& name) const;
     size_t PendingTaskCount() const;
     int64_t NextPendingTaskDelay() const;

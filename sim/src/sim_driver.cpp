@@ -39,9 +39,6 @@ const std::string kSmartPowerPermission = "ohos.permission.PERCEIVE_SMART_POWER_
 const std::string kNextAlarmKey = "nearestAlarmingTime";
 const std::string kLatencyTaskName = "sleepsim_event_latency";
 // The plug-in's named tasks: they hold the plug-in's objects, which hold the handler.
-const std::vector<std::string> kPluginTaskNames = {"user_sleep_detection_loop_task", "task_check_train_model",
-    "stop_user_sleep_force_task", "stop_record_notification_task"};
-constexpr int64_t kDrainMs = 10 * kMsPerMinute; // longer than any unnamed task the plug-in posts
 constexpr auto kProgressAfter = std::chrono::seconds(3);
 constexpr auto kProgressEvery = std::chrono::seconds(1);
 
@@ -170,21 +167,17 @@ private:
         });
     }
 
-    // Drops the plug-in's pending work so that its objects and the handler can be released.
-    void DrainPluginTasks()
+    // Drops every pending task once the run is over: the plug-in's tasks hold its objects, and they
+    // hold the handler, so both are released only when the queue is empty.
+    void DropPendingTasks()
     {
-        for (const std::string& name : kPluginTaskNames) {
-            handler_->RemoveTask(name);
-        }
-        handler_->FastForwardBy(kDrainMs);
-        for (const std::string& name : kPluginTaskNames) {
-            handler_->RemoveTask(name);
-        }
+        Settle();
+        handler_->RemoveAllEvents();
     }
 
     void Uninstall()
     {
-        DrainPluginTasks();
+        DropPendingTasks();
         host_->Reset();
         strategy_.reset();
         Emulator::SystemParameters::GetInstance().SetListener(nullptr);
