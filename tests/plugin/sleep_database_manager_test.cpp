@@ -46,15 +46,6 @@ protected:
         Emulator::ResetOsAccounts();
     }
 
-    // The store the manager works on, reached through the helper's cache.
-    std::shared_ptr<NativeRdb::RdbStore> SameStore(int32_t userId)
-    {
-        int errCode = E_OK;
-        std::string path = NativeRdb::RdbSqlUtils::GetDefaultDatabasePath(UserDir(userId), "sleep.db", errCode);
-        SleepRdbOpenCallback callback;
-        return NativeRdb::RdbHelper::GetRdbStore(NativeRdb::RdbStoreConfig(path), 1, callback, errCode);
-    }
-
     static std::vector<SleepEnvironment> Night(int rows)
     {
         std::vector<SleepEnvironment> night(rows);
@@ -76,7 +67,12 @@ TEST_F(SleepDatabaseManagerTest, FirstOpenCreatesEveryTableWithItsStatement)
 {
     EXPECT_EQ(manager_->QueryCount(ScreenStateRecord::TABLE_NAME, ""), 0);
     EXPECT_TRUE(FileExists(root_.Path() + UserDir(100) + "/sleep.db"));
-    auto resultSet = SameStore(100)->QuerySql("SELECT sql FROM sqlite_master WHERE type = 'table' ORDER BY rowid");
+    // The store the manager works on, reached through the helper's cache.
+    int errCode = E_OK;
+    SleepRdbOpenCallback callback;
+    std::string path = NativeRdb::RdbSqlUtils::GetDefaultDatabasePath(UserDir(100), "sleep.db", errCode);
+    auto store = NativeRdb::RdbHelper::GetRdbStore(NativeRdb::RdbStoreConfig(path), 1, callback, errCode);
+    auto resultSet = store->QuerySql("SELECT sql FROM sqlite_master WHERE type = 'table' ORDER BY rowid");
     ASSERT_NE(resultSet, nullptr);
     std::vector<std::string> created;
     std::string sql;
@@ -293,34 +289,6 @@ TEST_F(SleepDatabaseManagerTest, AccountFailureFallsBackToUserZero)
     EXPECT_TRUE(log_.HasText("Failed to get loacl id"));
     EXPECT_TRUE(FileExists(root_.Path() + UserDir(0) + "/sleep.db"));
     EXPECT_FALSE(FileExists(root_.Path() + UserDir(100) + "/sleep.db"));
-}
-
-// Fails the Nth store operation of saving a night, for every N until the save goes through;
-// each attempt leaves all the night's rows or none, in an intact file.
-TEST_F(SleepDatabaseManagerTest, SavingANightIsAllOrNothingWhicheverOperationFails)
-{
-    constexpr int kRows = 66;
-    std::vector<SleepEnvironment> night = Night(kRows);
-    ASSERT_EQ(manager_->QueryCount(SleepEnvironment::TABLE_NAME, ""), 0);
-    int64_t expected = 0;
-    bool completed = false;
-    for (int nth = 1; !completed; ++nth) {
-        ASSERT_LT(nth, 200) << "the save never completed";
-        RdbFaults::Reset();
-        RdbFaults::FailNthOperation(nth);
-        int32_t result = manager_->InsertEntries(SleepEnvironment::TABLE_NAME, night);
-        completed = RdbFaults::InjectedFailures() == 0;
-        RdbFaults::Reset();
-        expected += result == 0 ? kRows : 0;
-        EXPECT_EQ(result == 0, completed) << "nth " << nth;
-        EXPECT_EQ(manager_->QueryCount(SleepEnvironment::TABLE_NAME, ""), expected) << "nth " << nth;
-    }
-    auto check = SameStore(100)->QuerySql("PRAGMA integrity_check");
-    std::string verdict;
-    ASSERT_NE(check, nullptr);
-    ASSERT_EQ(check->GoToFirstRow(), E_OK);
-    check->GetString(0, verdict);
-    EXPECT_EQ(verdict, "ok");
 }
 
 TEST_F(SleepDatabaseManagerTest, TransactionOfUpdatesIsAllOrNothingBesideAnotherWriter)

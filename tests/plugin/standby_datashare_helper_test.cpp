@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "data_root.h"
@@ -79,6 +81,25 @@ INSTANTIATE_TEST_SUITE_P(Users, PerUserUriTest,
         UserCase{"AccountQueryFails", [] { Emulator::SetActiveOsAccountQueryFails(true); }, "USER_SETTINGSDATA_100"}),
     [](const testing::TestParamInfo<UserCase>& info) { return info.param.name; });
 
+// What the four typed getters answer for one key, each output starting from a sentinel value.
+struct TypedRead {
+    std::vector<ErrCode> codes;
+    std::string text = "untouched";
+    int64_t asLong = -7;
+    int32_t asInt = -7;
+    bool asBool = true;
+    auto Values() const { return std::make_tuple(text, asLong, asInt, asBool); }
+};
+
+TypedRead ReadTyped(const std::string& key)
+{
+    StandbyDataShareHelper helper(SETTINGS_SA_ID);
+    TypedRead read;
+    read.codes = {helper.GetStringValue(key, read.text), helper.GetLongValue(key, read.asLong),
+        helper.GetIntValue(key, read.asInt), helper.GetBoolValue(key, read.asBool)};
+    return read;
+}
+
 struct ConversionCase {
     std::string stored;
     int64_t asLong;
@@ -91,19 +112,10 @@ class ConversionTest : public StandbyDataShareHelperTest, public testing::WithPa
 TEST_P(ConversionTest, TypedGettersConvertTheStoredText)
 {
     ASSERT_TRUE(Emulator::PutSetting(Emulator::SETTINGS_TABLE, "k", GetParam().stored));
-    StandbyDataShareHelper helper(SETTINGS_SA_ID);
-    int64_t asLong = -99;
-    int32_t asInt = -99;
-    bool asBool = !GetParam().asBool;
-    std::string asString;
-    EXPECT_EQ(helper.GetLongValue("k", asLong), ERR_OK);
-    EXPECT_EQ(helper.GetIntValue("k", asInt), ERR_OK);
-    EXPECT_EQ(helper.GetBoolValue("k", asBool), ERR_OK);
-    EXPECT_EQ(helper.GetStringValue("k", asString), ERR_OK);
-    EXPECT_EQ(asLong, GetParam().asLong);
-    EXPECT_EQ(asInt, GetParam().asInt);
-    EXPECT_EQ(asBool, GetParam().asBool);
-    EXPECT_EQ(asString, GetParam().stored);
+    TypedRead read = ReadTyped("k");
+    EXPECT_EQ(read.codes, std::vector<ErrCode>(4, ERR_OK));
+    EXPECT_EQ(
+        read.Values(), std::make_tuple(GetParam().stored, GetParam().asLong, GetParam().asInt, GetParam().asBool));
 }
 
 INSTANTIATE_TEST_SUITE_P(Texts, ConversionTest,
@@ -168,19 +180,9 @@ TEST_P(HelperFailureTest, GettersAnswerTheCodeAndLeaveTheValue)
     ASSERT_TRUE(Emulator::PutSetting(Emulator::SETTINGS_TABLE, ALARM_KEY, "55"));
     Emulator::LogCapture capture;
     GetParam().arrange();
-    StandbyDataShareHelper helper(SETTINGS_SA_ID);
-    std::string text = "untouched";
-    int64_t asLong = -7;
-    int32_t asInt = -7;
-    bool asBool = true;
-    EXPECT_EQ(helper.GetStringValue(GetParam().key, text), GetParam().code);
-    EXPECT_EQ(helper.GetLongValue(GetParam().key, asLong), GetParam().code);
-    EXPECT_EQ(helper.GetIntValue(GetParam().key, asInt), GetParam().code);
-    EXPECT_EQ(helper.GetBoolValue(GetParam().key, asBool), GetParam().code);
-    EXPECT_EQ(text, "untouched");
-    EXPECT_EQ(asLong, -7);
-    EXPECT_EQ(asInt, -7);
-    EXPECT_TRUE(asBool);
+    TypedRead read = ReadTyped(GetParam().key);
+    EXPECT_EQ(read.codes, std::vector<ErrCode>(4, GetParam().code));
+    EXPECT_EQ(read.Values(), TypedRead().Values());
     for (const auto& logText : GetParam().logTexts) {
         EXPECT_TRUE(capture.HasText(logText)) << logText;
     }

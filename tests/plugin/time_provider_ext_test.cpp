@@ -5,7 +5,6 @@
 #include <string>
 
 #include "scoped_time_zone.h"
-#include "virtual_clock.h"
 
 namespace OHOS::DevStandbyMgr {
 namespace {
@@ -101,14 +100,6 @@ INSTANTIATE_TEST_SUITE_P(Days, AlarmClockTimestampTest,
         AlarmCase{"intoSummerTimeNewYork", kNewYork, 1709965800000, 1, 7, 30, 1710070200000},
         AlarmCase{"outOfSummerTime", kNewYork, 1730599200000, 1, 7, 30, 1730637000000}),
     [](const testing::TestParamInfo<AlarmCase>& info) { return std::string(info.param.label); });
-
-TEST(TimeProviderExtTest, NowComesFromTheInstalledClock)
-{
-    Emulator::ScopedVirtualClock clock(1711843200000);
-    clock.Get().AdvanceMs(1500);
-    EXPECT_EQ(TimeProviderExt::GetCurMsecTimestamp(), 1711843201500);
-    EXPECT_EQ(TimeProviderExt::GetBootTimeNs(), 1500000000);
-}
 
 } // namespace
 } // namespace OHOS::DevStandbyMgr

@@ -245,13 +245,15 @@ TEST_P(DecisionTest, Decides)
     EXPECT_EQ(GetParam().decide(predict_, last, cur), GetParam().expected);
 }
 
-// Sets stationary, dark and screen-off durations at once.
-Adjust Durations(int32_t still, int32_t dark, int32_t screenOff = 7200)
+// Sets what the sensors report at once; the defaults are the quiet night's values.
+Adjust Sensed(int32_t still, int32_t dark, int32_t screenOff = 7200, double light = 0.1, double proximity = 5.0)
 {
     return [=](auto&, auto&, auto& c) {
         c.stationaryDuration = still;
         c.lightDarkDuration = dark;
         c.screenOffDuration = screenOff;
+        c.light = light;
+        c.proximity = proximity;
     };
 }
 
@@ -269,18 +271,13 @@ INSTANTIATE_TEST_SUITE_P(Bayes, DecisionTest,
                 c.screenOnCount = l.screenOnCount + 1;
             },
             101},
-        DecisionCase{"SharpLightRise", Bayes, 2, 0, [](auto&, auto&, auto& c) { c.light = 60.2; }, 0},
+        DecisionCase{"SharpLightRise", Bayes, 2, 0, Sensed(7200, 7200, 7200, 60.2), 0},
         DecisionCase{"ShortDarkness", Bayes, 2, 0, [](auto&, auto&, auto& c) { c.lightDarkDuration = 300; }, 0},
         // 22:00 slot 0.5, light 3.5: sleep likelihood 0.88, awake 0.12 -> 0.89 / 1.02.
         DecisionCase{"AmbientPath", Bayes, 22, 0, [](auto&, auto& l, auto& c) { c.light = l.light = 3.5; }, 87},
         // 23:30 slot 0.8 without a light reading: 0.81^2 / (0.21^2 + 0.81^2).
         DecisionCase{"TimeOnlyPath", Bayes, 23, 30, [](auto&, auto& l, auto& c) { c.light = l.light = -1.0; }, 94},
-        DecisionCase{"DarkAndCovered", Bayes, 2, 0,
-            [](auto&, auto&, auto& c) {
-                c.light = 0.3;
-                c.proximity = 0.0;
-            },
-            102}),
+        DecisionCase{"DarkAndCovered", Bayes, 2, 0, Sensed(7200, 7200, 7200, 0.3, 0.0), 102}),
     [](const testing::TestParamInfo<DecisionCase>& info) { return info.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(KeepSleeping, DecisionTest,
@@ -310,11 +307,11 @@ INSTANTIATE_TEST_SUITE_P(KeepSleeping, DecisionTest,
 INSTANTIATE_TEST_SUITE_P(BaselineTimeBands, DecisionTest,
     testing::Values(DecisionCase{"NearNextAlarm", Baseline, 2, 0,
                         [](auto&, auto&, auto& c) { c.nextAlarmClockTime = c.timestamp - 14 * MINUTE_MS; }, 0},
-        DecisionCase{"DayTime", Baseline, 15, 0, Durations(20000, 20000), 0},
-        DecisionCase{"NineInTheEvening", Baseline, 21, 0, Durations(20000, 20000), 0},
-        DecisionCase{"ElevenPmEnough", Baseline, 23, 0, Durations(1800, 1800), 1},
-        DecisionCase{"ElevenPmShortStill", Baseline, 23, 0, Durations(1799, 1800), 0},
-        DecisionCase{"ElevenPmShortDark", Baseline, 23, 0, Durations(1800, 1799), 0},
+        DecisionCase{"DayTime", Baseline, 15, 0, Sensed(20000, 20000), 0},
+        DecisionCase{"NineInTheEvening", Baseline, 21, 0, Sensed(20000, 20000), 0},
+        DecisionCase{"ElevenPmEnough", Baseline, 23, 0, Sensed(1800, 1800), 1},
+        DecisionCase{"ElevenPmShortStill", Baseline, 23, 0, Sensed(1799, 1800), 0},
+        DecisionCase{"ElevenPmShortDark", Baseline, 23, 0, Sensed(1800, 1799), 0},
         DecisionCase{"NightKeptAsleep", Baseline, 2, 0,
             [](auto&, auto& l, auto& c) {
                 l.baselineResult = 1;
@@ -322,33 +319,22 @@ INSTANTIATE_TEST_SUITE_P(BaselineTimeBands, DecisionTest,
                 c.lightDarkDuration = l.lightDarkDuration + 1;
             },
             1},
-        DecisionCase{"NightBrightLongStill", Baseline, 2, 0,
-            [](auto&, auto&, auto& c) {
-                c.light = 60.0;
-                c.stationaryDuration = 7201;
-            },
-            1},
-        DecisionCase{"NightBrightShortStill", Baseline, 2, 0, [](auto&, auto&, auto& c) { c.light = 60.0; }, 0},
+        DecisionCase{"NightBrightLongStill", Baseline, 2, 0, Sensed(7201, 7200, 7200, 60.0), 1},
+        DecisionCase{"NightBrightShortStill", Baseline, 2, 0, Sensed(7200, 7200, 7200, 60.0), 0},
         DecisionCase{"NightStillnessLostAfterLongStill", Baseline, 2, 0,
             [](auto& p, auto& l, auto& c) {
-                Durations(0, 1800, 1800)(p, l, c);
+                Sensed(0, 1800, 1800)(p, l, c);
                 c.lastUserStationaryStartDuration = 18000;
             },
             1},
-        DecisionCase{"NightStillOverAnHour", Baseline, 2, 0, Durations(3601, 0), 1},
-        DecisionCase{"NightCoveredDark", Baseline, 2, 0,
-            [](auto& p, auto& l, auto& c) {
-                Durations(1800, 0)(p, l, c);
-                c.light = 0.0;
-                c.proximity = 0.0;
-            },
-            1},
-        DecisionCase{"NightTwentyMinutes", Baseline, 2, 0, Durations(1201, 1201), 1},
-        DecisionCase{"NightJustShort", Baseline, 2, 0, Durations(1200, 1201), 0},
-        DecisionCase{"MorningScreenOffTooShort", Baseline, 7, 0, Durations(20000, 20000, 3600), 0},
-        DecisionCase{"MorningVeryStill", Baseline, 7, 0, Durations(14401, 0, 3601), 1},
-        DecisionCase{"MorningStillAndDark", Baseline, 7, 0, Durations(1801, 1801, 3601), 1},
-        DecisionCase{"MorningNotDarkEnough", Baseline, 7, 0, Durations(1801, 1800, 3601), 0}),
+        DecisionCase{"NightStillOverAnHour", Baseline, 2, 0, Sensed(3601, 0), 1},
+        DecisionCase{"NightCoveredDark", Baseline, 2, 0, Sensed(1800, 0, 7200, 0.0, 0.0), 1},
+        DecisionCase{"NightTwentyMinutes", Baseline, 2, 0, Sensed(1201, 1201), 1},
+        DecisionCase{"NightJustShort", Baseline, 2, 0, Sensed(1200, 1201), 0},
+        DecisionCase{"MorningScreenOffTooShort", Baseline, 7, 0, Sensed(20000, 20000, 3600), 0},
+        DecisionCase{"MorningVeryStill", Baseline, 7, 0, Sensed(14401, 0, 3601), 1},
+        DecisionCase{"MorningStillAndDark", Baseline, 7, 0, Sensed(1801, 1801, 3601), 1},
+        DecisionCase{"MorningNotDarkEnough", Baseline, 7, 0, Sensed(1801, 1800, 3601), 0}),
     [](const testing::TestParamInfo<DecisionCase>& info) { return info.param.name; });
 
 TEST_F(UserSleepPredictTest, BayesNeedsSevenRecordedDaysAndStoresSlotProbability)

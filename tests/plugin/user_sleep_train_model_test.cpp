@@ -334,7 +334,7 @@ TEST_F(UserSleepTrainModelTest, TimeTableCountsSlotsAfterBeginUpToEnd)
     }
 }
 
-TEST_F(UserSleepTrainModelTest, WorkedExamplesOfLimitClipAndPercentileFill)
+TEST_F(UserSleepTrainModelTest, WorkedExamplesOfLimitAndClip)
 {
     UserSleepTrainModel model;
     std::vector<SleepDurationRecord> records;
@@ -349,16 +349,6 @@ TEST_F(UserSleepTrainModelTest, WorkedExamplesOfLimitClipAndPercentileFill)
 
     // A span with nothing between 21:00 and noon becomes empty at its begin.
     EXPECT_EQ(model.UpdateBeginEndTime(Mar(4, 20), Mar(4, 21)), Span(Mar(4, 20), Mar(4, 20)));
-
-    std::vector<SleepEnvironment> one(1);
-    one[0].light = 3.0;
-    std::vector<float> downward = model.CalculateProbaAmbients(one, 1);
-    std::vector<float> upward = model.CalculateProbaAmbients(one, 0);
-    ASSERT_EQ(downward.size(), 101U);
-    for (size_t i = 0; i < 101; ++i) {
-        EXPECT_EQ(downward[i], i == 100 ? 0.0F : 3.0F) << i;
-        EXPECT_EQ(upward[i], i == 0 ? 0.0F : 3.0F) << i;
-    }
 }
 
 class NoClockFilterTest : public UserSleepTrainModelTest, public testing::WithParamInterface<bool> {};

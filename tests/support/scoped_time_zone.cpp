@@ -7,8 +7,7 @@ namespace OHOS::Emulator {
 
 ScopedTimeZone::ScopedTimeZone(const std::string& zone)
 {
-    const char* current = std::getenv("TZ");
-    if (current != nullptr) {
+    if (const char* current = std::getenv("TZ")) {
         previous_ = current;
     }
     setenv("TZ", zone.c_str(), 1);
