@@ -51,8 +51,7 @@ TEST(DataRootTest, ScopedRootIsFreshAndRemovedAndRestoresThePrevious)
         EXPECT_EQ(GetDataRoot(), scratch);
         const std::string nested = MapPhonePath("/data/service/el3/100/device_standby");
         ASSERT_TRUE(MakeDirectories(nested));
-        EXPECT_TRUE(IsDirectory(nested));
-        EXPECT_TRUE(MakeDirectories(nested));
+        EXPECT_TRUE(MakeDirectories(nested) && IsDirectory(nested));
         std::ofstream(scratch + "/file") << "x";
         EXPECT_FALSE(MakeDirectories(scratch + "/file/below"));
     }

@@ -71,39 +71,29 @@ TEST_F(VirtualEventHandlerTest, DelayedTaskRunsAtItsDueTimeWhateverTheWallClockD
     EXPECT_EQ(handler_->NextPendingTaskDelay(), -1);
 }
 
-TEST_F(VirtualEventHandlerTest, RemoveTaskDropsEveryPendingTaskOfThatNameOnly)
+TEST_F(VirtualEventHandlerTest, RunningTasksPostTasksAndRemoveEveryPendingTaskOfANameOnly)
 {
     Post("a1", 10, P::LOW, "a");
     Post("b", 10, P::LOW, "b");
     Post("a2", 20, P::LOW, "a");
     Post("unnamed", 30);
-    EXPECT_TRUE(handler_->HasTask("a"));
-    EXPECT_FALSE(handler_->HasTask(""));
-
-    handler_->RemoveTask("a");
-    handler_->RemoveTask("");
-
-    EXPECT_FALSE(handler_->HasTask("a"));
-    EXPECT_EQ(handler_->PendingTaskCount(), 2u);
-    handler_->FastForwardBy(30);
-    EXPECT_EQ(ran_, (Labels{"b", "unnamed"}));
-}
-
-TEST_F(VirtualEventHandlerTest, TasksPostAndRemoveTasksWhileRunning)
-{
     handler_->PostTask([this] {
         ran_.push_back("first");
         Post("posted-now", 0);
         Post("posted-later", 50);
-        handler_->RemoveTask("victim");
+        handler_->RemoveTask("a");
+        handler_->RemoveTask("");
     });
-    Post("victim", 0, P::LOW, "victim");
+    EXPECT_TRUE(handler_->HasTask("a"));
+    EXPECT_FALSE(handler_->HasTask(""));
 
     handler_->RunUntilIdle();
     EXPECT_EQ(ran_, (Labels{"first", "posted-now"}));
     EXPECT_EQ(Now(), kStartMs);
+    EXPECT_FALSE(handler_->HasTask("a"));
+    EXPECT_EQ(handler_->PendingTaskCount(), 3u);
     handler_->FastForwardBy(50);
-    EXPECT_EQ(ran_.back(), "posted-later");
+    EXPECT_EQ(ran_, (Labels{"first", "posted-now", "b", "unnamed", "posted-later"}));
 }
 
 TEST_F(VirtualEventHandlerTest, TenSecondRepeatingTaskRunsExactlyOncePerPeriodOverADay)
@@ -127,27 +117,7 @@ TEST_F(VirtualEventHandlerTest, TenSecondRepeatingTaskRunsExactlyOncePerPeriodOv
     EXPECT_EQ(handler_->NextPendingTaskDelay(), periodMs);
 }
 
-TEST_F(VirtualEventHandlerTest, QuiescenceWaitRunsBeforeEveryClockMoveAndItsWorkRunsFirst)
-{
-    std::vector<int64_t> waitedAt;
-    handler_->SetQuiescenceWait([&] {
-        waitedAt.push_back(Now());
-        if (waitedAt.size() == 1) {
-            Post("background-result", 0); // background work finishing now posts its result for now
-        }
-    });
-    Post("at-100", 100);
-
-    handler_->RunUntilIdle();
-    EXPECT_TRUE(waitedAt.empty());
-    handler_->FastForwardBy(200);
-    EXPECT_EQ(ran_, (Labels{"background-result", "at-100"}));
-    ASSERT_GE(waitedAt.size(), 3u);
-    EXPECT_EQ(waitedAt[0], kStartMs);
-    EXPECT_EQ(waitedAt.back(), kStartMs + 100);
-}
-
-TEST(RealTimeEventHandlerTest, RunsTasksOnItsThreadInDueOrder)
+TEST(RealTimeEventHandlerTest, RunsTasksOnItsThreadInDueOrderAndSurvivesReleasingItselfThere)
 {
     auto handler = EventHandler::CreateRealTime("rt-test");
     std::mutex mutex;
@@ -166,23 +136,18 @@ TEST(RealTimeEventHandlerTest, RunsTasksOnItsThreadInDueOrder)
     handler->PostTask(record("now"));
     handler->PostTask(record("15ms"), "", 15);
     handler->RemoveTask("gone");
-
     ASSERT_TRUE(handler->WaitIdle(5000));
     EXPECT_FALSE(onCaller);
-    std::lock_guard<std::mutex> lock(mutex);
     EXPECT_EQ(ran, (Labels{"now", "15ms", "30ms"}));
-}
 
-TEST(RealTimeEventHandlerTest, SurvivesReleasingItsLastReferenceFromItsOwnTask)
-{
-    auto handler = EventHandler::CreateRealTime("rt-self");
-    std::promise<void> ran;
-    handler->PostTask([self = handler, &ran]() mutable {
+    // The task's copy becomes the last reference and is dropped on the handler's own thread.
+    std::promise<void> released;
+    handler->PostTask([self = handler, &released]() mutable {
         self->PostTask([] {}, "", 60000);
-        ran.set_value();
+        released.set_value();
     });
     handler.reset();
-    EXPECT_EQ(ran.get_future().wait_for(std::chrono::seconds(5)), std::future_status::ready);
+    EXPECT_EQ(released.get_future().wait_for(std::chrono::seconds(5)), std::future_status::ready);
 }
 
 } // namespace

@@ -17,9 +17,8 @@ constexpr int64_t kStartMs = 1700000000000;
 
 class HiSysEventTest : public testing::Test {
 protected:
-    void SetUp() override { ResetAll(); }
-    void TearDown() override { ResetAll(); }
-    static void ResetAll()
+    void SetUp() override { Emulator::ResetSysEventRateLimit(); }
+    void TearDown() override
     {
         Emulator::SetSysEventWriteFails(false);
         Emulator::ResetSysEventRateLimit();
@@ -47,19 +46,9 @@ TEST_F(HiSysEventTest, WritesOneJsonLinePerEventWithTypedParamsInOrder)
     EXPECT_EQ(first.domain, "RSS");
     EXPECT_EQ(first.name, "FIRST");
     EXPECT_EQ(first.type, 2);
-    std::vector<std::string> keys;
-    for (const auto& item : first.params.items()) {
-        keys.push_back(item.key());
-    }
-    EXPECT_EQ(keys, (std::vector<std::string>{"Z_INT", "A_LONG", "M_DOUBLE", "LIST", "FLOATS", "TEXT", "FLAG"}));
-    EXPECT_EQ(first.params["Z_INT"].get<int32_t>(), -7);
-    EXPECT_EQ(first.params["A_LONG"].get<int64_t>(), 1700000000123);
-    EXPECT_DOUBLE_EQ(first.params["M_DOUBLE"].get<double>(), 2.5);
-    EXPECT_EQ(first.params["LIST"].get<std::vector<double>>(), doubles);
-    // Floats are written with their shortest text, not their binary expansion as doubles.
-    EXPECT_EQ(first.params["FLOATS"].get<std::vector<double>>(), (std::vector<double>{0.1, 0.5}));
-    EXPECT_EQ(first.params["TEXT"].get<std::string>(), "abc");
-    EXPECT_TRUE(first.params["FLAG"].get<bool>());
+    // Keys keep their order and values their type; floats are written with their shortest text.
+    EXPECT_EQ(first.params.dump(), R"({"Z_INT":-7,"A_LONG":1700000000123,"M_DOUBLE":2.5,"LIST":[0.25,1.0],)"
+                                   R"("FLOATS":[0.1,0.5],"TEXT":"abc","FLAG":true})");
 
     EXPECT_EQ(events[1].timeMs, kStartMs + 1500);
     EXPECT_EQ(events[1].type, 4);
@@ -69,16 +58,15 @@ TEST_F(HiSysEventTest, WritesOneJsonLinePerEventWithTypedParamsInOrder)
 
 TEST_F(HiSysEventTest, RefusedWritesLeaveNothing)
 {
+    const auto rss = HiSysEvent::Domain::RSS;
+    const auto statistic = HiSysEvent::STATISTIC;
     Emulator::SetSysEventWriteFails(true);
-    EXPECT_EQ(
-        HiSysEvent::Write(HiSysEvent::Domain::RSS, "E", HiSysEvent::STATISTIC, "K", 1), HiSysEvent::ERR_WRITE_FAILED);
+    EXPECT_EQ(HiSysEvent::Write(rss, "E", statistic, "K", 1), HiSysEvent::ERR_WRITE_FAILED);
     Emulator::SetSysEventWriteFails(false);
-    EXPECT_EQ(HiSysEvent::Write(HiSysEvent::Domain::RSS, "", HiSysEvent::STATISTIC), HiSysEvent::ERR_INVALID_EVENT);
-    EXPECT_EQ(HiSysEvent::Write("", "E", HiSysEvent::STATISTIC), HiSysEvent::ERR_INVALID_EVENT);
-    EXPECT_EQ(HiSysEvent::Write(HiSysEvent::Domain::RSS, "E", HiSysEvent::STATISTIC, "K", 1, "K", 2),
-        HiSysEvent::ERR_INVALID_EVENT);
-    EXPECT_EQ(
-        HiSysEvent::Write(HiSysEvent::Domain::RSS, "E", HiSysEvent::STATISTIC, "", 1), HiSysEvent::ERR_INVALID_EVENT);
+    EXPECT_EQ(HiSysEvent::Write(rss, "", statistic), HiSysEvent::ERR_INVALID_EVENT);
+    EXPECT_EQ(HiSysEvent::Write("", "E", statistic), HiSysEvent::ERR_INVALID_EVENT);
+    EXPECT_EQ(HiSysEvent::Write(rss, "E", statistic, "K", 1, "K", 2), HiSysEvent::ERR_INVALID_EVENT);
+    EXPECT_EQ(HiSysEvent::Write(rss, "E", statistic, "", 1), HiSysEvent::ERR_INVALID_EVENT);
     EXPECT_TRUE(Emulator::ReadSysEvents().empty());
 }
 

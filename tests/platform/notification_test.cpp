@@ -80,9 +80,6 @@ TEST_F(NotificationCenterTest, DeliversNotificationsAndBadgesAtTheirVirtualTime)
     Center().PostNotification("com.example.mail", kStartMs + 5000);
     Center().ChangeBadge("com.example.chat", 3, kStartMs + 2000);
     Center().PostNotification("", kStartMs - 100); // already due: delivered at once
-    handler_->RunUntilIdle();
-    EXPECT_EQ(subscriber.calls, (Calls{"@0 connected", "@0 consumed  -100"}));
-
     handler_->FastForwardBy(10000);
     EXPECT_EQ(subscriber.calls, (Calls{"@0 connected", "@0 consumed  -100", "@2000 badge com.example.chat 3",
                                     "@5000 consumed com.example.mail 5000"}));
@@ -117,30 +114,15 @@ TEST_F(NotificationCenterTest, SubscribeResultsAndFaultSwitches)
     EXPECT_EQ(NotificationHelper::SubscribeNotification(subscriber), ERR_ANS_SERVICE_NOT_READY);
     EXPECT_FALSE(Center().IsSubscribed(subscriber));
     Center().SetSubscribeFails(false);
-
     EXPECT_EQ(NotificationHelper::SubscribeNotification(subscriber), 0);
     EXPECT_EQ(NotificationHelper::SubscribeNotification(subscriber), 0); // twice: still one subscription
-    EXPECT_EQ(Center().SubscriberCount(), 1u);
-
     Center().SetUnsubscribeFails(true);
     EXPECT_EQ(NotificationHelper::UnSubscribeNotification(subscriber), ERR_ANS_SERVICE_NOT_READY);
-    EXPECT_TRUE(Center().IsSubscribed(subscriber));
-    Center().SetUnsubscribeFails(false);
+    EXPECT_EQ(Center().SubscriberCount(), 1u);
 
     Center().PostNotification("pkg", kStartMs);
     handler_->RunUntilIdle();
     EXPECT_EQ(subscriber.calls, (Calls{"@0 connected", "@0 consumed pkg 0"}));
-}
-
-TEST(NotificationCenterWithoutHandlerTest, DeliversAtOnceOnTheCallingThread)
-{
-    ScopedVirtualClock clock(kStartMs);
-    NotificationCenter::GetInstance().Reset();
-    RecordingSubscriber subscriber;
-    ASSERT_EQ(NotificationHelper::SubscribeNotification(subscriber), 0);
-    NotificationCenter::GetInstance().ChangeBadge("pkg", 0, kStartMs + 60000);
-    EXPECT_EQ(subscriber.calls, (Calls{"@0 connected", "@0 badge pkg 0"}));
-    NotificationCenter::GetInstance().Reset();
 }
 
 } // namespace
