@@ -1,12 +1,206 @@
-#include <algorithm>
-#include <functional>
+#include <gtest/gtest.h>
 
-#include "strategy_test_fixture.h"
+#include <algorithm>
+#include <ctime>
+#include <functional>
+#include <memory>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "common_event_manager.h"
+#include "data_root.h"
+#include "device_state.h"
+#include "event_handler.h"
+#include "hilog.h"
+#include "hisysevent.h"
+#include "notification_helper.h"
+#include "parameters.h"
+#include "scoped_time_zone.h"
+#include "simulated_phone.h"
+#include "sleep_detection.h"
+#include "sleep_shared_pref.h"
+#include "standby_host_globals.h"
+#include "standby_notification_subscriber.h"
+#include "standby_service_impl.h"
+#include "user_sleep_strategy.h"
+#include "virtual_clock.h"
+#include "want.h"
 
 namespace OHOS::DevStandbyMgr {
 namespace {
 
 using EventFwk::CommonEventSupport;
+
+const std::string kPermission = "ohos.permission.PERCEIVE_SMART_POWER_SCENARIO";
+const std::string kDeepAction = "COMMON_EVENT_USER_SLEEP_STATE_CHANGED";
+const std::string kLightAction = "common.event.USER_LIGHT_SLEEP_STATE_CHANGED";
+const std::string kEasyAction = "common.event.USER_EASY_WAKEUP_SLP_STATE_CHANGED";
+const std::string kNotCareAction = "common.event.USER_NOT_CARE_CHARGE_SLEEP";
+const std::string kDeepParam = "resourceschedule.sleep.user_mode";
+const std::string kNotCareParam = "resourceschedule.sleep.user_mode_not_care_charge";
+const std::string kDayClockTask = "stop_user_sleep_force_task";
+const std::string kRecordTask = "stop_record_notification_task";
+const std::string kRecordingStopped = "stop recording notification messages when stop device night long standby by ai";
+const std::vector<std::string> kSleepDump = {"-S", "--strategy", "-RT", "--Sleep"};
+
+// Local wall-clock ms in the process time zone.
+int64_t LocalMs(int year, int month, int day, int hour, int minute, int second = 0, int64_t ms = 0)
+{
+    struct tm local {};
+    local.tm_year = year - 1900;
+    local.tm_mon = month - 1;
+    local.tm_mday = day;
+    local.tm_hour = hour;
+    local.tm_min = minute;
+    local.tm_sec = second;
+    local.tm_isdst = -1;
+    return static_cast<int64_t>(mktime(&local)) * 1000 + ms;
+}
+
+// One event seen by the permission-holding subscriber: action, isSleep, wakeupTime (-2: none carried).
+using Published = std::tuple<std::string, bool, int64_t>;
+using Events = std::vector<Published>;
+using PowerStateList = std::vector<std::pair<int32_t, int32_t>>;
+
+// A phone at 23:00 local time (Monday 2024-03-11, UTC+8) with the screen on, a virtual host handler,
+// the event bus watched by one subscriber holding the smart-power permission and one holding none.
+// Start() creates the strategy through the host, as the simulator does.
+class StrategyTest : public ::testing::Test {
+public:
+    void SetUp() override
+    {
+        Emulator::SystemParameters::GetInstance().Reset();
+        Emulator::CommonEventBus::GetInstance().Reset();
+        Emulator::NotificationCenter::GetInstance().Reset();
+        Emulator::SimulatedPhone::GetInstance().Reset();
+        Emulator::ClearSysEvents();
+        STANDBT_MODE = 0;
+        DeviceState::GetInstance()->HandleScreenOn(); // the singleton may remember an earlier case
+        handler_->SetQuiescenceWait([]() { SleepDetection::WaitForTrainingThreads(); });
+        Host()->Reset();
+        Host()->SetHandler(handler_);
+        Host()->SetMessageObserver([this](const StandbyMessage& message) { hostMessages_.push_back(message); });
+        Emulator::NotificationCenter::GetInstance().SetHandler(handler_);
+        Emulator::SimulatedPhone::GetInstance().SetEventHandler(handler_);
+        const std::vector<std::string> actions = {kDeepAction, kLightAction, kEasyAction, kNotCareAction};
+        Emulator::CommonEventBus::GetInstance().Subscribe(
+            actions, {kPermission}, [this](const EventFwk::CommonEventData& data) {
+                const AAFwk::Want& want = data.GetWant();
+                published_.emplace_back(want.GetAction(), want.GetBoolParam("isSleep", false),
+                    want.HasParameter("wakeupTime") ? want.GetLongParam("wakeupTime", -3) : -2);
+            });
+        Emulator::CommonEventBus::GetInstance().Subscribe(
+            actions, {}, [this](const EventFwk::CommonEventData&) { ++unprivilegedDeliveries_; });
+    }
+
+    void TearDown() override
+    {
+        EXPECT_EQ(unprivilegedDeliveries_, 0) << "an event was published without the permission";
+        // Pending tasks hold the engine and the strategy, which hold the handler: run them out so
+        // that nothing is left behind.
+        handler_->RemoveTask("user_sleep_detection_loop_task");
+        handler_->FastForwardBy(86400000);
+        SleepDetection::WaitForTrainingThreads();
+        Host()->Reset();
+        Emulator::NotificationCenter::GetInstance().Reset();
+        Emulator::SimulatedPhone::GetInstance().SetEventHandler(nullptr);
+        Emulator::CommonEventBus::GetInstance().Reset();
+        STANDBT_MODE = 0;
+    }
+
+    static std::shared_ptr<StandbyServiceImpl> Host() { return StandbyServiceImpl::GetInstance(); }
+
+    // Creates and registers the strategy, calls OnCreated and switches the engine's own night
+    // observations off, so that only the test decides when the user sleeps.
+    void Start()
+    {
+        strategy_ = std::make_shared<UserSleepStrategy>();
+        Host()->RegisterStrategy(strategy_);
+        ASSERT_EQ(Host()->OnCreated(), ERR_OK);
+        Dump({"-S", "--strategy", "-RT", "--SetMode", "1"});
+    }
+    // Start, then the screen goes off: the usual beginning of a night.
+    void StartNight()
+    {
+        Start();
+        ScreenOff();
+    }
+
+    std::string Dump(const std::vector<std::string>& words)
+    {
+        std::string result;
+        Host()->ShellDump(words, result);
+        handler_->RunUntilIdle();
+        return result;
+    }
+    std::string SleepDump(const std::string& word)
+    {
+        std::vector<std::string> words = kSleepDump;
+        words.push_back(word);
+        return Dump(words);
+    }
+
+    void Send(const StandbyMessage& message)
+    {
+        Host()->DispatchEvent(message);
+        handler_->RunUntilIdle();
+    }
+    // Sends message `eventId` with one parameter, or with none when `key` is empty.
+    template <typename T = int32_t>
+    void Send(int32_t eventId, const std::string& action = "", const std::string& key = "", T value = T())
+    {
+        std::optional<AAFwk::Want> want;
+        if (!key.empty()) {
+            want.emplace().SetParam(key, value);
+        }
+        Send(StandbyMessage(eventId, action, want));
+    }
+    void SendCommonEvent(const std::string& action) { Send(1, action); }
+    void ScreenOff() { SendCommonEvent(EventFwk::CommonEventSupport::COMMON_EVENT_SCREEN_OFF); }
+    void ScreenOn() { SendCommonEvent(EventFwk::CommonEventSupport::COMMON_EVENT_SCREEN_ON); }
+    void Unlock() { SendCommonEvent(EventFwk::CommonEventSupport::COMMON_EVENT_SCREEN_UNLOCKED); }
+    void CallState(int32_t state)
+    {
+        Send(1, EventFwk::CommonEventSupport::COMMON_EVENT_CALL_STATE_CHANGED, "state", state);
+    }
+    void Asleep(int64_t wakeupTime)
+    {
+        AAFwk::Want want;
+        want.SetParam("isSleep", true);
+        want.SetParam("wakeupTime", wakeupTime);
+        Send(StandbyMessage(2003, "", want));
+    }
+    void LightAsleep() { Send(StandbyMessage(2004)); }
+    void SetCharging(bool charging) { Emulator::SimulatedPhone::GetInstance().SetChargingStatus(charging ? 1 : 0); }
+
+    // Moves virtual time to `wallMs`, running every task that falls due.
+    void RunTo(int64_t wallMs) { handler_->AdvanceTo(wallMs); }
+    int64_t Now() const { return clock_.Get().WallTimeMs(); }
+
+    static std::string Param(const std::string& key) { return system::GetParameter(key, "<unset>"); }
+    static bool Pref(const std::string& key) { return SleepSharedPref::GetBoolSettings(key, false); }
+    // The (type, value) pairs of the power-state statistics written so far.
+    static PowerStateList PowerStates()
+    {
+        PowerStateList states;
+        for (const auto& event : Emulator::ReadSysEvents("POWER_BRAIN_STATE")) {
+            states.emplace_back(event.params["TYPE"].get<int32_t>(), event.params["VALUE"].get<int32_t>());
+        }
+        return states;
+    }
+    size_t SubscriberCount() const { return Emulator::NotificationCenter::GetInstance().SubscriberCount(); }
+
+    Emulator::ScopedTimeZone zone_{"CST-8"};
+    Emulator::ScopedDataRoot dataRoot_;
+    Emulator::ScopedVirtualClock clock_{LocalMs(2024, 3, 11, 23, 0)};
+    Emulator::LogCapture log_;
+    std::shared_ptr<AppExecFwk::EventHandler> handler_ = AppExecFwk::EventHandler::CreateVirtual(clock_.Shared());
+    std::shared_ptr<UserSleepStrategy> strategy_;
+    Events published_;
+    std::vector<StandbyMessage> hostMessages_;
+    int unprivilegedDeliveries_ = 0;
+};
 
 constexpr int64_t kWakeup = 1710200000000; // any predicted wake time: carried, never interpreted
 constexpr int64_t kHourMs = 3600000;
@@ -445,6 +639,106 @@ TEST_F(StrategyTest, StoppingStatesThatAreOffPublishesNothingButTheEasyWakeupSto
     EXPECT_EQ(Param(kDeepParam), "<unset>");
     strategy_->HandleStopEasyWakeupSleep();
     EXPECT_EQ(published_, (Events{{kEasyAction, false, -2}}));
+}
+
+const std::string kHeader = "\n\n=================UserSleepStrategy=========================\n";
+
+// name, dump words, answer
+using DumpCase = std::tuple<const char*, std::vector<std::string>, std::string>;
+class DumpAnswerTest : public StrategyTest, public ::testing::WithParamInterface<DumpCase> {};
+
+TEST_P(DumpAnswerTest, AnswersExactly)
+{
+    Start();
+    EXPECT_EQ(Dump(std::get<1>(GetParam())), std::get<2>(GetParam()));
+}
+
+std::vector<std::string> TestWords(std::vector<std::string> rest)
+{
+    std::vector<std::string> words = {"-S", "--strategy", "-RT"};
+    words.insert(words.end(), rest.begin(), rest.end());
+    return words;
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, DumpAnswerTest,
+    ::testing::Values(DumpCase{"Detail", {"-D", "--strategy"}, kHeader},
+        DumpCase{"DetailWithMoreWords", {"-D", "--strategy", "--Sleep", "into"}, kHeader}, DumpCase{"Empty", {}, ""},
+        DumpCase{"DetailAlone", {"-D"}, ""}, DumpCase{"OtherStrategyWord", {"-D", "--other"}, ""},
+        DumpCase{"SimulateWithoutRT", {"-S", "--strategy", "--Sleep", "into"}, ""},
+        DumpCase{"LowerCaseRT", {"-S", "--strategy", "-rt", "--Sleep", "into"}, ""},
+        DumpCase{"TestWithoutCommand", TestWords({}), kHeader + "invalid args\n"},
+        DumpCase{"TestWithoutArgument", TestWords({"--Sleep"}), kHeader + "invalid args\n"},
+        DumpCase{"SleepInto", TestWords({"--Sleep", "into"}), kHeader + "start slp\n"},
+        DumpCase{"SleepExit", TestWords({"--Sleep", "exit"}), kHeader + "stop slp\n"},
+        DumpCase{"SleepOther", TestWords({"--Sleep", "out"}), kHeader},
+        DumpCase{"LowerCaseCommand", TestWords({"--sleep", "into"}), kHeader},
+        DumpCase{"SetModeOn", TestWords({"--SetMode", "1"}), kHeader + "Set InSleepTestMode true\n"},
+        DumpCase{"SetModeOff", TestWords({"--SetMode", "0"}), kHeader + "Set InSleepTestMode false\n"},
+        DumpCase{"SetModeOther", TestWords({"--SetMode", "2"}), kHeader},
+        DumpCase{"PredictAuto", TestWords({"--Predict", "auto"}), kHeader + "auto collect to predict\n"},
+        DumpCase{"PredictManualWithoutData", TestWords({"--Predict", "manual"}), kHeader + "invalid args\n"},
+        DumpCase{"PredictManual", TestWords({"--Predict", "manual", "1/2/3"}),
+            kHeader + "manual input sleep data to predict\n"},
+        DumpCase{"PredictOther", TestWords({"--Predict", "now"}), kHeader},
+        DumpCase{"Unknown", TestWords({"--Bogus", "x"}), kHeader}),
+    [](const auto& info) { return std::string(std::get<0>(info.param)); });
+
+TEST_F(StrategyTest, DumpSleepIntoAndExitDriveTheDeepSleepState)
+{
+    StartNight();
+    SleepDump("into");
+    EXPECT_EQ(published_, (Events{{kDeepAction, true, -1}, {kNotCareAction, true, -1}}));
+    SleepDump("exit");
+    EXPECT_EQ(published_.size(), 4u);
+    EXPECT_TRUE(log_.HasText("stop user deep slp because of hidumper command"));
+    EXPECT_EQ(PowerStates().back(), (std::pair<int32_t, int32_t>{100, -10}));
+}
+
+TEST_F(StrategyTest, DumpSetModeSwitchesTheEngineTestMode)
+{
+    StartNight(); // the test mode is on
+    handler_->FastForwardBy(60000);
+    EXPECT_FALSE(log_.Contains("predict result"));
+    Dump(TestWords({"--SetMode", "0"}));
+    ScreenOn();
+    handler_->FastForwardBy(11 * 60000); // outside the spacing of the first screen-off
+    ScreenOff();
+    handler_->FastForwardBy(60000);
+    EXPECT_TRUE(log_.Contains("predict result"));
+}
+
+// Event id, action, timestamp and package of every message the host received (-1: no Want).
+std::vector<std::tuple<int32_t, std::string, int64_t, std::string>> Notified(
+    const std::vector<StandbyMessage>& messages)
+{
+    std::vector<std::tuple<int32_t, std::string, int64_t, std::string>> notified;
+    for (const StandbyMessage& message : messages) {
+        const AAFwk::Want want = message.want.value_or(AAFwk::Want());
+        notified.emplace_back(
+            message.eventId, message.action, want.GetLongParam("timestamp", -1), want.GetStringParam("pkg"));
+    }
+    return notified;
+}
+
+// The subscriber turns notifications and badge changes into host messages, with no strategy registered.
+TEST_F(StrategyTest, SubscriberTurnsNotificationsAndBadgesIntoHostMessagesAtTheirDeliveryTime)
+{
+    StandbyNotificationSubscriber subscriber;
+    ASSERT_EQ(Notification::NotificationHelper::SubscribeNotification(subscriber), 0);
+    auto& center = Emulator::NotificationCenter::GetInstance();
+    center.PostNotification("com.example.mail", Now() + 1000);
+    center.PostNotification("", Now() + 2000);
+    center.ChangeBadge("com.example.chat", 0, Now() + 3000);
+    Notification::NotificationRequest request(7);
+    request.SetDeliveryTime(Now() - 60000);
+    subscriber.OnConsumed(std::make_shared<Notification::Notification>("pkg", request));
+    subscriber.OnConsumed(nullptr);
+    subscriber.OnBadgeChanged(nullptr);
+    const int64_t start = Now();
+    handler_->FastForwardBy(5000);
+    EXPECT_EQ(Notified(hostMessages_),
+        (decltype(Notified({})){{2007, "", start - 60000, "pkg"}, {2007, "", start + 1000, "com.example.mail"},
+            {2007, "", start + 2000, ""}, {2008, "", start + 3000, "com.example.chat"}}));
 }
 
 } // namespace
