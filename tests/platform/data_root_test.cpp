@@ -50,8 +50,7 @@ TEST(DataRootTest, ScopedRootIsFreshAndRemovedAndRestoresThePrevious)
         ASSERT_TRUE(IsDirectory(scratch));
         EXPECT_EQ(GetDataRoot(), scratch);
         const std::string nested = MapPhonePath("/data/service/el3/100/device_standby");
-        ASSERT_TRUE(MakeDirectories(nested));
-        EXPECT_TRUE(MakeDirectories(nested) && IsDirectory(nested));
+        EXPECT_TRUE(MakeDirectories(nested) && MakeDirectories(nested) && IsDirectory(nested));
         std::ofstream(scratch + "/file") << "x";
         EXPECT_FALSE(MakeDirectories(scratch + "/file/below"));
     }

@@ -21,12 +21,6 @@ TEST(OsAccountTest, AnswersFromTheSimulatedDevice)
     const Case cases[] = {
         {"DefaultOneUser", [] {}, 0, 100, 0, {100}},
         {"SwitchToANewUser", [] { Emulator::SetForegroundOsAccount(101); }, 0, 101, 0, {101, 100}},
-        {"SwitchBack",
-            [] {
-                Emulator::SetForegroundOsAccount(101);
-                Emulator::SetForegroundOsAccount(100);
-            },
-            0, 100, 0, {100, 101}},
         {"NoneActive", [] { Emulator::SetActiveOsAccountIds({}); }, 0, 100, 0, {}},
         {"NoForegroundUser", [] { Emulator::SetForegroundOsAccount(-1); }, ERR_OSACCOUNT_NO_FOREGROUND, -7, 0, {100}},
         {"ForegroundQueryFails", [] { Emulator::SetForegroundOsAccountQueryFails(true); },

@@ -80,8 +80,6 @@ TEST_F(SimulatedPhoneTest, ActiveSensorDeliversCurrentValueAtBatchRateOnceUntilD
 
     EXPECT_EQ(g_samples, (std::vector<std::pair<int64_t, float>>{{kStartMs + 300, 3.0F}, {kStartMs + 600, 3.0F},
                              {kStartMs + 900, 7.5F}, {kStartMs + 3250, 7.5F}}));
-    EXPECT_EQ(UnsubscribeSensor(kLight, &user_), SENSOR_SUCCESS);
-    EXPECT_EQ(SubscribedSensorUserCount(kLight), 0);
 }
 
 TEST_F(SimulatedPhoneTest, MovementChangesReachSubscribersByEventFilterAtTheirTime)
@@ -112,10 +110,6 @@ TEST_F(SimulatedPhoneTest, MovementChangesReachSubscribersByEventFilterAtTheirTi
     phone_.SetMotionState(MotionState::STILL);
     handler_->RunUntilIdle();
     EXPECT_EQ(both->values.size(), 3U);
-
-    phone_.SetFault(PhoneFault::MOVEMENT_UNSUBSCRIBE, true);
-    EXPECT_NE(client.UnsubscribeCallback(MovementDataUtils::TYPE_STILL, MovementDataUtils::EXIT, exitOnly), 0);
-    EXPECT_EQ(client.SubscriptionCount(), 2U);
 }
 
 TEST_F(SimulatedPhoneTest, RunningLockAccountsHeldTimeIncludingExpiryAndRelock)
