@@ -409,17 +409,6 @@ INSTANTIATE_TEST_SUITE_P(Failures, SensorFailureTest,
                 "activate sensor failed for sensor ID 5", "deactivate sensor failed for sensor ID 5"})),
     [](const auto& info) { return std::string(std::get<0>(info.param)); });
 
-TEST_F(SleepDataCollecterTest, PhoneWithoutSensorsStillCollects)
-{
-    phone_.SetSensorPresent(kLight, false);
-    phone_.SetSensorPresent(kProximity, false);
-    LogCapture log;
-    MakeCollecter();
-    EXPECT_TRUE(log.HasText("do not find any usable sensor to detect motion"));
-    EXPECT_EQ(collecter_->StartMonitoringInner(), ERR_OK);
-    EXPECT_EQ(RunCycle().GetDoubleParam("light", 0), -1.0);
-}
-
 TEST_F(SleepDataCollecterTest, CycleWithoutRunningLockStillSends)
 {
     phone_.SetFault(PhoneFault::RUNNING_LOCK_CREATE, true);

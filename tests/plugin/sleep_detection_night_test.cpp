@@ -127,22 +127,6 @@ TEST_F(SleepDetectionNightTest, NightLoopObservesInsideTheWindowDecidesAndResets
     EXPECT_EQ(world.Strategy().MessagesWithId(2000).size(), 54U);
 }
 
-TEST_F(SleepDetectionNightTest, ScreenOnStopsTheLoopAndASecondScreenOffWithinTenMinutesObservesNothing)
-{
-    EngineTestWorld world(At(0, 23));
-    StartNight(world);
-    world.RunUntil(At(0, 23, 5));
-    EXPECT_EQ(world.Strategy().MessagesWithId(2000).size(), 1U);
-    world.ScreenOn();
-    EXPECT_FALSE(world.Handler().HasTask(kLoopTask));
-    world.RunUntil(At(0, 23, 8));
-    world.ScreenOff();
-    world.RunUntil(At(0, 23, 9) + 59000);
-    EXPECT_EQ(world.Strategy().MessagesWithId(2000).size(), 1U);
-    world.RunUntil(At(0, 23, 10) + 2000);
-    EXPECT_EQ(world.Strategy().MessagesWithId(2000).size(), 2U);
-}
-
 TEST_F(SleepDetectionNightTest, KeepsPredictingAfterEightWhileLastReportedAsleep)
 {
     // In host mode 1 the default wake-up is 08:15, so the user is still asleep at 07:50.
@@ -152,7 +136,6 @@ TEST_F(SleepDetectionNightTest, KeepsPredictingAfterEightWhileLastReportedAsleep
     Emulator::LogCapture capture;
     world.RunUntil(At(1, 12));
     STANDBT_MODE = 0;
-
     // 07:50 was asleep, so 08:00 is still observed; its wake-up is then 15 minutes ahead: awake.
     EXPECT_EQ(TimesOf(world, 2000).back(), At(1, 8) + 1001);
     EXPECT_TRUE(capture.HasText("cur time is keep predict"));

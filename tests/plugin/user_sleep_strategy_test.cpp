@@ -32,6 +32,7 @@ namespace {
 
 using EventFwk::CommonEventSupport;
 
+constexpr int64_t kWakeup = 1710200000000; // any predicted wake time: carried, never interpreted
 const std::string kPermission = "ohos.permission.PERCEIVE_SMART_POWER_SCENARIO";
 const std::string kDeepAction = "COMMON_EVENT_USER_SLEEP_STATE_CHANGED";
 const std::string kLightAction = "common.event.USER_LIGHT_SLEEP_STATE_CHANGED";
@@ -120,11 +121,14 @@ public:
         ASSERT_EQ(Host()->OnCreated(), ERR_OK);
         Dump({"-S", "--strategy", "-RT", "--SetMode", "1"});
     }
-    // Start, then the screen goes off: the usual beginning of a night.
-    void StartNight()
+    // Start, then the screen goes off: the usual beginning of a night; then, if asked, deep sleep.
+    void StartNight(bool deepSleep = false)
     {
         Start();
         ScreenOff();
+        if (deepSleep) {
+            Asleep(kWakeup);
+        }
     }
 
     std::string Dump(const std::vector<std::string>& words)
@@ -202,7 +206,6 @@ public:
     int unprivilegedDeliveries_ = 0;
 };
 
-constexpr int64_t kWakeup = 1710200000000; // any predicted wake time: carried, never interpreted
 constexpr int64_t kHourMs = 3600000;
 
 size_t HostCopies(const std::vector<StandbyMessage>& messages, const std::string& action)
@@ -213,8 +216,7 @@ size_t HostCopies(const std::vector<StandbyMessage>& messages, const std::string
 
 TEST_F(StrategyTest, AsleepAtNightStartsDeepSleepWithEverythingItPublishes)
 {
-    StartNight();
-    Asleep(kWakeup);
+    StartNight(true);
     EXPECT_EQ(published_, (Events{{kDeepAction, true, kWakeup}}));
     ASSERT_EQ(HostCopies(hostMessages_, kDeepAction), 1u);
     const StandbyMessage& copy = hostMessages_.back();
@@ -270,8 +272,7 @@ TEST_F(StrategyTest, NightBeginsJustAfterNineAndEndsJustBeforeTheDayStart)
 
 TEST_F(StrategyTest, EasyWakeupStartsAfterThirtyMinutesOfScreenOffAndEndsOnScreenOn)
 {
-    StartNight();
-    Asleep(kWakeup);
+    StartNight(true);
     RunTo(LocalMs(2024, 3, 11, 23, 29, 59, 999));
     Asleep(kWakeup);
     EXPECT_FALSE(Pref(SleepSharedPref::USER_EASY_WAKEUP_SLEEPING_AI));
@@ -309,8 +310,7 @@ class StopTest : public StrategyTest, public ::testing::WithParamInterface<StopC
 TEST_P(StopTest, DeepSleepEndsAndOpensTheRecordingPeriod)
 {
     const StopCase& stopCase = GetParam();
-    StartNight();
-    Asleep(kWakeup);
+    StartNight(true);
     published_.clear();
     const int64_t stopAt = Now();
     stopCase.stop(*this);
@@ -374,8 +374,7 @@ INSTANTIATE_TEST_SUITE_P(Reasons, StopTest,
 
 TEST_F(StrategyTest, DeepAndLightSleepExcludeEachOther)
 {
-    StartNight();
-    Asleep(kWakeup);
+    StartNight(true);
     const int64_t lightAt = Now();
     LightAsleep();
     Asleep(kWakeup);
@@ -426,8 +425,7 @@ TEST_P(DayClockTest, EndsDeepSleepAtQuarterPastSeven)
     const int64_t start = LocalMs(2024, 3, 31, 0, 0) + offset;
     const int64_t fire = LocalMs(2024, 3, 31, 7, 15) + start % 600;
     clock_.Get().SetWallTimeMs(start);
-    StartNight();
-    Asleep(kWakeup);
+    StartNight(true);
     ASSERT_TRUE(Pref(SleepSharedPref::USER_SLEEPING_AI));
     RunTo(fire - 1);
     EXPECT_TRUE(Pref(SleepSharedPref::USER_SLEEPING_AI));
@@ -461,8 +459,7 @@ TEST_F(StrategyTest, DayDelayIsComputedFromTheLocalCalendar)
 
 TEST_F(StrategyTest, RecordingPeriodForwardsNotificationsForFiveMinutes)
 {
-    StartNight();
-    Asleep(kWakeup);
+    StartNight(true);
     EXPECT_EQ(SubscriberCount(), 0u);
     Unlock();
     const int64_t stoppedAt = Now();
@@ -484,8 +481,7 @@ TEST_F(StrategyTest, RecordingPeriodForwardsNotificationsForFiveMinutes)
 
 TEST_F(StrategyTest, NewDeepSleepClosesAnOpenRecordingPeriodFirst)
 {
-    StartNight();
-    Asleep(kWakeup);
+    StartNight(true);
     Send(2009);
     ASSERT_EQ(SubscriberCount(), 1u);
     log_.Clear();
@@ -564,8 +560,7 @@ INSTANTIATE_TEST_SUITE_P(States, RestartTest,
 
 TEST_F(StrategyTest, UnknownMessagesChangeNothing)
 {
-    StartNight();
-    Asleep(kWakeup);
+    StartNight(true);
     published_.clear();
     for (int32_t id : {0, 2006, 2010, -1}) {
         Send(id);
@@ -619,8 +614,7 @@ TEST_F(StrategyTest, UnsleepReasonIsReportedAfterNoonOnlyForNightsWithoutDeepSle
 
 TEST_F(StrategyTest, TwoOnCreatedCallsReplaceTheEngineAndSubscriber)
 {
-    StartNight();
-    Asleep(kWakeup);
+    StartNight(true);
     Send(2009);
     ASSERT_EQ(SubscriberCount(), 1u);
     EXPECT_EQ(Host()->OnCreated(), ERR_OK);
