@@ -112,6 +112,60 @@ TEST_F(VirtualEventHandlerTest, TenSecondRepeatingTaskRunsExactlyOncePerPeriodOv
     EXPECT_EQ(handler_->NextPendingTaskDelay(), periodMs);
 }
 
+TEST_F(VirtualEventHandlerTest, WorkPostedByOtherThreadsDuringQuiescenceRunsBeforeTimeMoves)
+{
+    constexpr int kThreads = 4;
+    constexpr int kPostsPerThread = 25;
+    std::promise<void> go;
+    std::shared_future<void> started = go.get_future().share();
+    std::atomic<int> done{0};
+    int doneWhenLaterRan = -1;
+    std::vector<std::thread> workers;
+    for (int i = 0; i < kThreads; ++i) {
+        workers.emplace_back([this, started, &done] {
+            started.wait();
+            for (int k = 0; k < kPostsPerThread; ++k) {
+                handler_->PostTask([&done] { ++done; });
+            }
+        });
+    }
+    // The background work starts only once the driver is about to move time, and must be awaited.
+    handler_->SetQuiescenceWait([&go, &workers] {
+        for (std::thread& worker : workers) {
+            if (worker.joinable()) {
+                go.set_value();
+                break;
+            }
+        }
+        for (std::thread& worker : workers) {
+            if (worker.joinable()) {
+                worker.join();
+            }
+        }
+    });
+    handler_->PostTask([&] { doneWhenLaterRan = done; }, "", 1);
+
+    handler_->FastForwardBy(1);
+
+    EXPECT_EQ(doneWhenLaterRan, kThreads * kPostsPerThread);
+}
+
+TEST_F(VirtualEventHandlerTest, RemoveAllEventsDropsEveryPendingTaskAndWhatItHolds)
+{
+    auto held = std::make_shared<int>(0);
+    std::weak_ptr<int> watch = held;
+    handler_->PostTask([held] { ++*held; }, "named", 100);
+    handler_->PostTask([held] { ++*held; }, "", 0, P::VIP);
+    held.reset();
+    ASSERT_FALSE(watch.expired());
+
+    handler_->RemoveAllEvents();
+
+    EXPECT_TRUE(watch.expired());
+    EXPECT_EQ(handler_->PendingTaskCount(), 0u);
+    EXPECT_EQ(handler_->NextPendingTaskDelay(), -1);
+}
+
 TEST(RealTimeEventHandlerTest, RunsTasksOnItsThreadInDueOrderAndSurvivesReleasingItselfThere)
 {
     auto handler = EventHandler::CreateRealTime("rt-test");
