@@ -36,9 +36,6 @@ public:
     std::vector<StandbyMessage> MessagesWithId(int32_t eventId) const;
     void ClearMessages();
 
-    // The observation a 2000 message carries, read with the keys the collector writes.
-    static SleepDataRecord DecodeRecord(const StandbyMessage& message);
-
 private:
     std::shared_ptr<SleepDetection> engine_;
     mutable std::mutex mutex_;
