@@ -38,7 +38,6 @@ constexpr int32_t kChargingStatusCharging = 1;
 const std::string kSmartPowerPermission = "ohos.permission.PERCEIVE_SMART_POWER_SCENARIO";
 const std::string kNextAlarmKey = "nearestAlarmingTime";
 const std::string kLatencyTaskName = "sleepsim_event_latency";
-// The plug-in's named tasks: they hold the plug-in's objects, which hold the handler.
 constexpr auto kProgressAfter = std::chrono::seconds(3);
 constexpr auto kProgressEvery = std::chrono::seconds(1);
 
