@@ -77,6 +77,7 @@ EngineTestWorld::EngineTestWorld(int64_t startMs, bool createEngine)
 EngineTestWorld::~EngineTestWorld()
 {
     SleepDetection::WaitForTrainingThreads();
+    handler_->RemoveAllEvents(); // pending tasks hold the engine, which holds the handler
     StandbyServiceImpl::GetInstance()->Reset();
     strategy_.reset();
     engine_.reset();
