@@ -20,8 +20,7 @@ struct StandbyMessage {
     std::optional<AAFwk::Want> want;
 
     StandbyMessage() = default;
-    explicit StandbyMessage(int32_t id, const std::string& act = "",
-        std::optional<AAFwk::Want> params = std::nullopt)
+    explicit StandbyMessage(int32_t id, const std::string& act = "", std::optional<AAFwk::Want> params = std::nullopt)
         : eventId(id), action(act), want(std::move(params))
     {
     }

@@ -80,8 +80,8 @@ public:
 
     // Receives events whose action is in `events` (all events when empty), provided the subscriber
     // holds every permission the publisher requires. Returns an id for Unsubscribe.
-    int32_t Subscribe(const std::vector<std::string>& events, const std::vector<std::string>& heldPermissions,
-        Callback callback);
+    int32_t Subscribe(
+        const std::vector<std::string>& events, const std::vector<std::string>& heldPermissions, Callback callback);
     void Unsubscribe(int32_t id);
     // Makes every following publish fail (return false, deliver nothing) until cleared.
     void SetPublishFails(bool fails);

@@ -8,8 +8,8 @@
 #define SLEEP_LOG_DOMAIN 0xD001718
 #define SLEEP_LOG_TAG "StandbyService"
 
-#define SLEEP_LOG_PRINT(level, fmt, ...) \
-    HiLogPrint(LOG_CORE, level, SLEEP_LOG_DOMAIN, SLEEP_LOG_TAG, "[%{public}s:%{public}d] " fmt, __FUNCTION__, \
+#define SLEEP_LOG_PRINT(level, fmt, ...)                                                                               \
+    HiLogPrint(LOG_CORE, level, SLEEP_LOG_DOMAIN, SLEEP_LOG_TAG, "[%{public}s:%{public}d] " fmt, __FUNCTION__,         \
         __LINE__, ##__VA_ARGS__)
 
 #define STANDBYSERVICE_LOGD(fmt, ...) SLEEP_LOG_PRINT(LOG_DEBUG, fmt, ##__VA_ARGS__)

@@ -19,16 +19,14 @@ class StringUtils {
 public:
     // Parses a base-10 signed integer (optional '-', digits). `out` is untouched unless a number
     // was parsed.
-    template <typename T>
-    static StrCnvResult StringToNumber(const std::string& text, T& out);
+    template <typename T> static StrCnvResult StringToNumber(const std::string& text, T& out);
     // Splits at every `delimiter`; empty pieces are dropped.
     static std::vector<std::string> Split(const std::string& text, char delimiter);
     // printf into a 1024-byte buffer; "" when formatting fails or needs 1024 characters or more.
     static std::string StringPrintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 };
 
-template <>
-StrCnvResult StringUtils::StringToNumber<long>(const std::string& text, long& out);
+template <> StrCnvResult StringUtils::StringToNumber<long>(const std::string& text, long& out);
 
 } // namespace OHOS::DevStandbyMgr
 
