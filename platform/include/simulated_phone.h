@@ -111,8 +111,6 @@ public:
 
     // Continuous background tasks, in start order, and frozen applications.
     void AddContinuousTask(const ContinuousTask& task);
-    void RemoveContinuousTasksOf(int32_t creatorUid);
-    void ClearContinuousTasks();
     std::vector<ContinuousTask> GetContinuousTasks() const;
     void SetUidFrozen(int32_t uid, bool allProcessesFrozen);
     // Every uid with a continuous task or a frozen state, ascending, with whether it is all frozen.
@@ -143,6 +141,8 @@ private:
     };
     static int64_t NowBootMs();
     static void SettleExpiry(LockRecord& record, int64_t nowMs);
+    // Closes the current hold (if any) at nowMs, or at its timeout when that came first.
+    static void EndHold(LockRecord& record, int64_t nowMs);
     static int64_t HeldUpTo(const LockRecord& record, int64_t nowMs);
     void ResetLocked();
 

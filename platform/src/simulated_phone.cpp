@@ -189,24 +189,6 @@ void SimulatedPhone::AddContinuousTask(const ContinuousTask& task)
     continuousTasks_.push_back(task);
 }
 
-void SimulatedPhone::RemoveContinuousTasksOf(int32_t creatorUid)
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    std::vector<ContinuousTask> kept;
-    for (const auto& task : continuousTasks_) {
-        if (task.creatorUid != creatorUid) {
-            kept.push_back(task);
-        }
-    }
-    continuousTasks_.swap(kept);
-}
-
-void SimulatedPhone::ClearContinuousTasks()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    continuousTasks_.clear();
-}
-
 std::vector<ContinuousTask> SimulatedPhone::GetContinuousTasks() const
 {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -264,6 +246,15 @@ void SimulatedPhone::SettleExpiry(LockRecord& record, int64_t nowMs)
     }
 }
 
+void SimulatedPhone::EndHold(LockRecord& record, int64_t nowMs)
+{
+    SettleExpiry(record, nowMs);
+    if (record.stats.held) {
+        record.stats.heldMs += nowMs - record.heldSinceMs;
+        record.stats.held = false;
+    }
+}
+
 int64_t SimulatedPhone::HeldUpTo(const LockRecord& record, int64_t nowMs)
 {
     return record.stats.held ? record.stats.heldMs + (nowMs - record.heldSinceMs) : record.stats.heldMs;
@@ -286,10 +277,7 @@ bool SimulatedPhone::LockRunningLock(int32_t id, int32_t timeoutMs)
     }
     LockRecord& record = it->second;
     int64_t now = NowBootMs();
-    SettleExpiry(record, now);
-    if (record.stats.held) {
-        record.stats.heldMs += now - record.heldSinceMs;
-    }
+    EndHold(record, now);
     record.stats.held = true;
     record.stats.lockCount++;
     record.heldSinceMs = now;
@@ -304,13 +292,7 @@ void SimulatedPhone::UnlockRunningLock(int32_t id)
     if (it == locks_.end()) {
         return;
     }
-    LockRecord& record = it->second;
-    int64_t now = NowBootMs();
-    SettleExpiry(record, now);
-    if (record.stats.held) {
-        record.stats.heldMs += now - record.heldSinceMs;
-        record.stats.held = false;
-    }
+    EndHold(it->second, NowBootMs());
 }
 
 bool SimulatedPhone::IsRunningLockHeld(int32_t id) const
