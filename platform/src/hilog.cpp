@@ -107,15 +107,17 @@ std::optional<Conversion> ParseConversion(const char* fmt, size_t& pos)
 
 template <typename T> std::string FormatValue(const std::string& directive, const int* stars, int starCount, T value)
 {
+    auto render = [&](char* out, size_t size) {
+        if (starCount == 0) {
+            return snprintf(out, size, directive.c_str(), value);
+        }
+        if (starCount == 1) {
+            return snprintf(out, size, directive.c_str(), stars[0], value);
+        }
+        return snprintf(out, size, directive.c_str(), stars[0], stars[1], value);
+    };
     char buffer[512];
-    int written = 0;
-    if (starCount == 0) {
-        written = snprintf(buffer, sizeof(buffer), directive.c_str(), value);
-    } else if (starCount == 1) {
-        written = snprintf(buffer, sizeof(buffer), directive.c_str(), stars[0], value);
-    } else {
-        written = snprintf(buffer, sizeof(buffer), directive.c_str(), stars[0], stars[1], value);
-    }
+    int written = render(buffer, sizeof(buffer));
     if (written < 0) {
         return std::string();
     }
@@ -123,13 +125,7 @@ template <typename T> std::string FormatValue(const std::string& directive, cons
         return std::string(buffer, written);
     }
     std::string large(static_cast<size_t>(written) + 1, '\0');
-    if (starCount == 0) {
-        snprintf(large.data(), large.size(), directive.c_str(), value);
-    } else if (starCount == 1) {
-        snprintf(large.data(), large.size(), directive.c_str(), stars[0], value);
-    } else {
-        snprintf(large.data(), large.size(), directive.c_str(), stars[0], stars[1], value);
-    }
+    render(large.data(), large.size());
     large.resize(written);
     return large;
 }
