@@ -55,6 +55,7 @@ int64_t RealToInteger(double real)
     return static_cast<int64_t>(real);
 }
 
+// Cell conversions below leave `value` untouched when they fail.
 int ToInteger(const ValueObject::Type& cell, int64_t& value)
 {
     if (std::holds_alternative<int64_t>(cell)) {
@@ -201,14 +202,7 @@ int AbsSharedResultSet::GetLong(int columnIndex, int64_t& value) const
 {
     const ValueObject* cell = nullptr;
     int error = Cell(columnIndex, cell);
-    int64_t converted = 0;
-    if (error == E_OK) {
-        error = ToInteger(cell->Value(), converted);
-    }
-    if (error == E_OK) {
-        value = converted;
-    }
-    return error;
+    return error == E_OK ? ToInteger(cell->Value(), value) : error;
 }
 
 int AbsSharedResultSet::GetInt(int columnIndex, int& value) const
@@ -225,14 +219,7 @@ int AbsSharedResultSet::GetDouble(int columnIndex, double& value) const
 {
     const ValueObject* cell = nullptr;
     int error = Cell(columnIndex, cell);
-    double converted = 0.0;
-    if (error == E_OK) {
-        error = ToReal(cell->Value(), converted);
-    }
-    if (error == E_OK) {
-        value = converted;
-    }
-    return error;
+    return error == E_OK ? ToReal(cell->Value(), value) : error;
 }
 
 int AbsSharedResultSet::GetString(int columnIndex, std::string& value) const
