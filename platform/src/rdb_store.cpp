@@ -373,6 +373,12 @@ struct RdbStore::Impl {
     int ApplyWriterSettings(const RdbStoreConfig& config);
     int OpenReaders(const RdbStoreConfig& config);
     bool InOwnTransaction() const { return transactionOwner.load() == std::this_thread::get_id(); }
+    // Clears the owner and releases the hold on writeMutex that BeginTransaction took.
+    void EndTransaction()
+    {
+        transactionOwner = std::thread::id();
+        writeMutex.unlock();
+    }
 };
 
 int RdbStore::Impl::Connect(const RdbStoreConfig& config)
@@ -624,8 +630,7 @@ int RdbStore::Commit()
     if (error != E_OK) {
         RunInternal(impl_->writer, "ROLLBACK");
     }
-    impl_->transactionOwner = std::thread::id();
-    impl_->writeMutex.unlock(); // the hold taken by BeginTransaction
+    impl_->EndTransaction();
     return error;
 }
 
@@ -636,8 +641,7 @@ int RdbStore::RollBack()
         return E_NO_TRANSACTION;
     }
     int error = RunInternal(impl_->writer, "ROLLBACK");
-    impl_->transactionOwner = std::thread::id();
-    impl_->writeMutex.unlock(); // the hold taken by BeginTransaction
+    impl_->EndTransaction();
     return error;
 }
 
