@@ -20,57 +20,25 @@ const bool kZoneSet = [] {
     return true;
 }();
 
-// Walks a night in ten-minute steps, as the detection loop does.
-int64_t NextSample(int64_t& timestamp)
-{
-    timestamp += kTenMinutesMs;
-    return timestamp;
-}
-
-void BM_TimestampToDayHour(benchmark::State& state)
+// Converts the samples of a night in ten-minute steps, as the detection loop does.
+template <typename Convert> void BM_ConvertNightSamples(benchmark::State& state, Convert convert)
 {
     int64_t timestamp = kNightStartMs;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(TimeProviderExt::TimestampToDayHour(NextSample(timestamp)));
+        timestamp += kTenMinutesMs;
+        benchmark::DoNotOptimize(convert(timestamp));
     }
 }
-BENCHMARK(BM_TimestampToDayHour);
-
-void BM_TimestampToDaySecond(benchmark::State& state)
-{
-    int64_t timestamp = kNightStartMs;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(TimeProviderExt::TimestampToDaySecond(NextSample(timestamp)));
-    }
-}
-BENCHMARK(BM_TimestampToDaySecond);
-
-void BM_TimestampToWeekIndex(benchmark::State& state)
-{
-    int64_t timestamp = kNightStartMs;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(TimeProviderExt::TimestampToWeekIndex(NextSample(timestamp)));
-    }
-}
-BENCHMARK(BM_TimestampToWeekIndex);
-
-void BM_TimestampToDateString(benchmark::State& state)
-{
-    int64_t timestamp = kNightStartMs;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(TimeProviderExt::TimestampToDateString(NextSample(timestamp)));
-    }
-}
-BENCHMARK(BM_TimestampToDateString);
-
-void BM_GetAlarmClockTimestamp(benchmark::State& state)
-{
-    int64_t timestamp = kNightStartMs;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(TimeProviderExt::GetAlarmClcokTimestamp(NextSample(timestamp), 1, 7, 30));
-    }
-}
-BENCHMARK(BM_GetAlarmClockTimestamp);
+BENCHMARK_CAPTURE(
+    BM_ConvertNightSamples, TimestampToDayHour, [](int64_t t) { return TimeProviderExt::TimestampToDayHour(t); });
+BENCHMARK_CAPTURE(
+    BM_ConvertNightSamples, TimestampToDaySecond, [](int64_t t) { return TimeProviderExt::TimestampToDaySecond(t); });
+BENCHMARK_CAPTURE(
+    BM_ConvertNightSamples, TimestampToWeekIndex, [](int64_t t) { return TimeProviderExt::TimestampToWeekIndex(t); });
+BENCHMARK_CAPTURE(
+    BM_ConvertNightSamples, TimestampToDateString, [](int64_t t) { return TimeProviderExt::TimestampToDateString(t); });
+BENCHMARK_CAPTURE(BM_ConvertNightSamples, GetAlarmClockTimestamp,
+    [](int64_t t) { return TimeProviderExt::GetAlarmClcokTimestamp(t, 1, 7, 30); });
 
 void BM_StringToNumber(benchmark::State& state)
 {
