@@ -50,6 +50,15 @@ void ResetTable(SleepDatabaseManager& manager, const std::string& table)
     manager.Delete(table, "", {});
 }
 
+// The manager with kLargeTableRows observations stored; the benchmark clears them when it ends.
+SleepDatabaseManager& ManagerWithFullTable()
+{
+    SleepDatabaseManager& manager = Manager();
+    std::vector<SleepEnvironment> rows = Observations(kLargeTableRows, kNightStartMs);
+    manager.InsertEntries(SleepEnvironment::TABLE_NAME, rows);
+    return manager;
+}
+
 // Storing one night: its observations, screen events and notification records, as the engine
 // saves them when the user wakes.
 void BM_SaveNight(benchmark::State& state)
@@ -76,9 +85,7 @@ BENCHMARK(BM_SaveNight)->Unit(benchmark::kMicrosecond);
 // Reading back the last night out of a full table, as the reporter does after a night.
 void BM_QueryLastNight(benchmark::State& state)
 {
-    SleepDatabaseManager& manager = Manager();
-    std::vector<SleepEnvironment> history = Observations(kLargeTableRows, kNightStartMs);
-    manager.InsertEntries(SleepEnvironment::TABLE_NAME, history);
+    SleepDatabaseManager& manager = ManagerWithFullTable();
     std::string condition =
         "timestamp > " + std::to_string(kNightStartMs + (kLargeTableRows - kNightSamples - 1) * kTenMinutesMs);
     for (auto _ : state) {
@@ -109,9 +116,7 @@ BENCHMARK(BM_Insert10000Environments)->Unit(benchmark::kMillisecond);
 // Reading the whole 10,000-row table (training reads the labelled history like this).
 void BM_QueryAll10000Environments(benchmark::State& state)
 {
-    SleepDatabaseManager& manager = Manager();
-    std::vector<SleepEnvironment> rows = Observations(kLargeTableRows, kNightStartMs);
-    manager.InsertEntries(SleepEnvironment::TABLE_NAME, rows);
+    SleepDatabaseManager& manager = ManagerWithFullTable();
     for (auto _ : state) {
         std::vector<SleepEnvironment> read;
         manager.QueryEntries(read, "", "timestamp");
@@ -125,9 +130,7 @@ BENCHMARK(BM_QueryAll10000Environments)->Unit(benchmark::kMillisecond);
 // Counting the rows of the 10,000-row table, whole and filtered (the clean-up check after a night).
 void BM_Count10000Environments(benchmark::State& state)
 {
-    SleepDatabaseManager& manager = Manager();
-    std::vector<SleepEnvironment> rows = Observations(kLargeTableRows, kNightStartMs);
-    manager.InsertEntries(SleepEnvironment::TABLE_NAME, rows);
+    SleepDatabaseManager& manager = ManagerWithFullTable();
     const std::string condition = state.range(0) == 0 ? "" : "label = 1";
     for (auto _ : state) {
         benchmark::DoNotOptimize(manager.QueryCount(SleepEnvironment::TABLE_NAME, condition));
