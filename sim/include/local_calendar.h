@@ -17,6 +17,8 @@ constexpr int64_t kMsPerSecond = 1000;
 constexpr int64_t kMsPerMinute = 60 * kMsPerSecond;
 constexpr int64_t kMsPerHour = 60 * kMsPerMinute;
 constexpr int64_t kMsPerDay = 24 * kMsPerHour;
+constexpr double kMinutesPerDay = 24 * 60;
+constexpr double kNoonMin = 12 * 60;
 
 // Sets the process time zone (TZ) and re-reads it. Every local conversion below uses it.
 void SetProcessTimeZone(const std::string& zone);

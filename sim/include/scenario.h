@@ -16,6 +16,9 @@ struct NightHabits {
     double bedtimeSpreadMin = 0; // standard deviation
     double wakeMin = 0;
     double wakeSpreadMin = 0;
+
+    // Bedtime as minutes after the midnight that starts the evening (after midnight gets +1440).
+    double EveningBedtimeMin() const;
 };
 
 enum class ChargingHabit { EVENING, NIGHT, DAY };

@@ -11,7 +11,6 @@ namespace OHOS::Sim {
 
 namespace {
 
-constexpr double kNoonMin = 12 * 60;
 constexpr int32_t kDeepSleepReportType = 100;
 constexpr size_t kSettlingNights = 7;
 constexpr double kTimelyMin = 60;
@@ -35,7 +34,7 @@ int64_t WakeupParam(const TimelineLine& line)
                : -1;
 }
 
-// The deep-sleep stop reason reported as a statistic at `timeMs`.
+// Whether the line is the statistic that reports why deep sleep stopped (a negative value).
 bool IsDeepStopReport(const TimelineLine& line)
 {
     if (line["type"] != TIMELINE_SYSTEM_EVENT || line.value("name", "") != POWER_BRAIN_STATE_EVENT) {

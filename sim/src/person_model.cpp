@@ -8,8 +8,6 @@ namespace OHOS::Sim {
 
 namespace {
 
-constexpr double kMinutesPerDay = 24 * 60;
-constexpr double kNoonMin = 12 * 60;
 constexpr double kLatestWakeMin = 11 * 60 + 30;
 constexpr double kWakingDayHours = 16;
 constexpr int64_t kMinSleepMs = 2 * kMsPerHour;
@@ -43,8 +41,7 @@ public:
             const CivilDate morning = AddDays(evening, 1);
             const bool weekend = WeekDay(morning) >= 6;
             const NightHabits& night = weekend ? habits_.weekend : habits_.weekday;
-            const double bedMin = (night.bedtimeMin < kNoonMin ? night.bedtimeMin + kMinutesPerDay : night.bedtimeMin);
-            int64_t bed = LocalTimeMs(evening, bedMin + Spread(night.bedtimeSpreadMin));
+            int64_t bed = LocalTimeMs(evening, night.EveningBedtimeMin() + Spread(night.bedtimeSpreadMin));
             bed = std::max(bed, cursor + 10 * kMsPerMinute);
             PlanDay(cursor, bed, evening);
             cursor = PlanNight(morning, weekend, night, bed);

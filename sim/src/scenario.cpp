@@ -16,8 +16,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr double kMinutesPerDay = 24 * 60;
-constexpr double kNoonMin = 12 * 60;
 constexpr double kMinNightMin = 3 * 60;  // shortest bedtime-to-wake span accepted
 constexpr double kMaxNightMin = 16 * 60; // longest
 
@@ -390,15 +388,9 @@ bool ReadObject(const Json& object, const std::string& prefix, Scenario& scenari
     return true;
 }
 
-// Bedtime as minutes after the evening's midnight-before (an after-midnight bedtime gets +1440).
-double EveningBedtime(double bedtimeMin)
-{
-    return bedtimeMin < kNoonMin ? bedtimeMin + kMinutesPerDay : bedtimeMin;
-}
-
 bool CheckNight(const NightHabits& night, const std::string& kind, std::string& error)
 {
-    const double span = night.wakeMin + kMinutesPerDay - EveningBedtime(night.bedtimeMin);
+    const double span = night.wakeMin + kMinutesPerDay - night.EveningBedtimeMin();
     if (span < kMinNightMin || span > kMaxNightMin) {
         error = "field 'habits." + kind + ".wakeTime': must be 3 to 16 hours after habits." + kind +
                 ".bedtime (bedtime " + ClockText(night.bedtimeMin) + ", wake " + ClockText(night.wakeMin) + ")";
@@ -430,6 +422,11 @@ bool ResolveDumpTimes(Scenario& scenario, std::string& error)
 }
 
 } // namespace
+
+double NightHabits::EveningBedtimeMin() const
+{
+    return bedtimeMin < kNoonMin ? bedtimeMin + kMinutesPerDay : bedtimeMin;
+}
 
 Scenario DefaultScenario()
 {
