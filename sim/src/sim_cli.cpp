@@ -14,10 +14,9 @@ struct CliOptions {
     bool printScenario = false;
     bool quiet = false;
     std::string scenarioPath;
-    std::string outDir = "sleepsim-out";
     // Scenario fields set on the command line, applied after the file.
     nlohmann::ordered_json overrides = nlohmann::ordered_json::object();
-    std::vector<std::string> dumpWords;
+    SimOptions run; // output folder and end-of-run dump words
 };
 
 // A command-line value as JSON: numbers and booleans as such, anything else as a string, so that
@@ -34,8 +33,8 @@ bool ParseArgs(const std::vector<std::string>& args, CliOptions& options, std::s
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
         if (arg == "dump") {
-            options.dumpWords.assign(args.begin() + static_cast<std::ptrdiff_t>(i) + 1, args.end());
-            if (options.dumpWords.empty()) {
+            options.run.endDumpWords.assign(args.begin() + static_cast<std::ptrdiff_t>(i) + 1, args.end());
+            if (options.run.endDumpWords.empty()) {
                 error = "'dump' needs at least one word, e.g. sleepsim dump -D --strategy";
                 return false;
             }
@@ -71,7 +70,7 @@ bool ParseArgs(const std::vector<std::string>& args, CliOptions& options, std::s
         if (arg == "--scenario" || arg == "-s") {
             options.scenarioPath = value;
         } else if (arg == "--out" || arg == "-o") {
-            options.outDir = value;
+            options.run.outDir = value;
         } else {
             options.overrides[arg.substr(2)] = ValueAsJson(value);
         }
@@ -158,12 +157,9 @@ int RunSleepsimCli(const std::vector<std::string>& args, std::ostream& out, std:
         return EXIT_RUN_OK;
     }
     out << "sleepsim: " << scenario.days << " days from " << FormatCivilDate(scenario.startDate) << " ("
-        << scenario.timeZone << "), seed " << scenario.seed << ", output in " << options.outDir << "\n";
-    SimOptions simOptions;
-    simOptions.outDir = options.outDir;
-    simOptions.endDumpWords = options.dumpWords;
-    simOptions.progress = options.quiet ? nullptr : &err;
-    const SimResult result = RunSimulation(scenario, simOptions);
+        << scenario.timeZone << "), seed " << scenario.seed << ", output in " << options.run.outDir << "\n";
+    options.run.progress = options.quiet ? nullptr : &err;
+    const SimResult result = RunSimulation(scenario, options.run);
     if (!result.ok) {
         err << "sleepsim: " << result.error << "\n";
         return EXIT_RUN_FAILED;
