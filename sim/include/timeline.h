@@ -36,6 +36,9 @@ private:
     std::vector<TimelineLine> lines_;
 };
 
+// Writes `lines` to `path` (replacing it), one JSON object per line; false on an I/O error.
+bool WriteTimelineLines(const std::vector<TimelineLine>& lines, const std::string& path);
+
 } // namespace OHOS::Sim
 
 #endif // SIM_INCLUDE_TIMELINE_H

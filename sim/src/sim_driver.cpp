@@ -354,7 +354,7 @@ private:
         traceOut.flush();
         scenarioOut.flush();
         summaryOut.flush();
-        if (!timeline_.WriteJsonLines(OutPath(TIMELINE_FILE)) || !traceOut || !scenarioOut || !summaryOut) {
+        if (!WriteTimelineLines(lines, OutPath(TIMELINE_FILE)) || !traceOut || !scenarioOut || !summaryOut) {
             result.error = "cannot write the outputs into '" + options_.outDir + "'";
             return false;
         }

@@ -31,8 +31,13 @@ std::vector<TimelineLine> Timeline::Lines() const
 
 bool Timeline::WriteJsonLines(const std::string& path) const
 {
+    return WriteTimelineLines(Lines(), path);
+}
+
+bool WriteTimelineLines(const std::vector<TimelineLine>& lines, const std::string& path)
+{
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    for (const TimelineLine& line : Lines()) {
+    for (const TimelineLine& line : lines) {
         out << line.dump() << '\n';
     }
     out.flush();
