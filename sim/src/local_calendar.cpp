@@ -47,6 +47,12 @@ CivilDate CivilFromDays(int64_t days)
     return date;
 }
 
+// Milliseconds past the whole second (0..999, also before 1970).
+int64_t MsInSecond(int64_t epochMs)
+{
+    return epochMs - FloorDiv(epochMs, kMsPerSecond) * kMsPerSecond;
+}
+
 std::tm LocalTm(int64_t epochMs)
 {
     const std::time_t seconds = static_cast<std::time_t>(FloorDiv(epochMs, kMsPerSecond));
@@ -133,8 +139,10 @@ int64_t LocalTimeMs(const CivilDate& date, double minuteOfDay)
 {
     const int64_t wholeMinutes = static_cast<int64_t>(std::floor(minuteOfDay));
     const int64_t extraMs = static_cast<int64_t>(std::llround((minuteOfDay - wholeMinutes) * kMsPerMinute));
-    const CivilDate day = AddDays(date, static_cast<int32_t>(FloorDiv(wholeMinutes, 24 * 60)));
-    const int64_t minuteInDay = wholeMinutes - FloorDiv(wholeMinutes, 24 * 60) * 24 * 60;
+    constexpr int64_t kMinutesInDay = kMsPerDay / kMsPerMinute;
+    const int64_t dayOffset = FloorDiv(wholeMinutes, kMinutesInDay);
+    const CivilDate day = AddDays(date, static_cast<int32_t>(dayOffset));
+    const int64_t minuteInDay = wholeMinutes - dayOffset * kMinutesInDay;
     std::tm local{};
     local.tm_year = day.year - 1900;
     local.tm_mon = day.month - 1;
@@ -154,17 +162,15 @@ CivilDate LocalDateOf(int64_t epochMs)
 double LocalHourOf(int64_t epochMs)
 {
     const std::tm local = LocalTm(epochMs);
-    const int64_t msInSecond = epochMs - FloorDiv(epochMs, kMsPerSecond) * kMsPerSecond;
-    return local.tm_hour + local.tm_min / 60.0 + (local.tm_sec + msInSecond / 1000.0) / 3600.0;
+    return local.tm_hour + local.tm_min / 60.0 + (local.tm_sec + MsInSecond(epochMs) / 1000.0) / 3600.0;
 }
 
 std::string FormatLocalTime(int64_t epochMs)
 {
     const std::tm local = LocalTm(epochMs);
-    const int64_t msInSecond = epochMs - FloorDiv(epochMs, kMsPerSecond) * kMsPerSecond;
     char text[40];
     std::snprintf(text, sizeof(text), "%04d-%02d-%02d %02d:%02d:%02d.%03d", local.tm_year + 1900, local.tm_mon + 1,
-        local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec, static_cast<int>(msInSecond));
+        local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec, static_cast<int>(MsInSecond(epochMs)));
     return text;
 }
 
