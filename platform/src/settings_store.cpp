@@ -148,6 +148,23 @@ std::mutex& StoreMutex()
     return mutex;
 }
 
+// What a write did, read from its connection right after it ran.
+struct WriteResult {
+    int changes = 0;
+    int64_t lastRowId = 0;
+};
+
+// Runs one write statement on `table` (created on first use) under the store lock.
+std::optional<WriteResult> WriteToTable(const std::string& table, const Statement& statement)
+{
+    std::lock_guard<std::mutex> lock(StoreMutex());
+    Connection connection;
+    if (!connection.UseTable(table) || !connection.Execute(statement)) {
+        return std::nullopt;
+    }
+    return WriteResult{connection.Changes(), connection.LastRowId()};
+}
+
 struct ObserverRegistry {
     std::mutex mutex;
     std::vector<std::pair<std::string, sptr<AAFwk::IDataAbilityObserver>>> observers;
@@ -248,12 +265,8 @@ int UpdateSettings(const std::string& table, const DataSharePredicates& predicat
     if (!AppendWhere(predicates, statement)) {
         return E_ERROR;
     }
-    std::lock_guard<std::mutex> lock(StoreMutex());
-    Connection connection;
-    if (!connection.UseTable(table) || !connection.Execute(statement)) {
-        return E_ERROR;
-    }
-    return connection.Changes();
+    std::optional<WriteResult> written = WriteToTable(table, statement);
+    return written ? written->changes : E_ERROR;
 }
 
 int InsertSettings(const std::string& table, const DataShareValuesBucket& values)
@@ -273,24 +286,14 @@ int InsertSettings(const std::string& table, const DataShareValuesBucket& values
         statement.arguments.push_back(value);
     }
     statement.sql += ") VALUES (" + placeholders + ")";
-    std::lock_guard<std::mutex> lock(StoreMutex());
-    Connection connection;
-    if (!connection.UseTable(table) || !connection.Execute(statement)) {
-        return E_ERROR;
-    }
-    return static_cast<int>(connection.LastRowId());
+    std::optional<WriteResult> written = WriteToTable(table, statement);
+    return written ? static_cast<int>(written->lastRowId) : E_ERROR;
 }
 
 bool PutSetting(const std::string& table, const std::string& key, const std::string& value)
 {
-    {
-        std::lock_guard<std::mutex> lock(StoreMutex());
-        Connection connection;
-        if (!connection.UseTable(table) ||
-            !connection.Execute(
-                {"INSERT OR REPLACE INTO " + table + " (KEYWORD, VALUE) VALUES (?, ?)", {key, value}})) {
-            return false;
-        }
+    if (!WriteToTable(table, {"INSERT OR REPLACE INTO " + table + " (KEYWORD, VALUE) VALUES (?, ?)", {key, value}})) {
+        return false;
     }
     NotifySettingsChange(table, key);
     return true;
@@ -298,13 +301,8 @@ bool PutSetting(const std::string& table, const std::string& key, const std::str
 
 bool DeleteSetting(const std::string& table, const std::string& key)
 {
-    {
-        std::lock_guard<std::mutex> lock(StoreMutex());
-        Connection connection;
-        if (!connection.UseTable(table) ||
-            !connection.Execute({"DELETE FROM " + table + " WHERE KEYWORD = ?", {key}})) {
-            return false;
-        }
+    if (!WriteToTable(table, {"DELETE FROM " + table + " WHERE KEYWORD = ?", {key}})) {
+        return false;
     }
     NotifySettingsChange(table, key);
     return true;
