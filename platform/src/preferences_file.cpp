@@ -92,7 +92,6 @@ bool ParseFloat(const std::string& text, float& out)
         return false;
     }
     char* end = nullptr;
-    errno = 0;
     float parsed = strtof(text.c_str(), &end);
     if (end != text.c_str() + text.size()) {
         return false;
