@@ -13,11 +13,11 @@
 
 namespace OHOS::DevStandbyMgr {
 
-// The standby host emulator: owns the handler every strategy runs on and routes messages to the
-// one registered strategy. Process-wide singleton.
 // Returned by the lifecycle and dump calls when no strategy is registered.
 constexpr ErrCode ERR_STRATEGY_NOT_REGISTERED = -1;
 
+// The standby host emulator: owns the handler every strategy runs on and routes messages to the
+// one registered strategy. Process-wide singleton.
 class StandbyServiceImpl {
 public:
     static std::shared_ptr<StandbyServiceImpl> GetInstance();

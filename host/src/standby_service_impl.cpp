@@ -95,6 +95,8 @@ void StandbyServiceImpl::SetMessageObserver(std::function<void(const StandbyMess
 
 void StandbyServiceImpl::Reset()
 {
+    // Released after unlocking: destroying them may run code (a handler task, a strategy's teardown)
+    // that calls back into the host.
     std::shared_ptr<AppExecFwk::EventHandler> handler;
     std::shared_ptr<IBaseStrategy> strategy;
     {
