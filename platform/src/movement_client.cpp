@@ -28,6 +28,14 @@ MovementDataUtils::TypeValue ToTypeValue(MotionState state)
     }
 }
 
+// Matches the subscription of exactly this type, event and callback.
+auto Matching(int32_t type, int32_t event, const sptr<IMovementCallback>& callback)
+{
+    return [type, event, &callback](const auto& subscription) {
+        return subscription.type == type && subscription.event == event && subscription.callback == callback;
+    };
+}
+
 } // namespace
 
 MovementClient& MovementClient::GetInstance()
@@ -86,8 +94,7 @@ int32_t MovementClient::SubscribeCallback(
     }
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        auto same = std::find_if(subscriptions_.begin(), subscriptions_.end(),
-            [&](const Subscription& s) { return s.type == type && s.event == event && s.callback == callback; });
+        auto same = std::find_if(subscriptions_.begin(), subscriptions_.end(), Matching(type, event, callback));
         if (same != subscriptions_.end()) {
             return kMovementOk;
         }
@@ -116,8 +123,7 @@ int32_t MovementClient::UnsubscribeCallback(int32_t type, int32_t event, const s
         return kMovementServiceRefused;
     }
     std::lock_guard<std::mutex> lock(mutex_);
-    auto it = std::find_if(subscriptions_.begin(), subscriptions_.end(),
-        [&](const Subscription& s) { return s.type == type && s.event == event && s.callback == callback; });
+    auto it = std::find_if(subscriptions_.begin(), subscriptions_.end(), Matching(type, event, callback));
     if (it == subscriptions_.end()) {
         return kMovementNotSubscribed;
     }
