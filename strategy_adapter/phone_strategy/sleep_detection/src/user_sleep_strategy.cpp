@@ -1,6 +1,5 @@
 #include "user_sleep_strategy.h"
 
-#include <ctime>
 #include <map>
 
 #include "common_event_manager.h"
@@ -563,15 +562,7 @@ void UserSleepStrategy::SendUserNotCareChargeSleepCommonEvent(bool isSleep, int6
 
 int64_t UserSleepStrategy::GetDayDelayedDur(int64_t now)
 {
-    time_t nowSeconds = static_cast<time_t>(now / 1000);
-    struct tm local {};
-    localtime_r(&nowSeconds, &local);
-    local.tm_hour = kDayClockHour;
-    local.tm_min = kDayClockMinute;
-    local.tm_sec = 0;
-    local.tm_isdst = -1; // 07:15 may lie on the other side of a daylight-saving change
-    int64_t dayClockMs = static_cast<int64_t>(mktime(&local)) * 1000;
-    int64_t delay = dayClockMs - now;
+    int64_t delay = TimeProviderExt::GetAlarmClcokTimestamp(now, 0, kDayClockHour, kDayClockMinute) - now;
     if (delay < 0) {
         delay += kDayMs;
     }
