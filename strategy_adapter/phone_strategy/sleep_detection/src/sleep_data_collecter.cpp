@@ -11,7 +11,6 @@
 #include "standby_service_impl.h"
 #include "string_utils.h"
 #include "time_provider_ext.h"
-#include "uri.h"
 #include "want.h"
 
 namespace OHOS::DevStandbyMgr {
@@ -46,8 +45,6 @@ constexpr float PROXIMITY_STATE_UNDECIDED = -1.0F;
 
 constexpr int32_t SETTINGS_DATA_SA_ID = 1914;
 const std::string NEAREST_ALARM_KEY = "nearestAlarmingTime";
-const std::string NEAREST_ALARM_URI =
-    "datashare:///com.ohos.settingsdata/entry/settingsdata/SETTINGSDATA?Proxy=true&key=nearestAlarmingTime";
 const std::string RUNNING_LOCK_NAME = "SleepDataCollectRunningLock";
 const int32_t SENSOR_IDS_TO_FIND[] = {SENSOR_TYPE_ID_PROXIMITY, SENSOR_TYPE_ID_AMBIENT_LIGHT};
 
@@ -487,9 +484,8 @@ void SleepDataCollecter::UpdateDarkDurPara(float light, float proximity, bool re
 int64_t SleepDataCollecter::GetNextAlarmClockTriggerTime()
 {
     StandbyDataShareHelper helper(SETTINGS_DATA_SA_ID);
-    Uri uri(NEAREST_ALARM_URI);
     std::string value;
-    if (helper.Query(uri, NEAREST_ALARM_KEY, value) != ERR_OK) {
+    if (helper.GetStringValue(NEAREST_ALARM_KEY, value) != ERR_OK) {
         STANDBYSERVICE_LOGE("query nearest alarm clock failed");
         return -1;
     }
