@@ -9,13 +9,24 @@ function(sleep_apply_options target)
   endif()
 endfunction()
 
-# sleep_library(<name> <dir> [DEPS ...]): a static library from every source of <dir>/src,
-# exporting <dir>/include so its headers are included by bare file name.
+# sleep_library(<name> <dir> [GROUPS ...] [DEPS ...]): a static library from every source of
+# <dir>/src, exporting <dir>/include so its headers are included by bare file name. With GROUPS,
+# the sources and headers sit in <dir>/<group>/src and <dir>/<group>/include instead.
 function(sleep_library name dir)
-  cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS "${dir}/src/*.cpp")
+  cmake_parse_arguments(ARG "" "" "GROUPS;DEPS" ${ARGN})
+  set(roots "${dir}")
+  if(ARG_GROUPS)
+    list(TRANSFORM ARG_GROUPS PREPEND "${dir}/" OUTPUT_VARIABLE roots)
+  endif()
+  set(sources "")
+  set(includes "")
+  foreach(root IN LISTS roots)
+    file(GLOB root_sources CONFIGURE_DEPENDS "${root}/src/*.cpp")
+    list(APPEND sources ${root_sources})
+    list(APPEND includes "${root}/include")
+  endforeach()
   add_library(${name} STATIC ${sources})
-  target_include_directories(${name} PUBLIC "${dir}/include")
+  target_include_directories(${name} PUBLIC ${includes})
   target_link_libraries(${name} PUBLIC ${ARG_DEPS})
   sleep_apply_options(${name})
   if(SLEEP_SANITIZE)
