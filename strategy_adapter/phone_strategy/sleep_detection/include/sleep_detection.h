@@ -11,6 +11,7 @@
 
 #include "event_handler.h"
 #include "sleep_data_record.h"
+#include "sleep_log.h"
 #include "sleep_table.h"
 #include "want.h"
 
@@ -176,7 +177,7 @@ private:
 
     std::shared_ptr<SleepDetection> LockSelf();
     void PostSelfTask(void (SleepDetection::*method)(), const std::string& name, int64_t delayMs);
-    void ReadyForTrainCheck();
+    void ReadyForTrainCheck(SleepLogSite site);
     void TrainIfReady();
     void StartTrainingThread();
     void ResetNightState();
