@@ -374,16 +374,6 @@ INSTANTIATE_TEST_SUITE_P(Reasons, StopTest,
         StopCase{"DumpExit", [](StrategyTest& t) { t.SleepDump("exit"); }, -10, 0, "hidumper command", false}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(StrategyTest, DeepAndLightSleepExcludeEachOther)
-{
-    StartNight(true);
-    const int64_t lightAt = Now();
-    LightAsleep();
-    Asleep(kWakeup);
-    EXPECT_EQ(published_, (Events{{kDeepAction, true, kWakeup}, {kDeepAction, false, lightAt}, {kLightAction, true, -2},
-                              {kLightAction, false, -2}, {kDeepAction, true, kWakeup}}));
-}
-
 TEST_F(StrategyTest, SleepStatesEndWhenAVerdictArrivesInDayTime)
 {
     StartNight();
@@ -398,20 +388,25 @@ TEST_F(StrategyTest, SleepStatesEndWhenAVerdictArrivesInDayTime)
     EXPECT_TRUE(log_.HasText("stop user deep slp because of SleepDetection"));
 }
 
+// The dump's "into" starts deep sleep only off the charger, the not-care-charge state either way;
+// "exit" ends both.
 TEST_F(StrategyTest, ChargingBlocksDeepSleepButNotTheNotCareChargeState)
 {
-    Start();
-    SetCharging(true);
-    ScreenOff();
-    EXPECT_EQ(SleepDump("into"), "\n\n=================UserSleepStrategy=========================\nstart slp\n");
-    EXPECT_EQ(published_, (Events{{kNotCareAction, true, -1}}));
-    EXPECT_EQ(std::make_pair(Param(kNotCareParam), Param(kDeepParam)),
-        std::make_pair(std::string("sleep"), std::string("<unset>")));
-    EXPECT_TRUE(Pref(SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI));
-    SleepDump("exit");
-    EXPECT_EQ(published_.back(), (Published{kNotCareAction, false, -1}));
-    EXPECT_EQ(Param(kNotCareParam), "unsleep");
-    EXPECT_FALSE(Pref(SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI));
+    for (bool charging : {true, false}) {
+        StartNight();
+        SetCharging(charging);
+        published_.clear();
+        EXPECT_EQ(SleepDump("into"), "\n\n=================UserSleepStrategy=========================\nstart slp\n");
+        EXPECT_EQ(published_, (charging ? Events{{kNotCareAction, true, -1}}
+                                        : Events{{kDeepAction, true, -1}, {kNotCareAction, true, -1}}));
+        EXPECT_EQ(Param(kNotCareParam), "sleep");
+        EXPECT_EQ(Param(kDeepParam), charging ? "<unset>" : "sleep");
+        EXPECT_TRUE(Pref(SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI));
+        SleepDump("exit");
+        EXPECT_EQ(published_.back(), (Published{kNotCareAction, false, -1}));
+        EXPECT_EQ(Param(kNotCareParam), "unsleep");
+        EXPECT_FALSE(Pref(SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI));
+    }
 }
 
 // A deep sleep that nothing else ends is ended at the next 07:15 on the local wall clock, spread by
@@ -790,17 +785,6 @@ INSTANTIATE_TEST_SUITE_P(Commands, DumpAnswerTest,
         DumpCase{"PredictOther", TestWords({"--Predict", "now"}), kHeader},
         DumpCase{"Unknown", TestWords({"--Bogus", "x"}), kHeader}),
     [](const auto& info) { return std::string(std::get<0>(info.param)); });
-
-TEST_F(StrategyTest, DumpSleepIntoAndExitDriveTheDeepSleepState)
-{
-    StartNight();
-    SleepDump("into");
-    EXPECT_EQ(published_, (Events{{kDeepAction, true, -1}, {kNotCareAction, true, -1}}));
-    SleepDump("exit");
-    EXPECT_EQ(published_.size(), 4u);
-    EXPECT_TRUE(log_.HasText("stop user deep slp because of hidumper command"));
-    EXPECT_EQ(PowerStates().back(), (std::pair<int32_t, int32_t>{100, -10}));
-}
 
 TEST_F(StrategyTest, DumpSetModeSwitchesTheEngineTestMode)
 {
