@@ -860,7 +860,7 @@ void SleepDetection::ExecuteTrain()
     mLastTrainTime = Now();
 }
 
-void SleepDetection::StartTrainingThread()
+void SleepDetection::StartTrainingThread(SleepLogSite site)
 {
     g_liveTrainingThreads.fetch_add(1);
     try {
@@ -872,7 +872,7 @@ void SleepDetection::StartTrainingThread()
             OnTrainingThreadEnd();
         }).detach();
     } catch (const std::system_error& error) {
-        STANDBYSERVICE_LOGE("failed to create train thread: %{public}s", error.what());
+        STANDBYSERVICE_LOGE_AT(site, "failed to create train thread: %{public}s", error.what());
         std::abort();
     }
 }
