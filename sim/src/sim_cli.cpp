@@ -164,7 +164,7 @@ int RunSleepsimCli(const std::vector<std::string>& args, std::ostream& out, std:
         err << "sleepsim: " << result.error << "\n";
         return EXIT_RUN_FAILED;
     }
-    out << "\n" << FormatSummaryTable(result.nights);
+    out << "\n" << FormatSummaryTable(result.nights) << "\n" << FormatMetricsSummary(result.metrics);
     PrintDumps(result, out);
     return EXIT_RUN_OK;
 }
