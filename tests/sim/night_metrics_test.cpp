@@ -10,6 +10,7 @@
 #include "night_metrics.h"
 #include "night_summary.h"
 #include "scoped_time_zone.h"
+#include "sim_cli.h"
 #include "time_spans.h"
 #include "trace_generator.h"
 
@@ -277,6 +278,16 @@ TEST(MergeMetricsTest, ShardsMergeIntoExactlyTheUnshardedMetrics)
     EXPECT_EQ(MetricsToJson(MergeMetrics({oneShard})), whole);
     EXPECT_EQ(oneShard.summary.persons.size(), 4U);
     EXPECT_EQ(oneShard.summary.persons[3].name, "p004");
+}
+
+TEST(MetricsDocumentationTest, HelpAndFileNameEveryScore)
+{
+    ScopedTimeZone zone("UTC0");
+    const std::string json = MetricsToJson(GeneratedPerson("p001", 1));
+    for (const ScoreField& field : ScoreFields()) {
+        EXPECT_NE(SleepsimUsage().find(field.name), std::string::npos) << field.name;
+        EXPECT_NE(json.find("\"" + std::string(field.name) + "\""), std::string::npos) << field.name;
+    }
 }
 
 TEST(MetricsFromJsonTest, NamesTheBadFieldAndLeavesTheMetricsUnchanged)
