@@ -18,6 +18,7 @@
 #include "sleep_detection.h"
 #include "standby_host_globals.h"
 #include "standby_service_impl.h"
+#include "storage_sync.h"
 #include "timeline.h"
 #include "trace_generator.h"
 #include "user_sleep_strategy.h"
@@ -44,6 +45,26 @@ constexpr auto kProgressEvery = std::chrono::seconds(1);
 TimelineLine WantJson(const std::optional<AAFwk::Want>& want)
 {
     return want ? TimelineLine::parse(want->ToJson()) : TimelineLine(nullptr);
+}
+
+bool IsSleepStateMessage(int32_t id)
+{
+    return id >= TRAINING_FINISHED_MESSAGE && id <= TRAINING_FINISHED_MESSAGE + 3;
+}
+
+// The timeline lines the summaries read, kept in memory while the whole timeline goes to its file:
+// what the plug-in published, the host's training and sleep-state messages (2001 to 2004), the
+// truth, parameter changes and the deep-sleep statistics that carry stop reasons.
+bool IsKeptLine(const TimelineLine& line)
+{
+    const std::string& type = line["type"].get_ref<const std::string&>();
+    if (type == TIMELINE_HOST_MESSAGE) {
+        return IsSleepStateMessage(line["id"].get<int32_t>());
+    }
+    if (type == TIMELINE_SYSTEM_EVENT) {
+        return line["name"] == POWER_BRAIN_STATE_EVENT;
+    }
+    return type == TIMELINE_COMMON_EVENT || type == TIMELINE_TRUTH || type == TIMELINE_PARAMETER;
 }
 
 // Prints "day N of M" to the progress stream once a run has taken a few seconds.
@@ -82,13 +103,15 @@ private:
 
 class Driver {
 public:
-    Driver(const Scenario& scenario, const SimOptions& options) : scenario_(scenario), options_(options) {}
+    Driver(const Scenario& scenario, const Trace& trace, const SimOptions& options)
+        : scenario_(scenario), trace_(trace), options_(options)
+    {
+    }
 
     SimResult Run()
     {
         SimResult result;
         SetProcessTimeZone(scenario_.timeZone);
-        trace_ = GenerateTrace(scenario_);
         if (!PrepareOutput(result.error)) {
             return result;
         }
@@ -120,11 +143,17 @@ private:
             return false;
         }
         Emulator::SetDataRoot(OutPath(DATA_DIR));
+        if (!WriteTraceFile(OutPath(TRACE_FILE), scenario_, trace_) ||
+            !timeline_.StreamTo(OutPath(TIMELINE_FILE), IsKeptLine)) {
+            error = "cannot write the outputs into '" + options_.outDir + "'";
+            return false;
+        }
         return true;
     }
 
     void Install()
     {
+        Emulator::SetStorageSyncEnabled(!options_.noSync);
         clock_ = std::make_shared<Emulator::VirtualClock>(trace_.startMs);
         Emulator::InstallClock(clock_);
         Emulator::SetLogSinkFile(OutPath(LOG_FILE), LOG_DEBUG);
@@ -146,6 +175,11 @@ private:
         Emulator::SystemParameters::GetInstance().Reset();
         Emulator::SystemParameters::GetInstance().SetListener([this](const Emulator::SystemParameters::Change& change) {
             timeline_.Add(change.wallTimeMs, TIMELINE_PARAMETER, {{"key", change.key}, {"value", change.value}});
+        });
+        Emulator::SetSysEventListener([this](const Emulator::SysEventRecord& record) {
+            timeline_.Add(record.timeMs, TIMELINE_SYSTEM_EVENT,
+                {{"domain", record.domain}, {"name", record.name}, {"eventType", record.type},
+                    {"params", record.params}});
         });
         SubscribeCommonEvents();
     }
@@ -184,6 +218,8 @@ private:
         Emulator::NotificationCenter::GetInstance().Reset();
         Emulator::SimulatedPhone::GetInstance().SetEventHandler(nullptr);
         Emulator::DisableLogSink();
+        Emulator::SetSysEventListener(nullptr);
+        Emulator::SetStorageSyncEnabled(true);
     }
 
     // Runs what is due now, lets a training thread finish, and runs what it posted.
@@ -213,6 +249,7 @@ private:
             handler_->AdvanceTo(event.timeMs);
             Apply(event);
             Settle();
+            timeline_.FlushBefore(clock_->WallTimeMs());
             progress.Update(event.timeMs);
         }
         MarkTruth(nextNight, trace_.endMs);
@@ -326,35 +363,18 @@ private:
         }
     }
 
-    void AddSystemEvents()
-    {
-        for (const Emulator::SysEventRecord& record : Emulator::ReadSysEvents()) {
-            timeline_.Add(record.timeMs, TIMELINE_SYSTEM_EVENT,
-                {{"domain", record.domain}, {"name", record.name}, {"eventType", record.type},
-                    {"params", record.params}});
-        }
-    }
-
     bool WriteOutputs(SimResult& result)
     {
-        AddSystemEvents();
+        const bool timelineWritten = timeline_.FinishStream();
         const std::vector<TimelineLine> lines = timeline_.Lines();
         result.nights = SummariseNights(lines, trace_.nights);
-        std::ofstream traceOut(OutPath(TRACE_FILE), std::ios::binary | std::ios::trunc);
-        for (const NightTruth& night : trace_.nights) {
-            traceOut << NightTruthToJson(night) << '\n';
-        }
-        for (const TraceEvent& event : trace_.events) {
-            traceOut << TraceEventToJson(event) << '\n';
-        }
         std::ofstream scenarioOut(OutPath(SCENARIO_FILE), std::ios::binary | std::ios::trunc);
         scenarioOut << ScenarioToJson(scenario_);
         std::ofstream summaryOut(OutPath(SUMMARY_FILE), std::ios::binary | std::ios::trunc);
         summaryOut << FormatSummaryTable(result.nights);
-        traceOut.flush();
         scenarioOut.flush();
         summaryOut.flush();
-        if (!WriteTimelineLines(lines, OutPath(TIMELINE_FILE)) || !traceOut || !scenarioOut || !summaryOut) {
+        if (!timelineWritten || !scenarioOut || !summaryOut) {
             result.error = "cannot write the outputs into '" + options_.outDir + "'";
             return false;
         }
@@ -362,8 +382,8 @@ private:
     }
 
     const Scenario& scenario_;
+    const Trace& trace_;
     const SimOptions& options_;
-    Trace trace_;
     Timeline timeline_;
     std::shared_ptr<Emulator::VirtualClock> clock_;
     std::shared_ptr<AppExecFwk::EventHandler> handler_;
@@ -375,9 +395,15 @@ private:
 
 } // namespace
 
+SimResult RunTrace(const Scenario& scenario, const Trace& trace, const SimOptions& options)
+{
+    return Driver(scenario, trace, options).Run();
+}
+
 SimResult RunSimulation(const Scenario& scenario, const SimOptions& options)
 {
-    return Driver(scenario, options).Run();
+    SetProcessTimeZone(scenario.timeZone);
+    return RunTrace(scenario, GenerateTrace(scenario), options);
 }
 
 } // namespace OHOS::Sim

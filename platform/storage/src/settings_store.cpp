@@ -2,13 +2,17 @@
 
 #include <algorithm>
 #include <fcntl.h>
+#include <memory>
 #include <mutex>
+#include <set>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
 #include <sqlite3.h>
 
 #include "data_root.h"
+#include "storage_sync.h"
 
 namespace OHOS::Emulator {
 namespace {
@@ -35,32 +39,66 @@ bool IsIdentifier(const std::string& name)
         name.begin(), name.end(), [](char c) { return isalnum(static_cast<unsigned char>(c)) || c == '_'; });
 }
 
-// An open connection to the store's file, closed when it goes out of scope. Every operation opens
-// its own, so the store always follows the current data root and no handle outlives a test.
+// The connection to the store's file. It is kept open between operations (an operation then
+// costs one statement, not an open and a schema read) and reopened when the data root moves, the
+// file is removed or replaced (a test empties the data root) or the disk-sync switch changes.
 class Connection {
 public:
-    Connection()
+    explicit Connection(const std::string& path) : path_(path), syncEnabled_(StorageSyncEnabled())
     {
-        std::string path = MapPhonePath(SETTINGS_DATABASE_PATH);
         std::string folder = path.substr(0, path.find_last_of('/'));
         if (!MakeDirectories(folder)) {
             return;
         }
-        int fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-        if (fd < 0) {
+        fd_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        struct stat held {};
+        if (fd_ < 0 || fstat(fd_, &held) != 0) {
             return;
         }
-        close(fd);
-        if (sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
+        device_ = held.st_dev;
+        inode_ = held.st_ino;
+        if (sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK ||
+            (!syncEnabled_ && sqlite3_exec(db_, "PRAGMA synchronous = OFF", nullptr, nullptr, nullptr) != SQLITE_OK)) {
             sqlite3_close(db_);
             db_ = nullptr;
             return;
         }
         sqlite3_busy_timeout(db_, BUSY_TIMEOUT_MS);
     }
-    ~Connection() { sqlite3_close(db_); }
+    ~Connection()
+    {
+        sqlite3_close(db_);
+        if (fd_ >= 0) {
+            close(fd_);
+        }
+    }
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
+
+    // The connection to the store file under the current data root; nullptr when it cannot be
+    // opened. REQUIRES: StoreMutex() is held for as long as the connection is used.
+    static Connection* Current()
+    {
+        static std::unique_ptr<Connection> cached;
+        std::string path = MapPhonePath(SETTINGS_DATABASE_PATH);
+        if (cached == nullptr || !cached->Follows(path)) {
+            cached.reset();
+            auto fresh = std::make_unique<Connection>(path);
+            if (fresh->db_ != nullptr) {
+                cached = std::move(fresh);
+            }
+        }
+        return cached.get();
+    }
+
+    // Whether `path` still names the file this connection holds open, with the same sync setting.
+    // The held descriptor keeps the inode alive, so an equal inode number means the same file.
+    bool Follows(const std::string& path) const
+    {
+        struct stat current {};
+        return path == path_ && syncEnabled_ == StorageSyncEnabled() && stat(path.c_str(), &current) == 0 &&
+               current.st_dev == device_ && current.st_ino == inode_;
+    }
 
     // Opens the connection's table `table`, creating it on first use.
     bool UseTable(const std::string& table)
@@ -68,8 +106,15 @@ public:
         if (db_ == nullptr || !IsIdentifier(table)) {
             return false;
         }
+        if (knownTables_.count(table) > 0) {
+            return true;
+        }
         std::string sql = "CREATE TABLE IF NOT EXISTS " + table + " (KEYWORD TEXT PRIMARY KEY NOT NULL, VALUE TEXT)";
-        return sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK;
+        if (sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
+            return false;
+        }
+        knownTables_.insert(table);
+        return true;
     }
 
     // Prepares `statement` with its arguments bound; nullptr on failure.
@@ -102,7 +147,13 @@ public:
     int64_t LastRowId() const { return sqlite3_last_insert_rowid(db_); }
 
 private:
+    std::string path_;
+    bool syncEnabled_;
+    int fd_ = -1;
+    dev_t device_ = 0;
+    ino_t inode_ = 0;
     sqlite3* db_ = nullptr;
+    std::set<std::string> knownTables_; // created or found by this connection
 };
 
 // " WHERE a = ? AND b = ?" for the predicates (empty for none); false for a bad column name.
@@ -158,11 +209,11 @@ struct WriteResult {
 std::optional<WriteResult> WriteToTable(const std::string& table, const Statement& statement)
 {
     std::lock_guard<std::mutex> lock(StoreMutex());
-    Connection connection;
-    if (!connection.UseTable(table) || !connection.Execute(statement)) {
+    Connection* connection = Connection::Current();
+    if (connection == nullptr || !connection->UseTable(table) || !connection->Execute(statement)) {
         return std::nullopt;
     }
-    return WriteResult{connection.Changes(), connection.LastRowId()};
+    return WriteResult{connection->Changes(), connection->LastRowId()};
 }
 
 struct ObserverRegistry {
@@ -232,11 +283,11 @@ std::shared_ptr<DataShareResultSet> QuerySettings(
         return nullptr;
     }
     std::lock_guard<std::mutex> lock(StoreMutex());
-    Connection connection;
-    if (!connection.UseTable(table)) {
+    Connection* connection = Connection::Current();
+    if (connection == nullptr || !connection->UseTable(table)) {
         return nullptr;
     }
-    sqlite3_stmt* stmt = connection.Prepare(statement);
+    sqlite3_stmt* stmt = connection->Prepare(statement);
     if (stmt == nullptr) {
         return nullptr;
     }
