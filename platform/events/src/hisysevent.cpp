@@ -122,10 +122,13 @@ int32_t HiSysEvent::WriteEvent(
     const std::string line = event.dump() + "\n";
 
     std::lock_guard<std::mutex> lock(Emulator::FileMutex());
-    if (!Emulator::MakeDirectories(Emulator::MapPhonePath(Emulator::kSysEventPhoneDir))) {
-        return ERR_WRITE_FAILED;
-    }
     std::ofstream file(Emulator::SysEventFilePath(), std::ios::app);
+    if (!file.is_open()) { // the first event under this data root: create the folder
+        if (!Emulator::MakeDirectories(Emulator::MapPhonePath(Emulator::kSysEventPhoneDir))) {
+            return ERR_WRITE_FAILED;
+        }
+        file.open(Emulator::SysEventFilePath(), std::ios::app);
+    }
     file << line;
     file.flush();
     if (!file) {
