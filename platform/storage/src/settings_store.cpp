@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fcntl.h>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -39,9 +40,10 @@ bool IsIdentifier(const std::string& name)
         name.begin(), name.end(), [](char c) { return isalnum(static_cast<unsigned char>(c)) || c == '_'; });
 }
 
-// The connection to the store's file. It is kept open between operations (an operation then
-// costs one statement, not an open and a schema read) and reopened when the data root moves, the
-// file is removed or replaced (a test empties the data root) or the disk-sync switch changes.
+// The connection to the store's file. It is kept open between operations, with its statements
+// prepared once (an operation then costs one statement step, not an open, a schema read and a
+// parse), and reopened when the data root moves, the file is removed or replaced (a test empties
+// the data root) or the disk-sync switch changes.
 class Connection {
 public:
     explicit Connection(const std::string& path) : path_(path), syncEnabled_(StorageSyncEnabled())
@@ -51,12 +53,9 @@ public:
             return;
         }
         fd_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-        struct stat held {};
-        if (fd_ < 0 || fstat(fd_, &held) != 0) {
+        if (fd_ < 0) {
             return;
         }
-        device_ = held.st_dev;
-        inode_ = held.st_ino;
         if (sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK ||
             (!syncEnabled_ && sqlite3_exec(db_, "PRAGMA synchronous = OFF", nullptr, nullptr, nullptr) != SQLITE_OK)) {
             sqlite3_close(db_);
@@ -67,6 +66,9 @@ public:
     }
     ~Connection()
     {
+        for (const auto& [sql, stmt] : statements_) {
+            sqlite3_finalize(stmt);
+        }
         sqlite3_close(db_);
         if (fd_ >= 0) {
             close(fd_);
@@ -92,12 +94,11 @@ public:
     }
 
     // Whether `path` still names the file this connection holds open, with the same sync setting.
-    // The held descriptor keeps the inode alive, so an equal inode number means the same file.
+    // A file removed or replaced by another has no name left (no link) while it is held open.
     bool Follows(const std::string& path) const
     {
-        struct stat current {};
-        return path == path_ && syncEnabled_ == StorageSyncEnabled() && stat(path.c_str(), &current) == 0 &&
-               current.st_dev == device_ && current.st_ino == inode_;
+        struct stat held {};
+        return path == path_ && syncEnabled_ == StorageSyncEnabled() && fstat(fd_, &held) == 0 && held.st_nlink > 0;
     }
 
     // Opens the connection's table `table`, creating it on first use.
@@ -117,14 +118,19 @@ public:
         return true;
     }
 
-    // Prepares `statement` with its arguments bound; nullptr on failure.
+    // The connection's prepared `statement` with its arguments bound, ready to step; nullptr on
+    // failure. The statement stays owned by the connection: reset it after use.
     sqlite3_stmt* Prepare(const Statement& statement)
     {
-        sqlite3_stmt* stmt = nullptr;
-        if (sqlite3_prepare_v2(db_, statement.sql.c_str(), -1, &stmt, nullptr) != SQLITE_OK) {
+        sqlite3_stmt*& stmt = statements_[statement.sql];
+        if (stmt == nullptr && sqlite3_prepare_v3(db_, statement.sql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &stmt,
+                                   nullptr) != SQLITE_OK) {
             sqlite3_finalize(stmt);
+            statements_.erase(statement.sql);
             return nullptr;
         }
+        sqlite3_reset(stmt);
+        sqlite3_clear_bindings(stmt);
         for (size_t i = 0; i < statement.arguments.size(); ++i) {
             sqlite3_bind_text(stmt, static_cast<int>(i + 1), statement.arguments[i].c_str(), -1, SQLITE_TRANSIENT);
         }
@@ -139,7 +145,7 @@ public:
             return false;
         }
         bool done = sqlite3_step(stmt) == SQLITE_DONE;
-        sqlite3_finalize(stmt);
+        sqlite3_reset(stmt);
         return done;
     }
 
@@ -150,10 +156,9 @@ private:
     std::string path_;
     bool syncEnabled_;
     int fd_ = -1;
-    dev_t device_ = 0;
-    ino_t inode_ = 0;
     sqlite3* db_ = nullptr;
-    std::set<std::string> knownTables_; // created or found by this connection
+    std::map<std::string, sqlite3_stmt*> statements_; // by SQL text
+    std::set<std::string> knownTables_;               // created or found by this connection
 };
 
 // " WHERE a = ? AND b = ?" for the predicates (empty for none); false for a bad column name.
@@ -294,7 +299,7 @@ std::shared_ptr<DataShareResultSet> QuerySettings(
     std::vector<std::string> names;
     bool ok = false;
     std::vector<DataShareResultSet::Row> rows = ReadRows(stmt, names, ok);
-    sqlite3_finalize(stmt);
+    sqlite3_reset(stmt);
     return ok ? std::make_shared<DataShareResultSet>(std::move(names), std::move(rows)) : nullptr;
 }
 
