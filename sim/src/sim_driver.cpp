@@ -47,19 +47,22 @@ TimelineLine WantJson(const std::optional<AAFwk::Want>& want)
     return want ? TimelineLine::parse(want->ToJson()) : TimelineLine(nullptr);
 }
 
-bool IsSleepStateMessage(int32_t id)
+// Host messages 2001 (training finished) to 2004: the plug-in's results as the host hears them.
+constexpr int32_t kLastResultMessage = 2004;
+
+bool IsResultMessage(int32_t id)
 {
-    return id >= TRAINING_FINISHED_MESSAGE && id <= TRAINING_FINISHED_MESSAGE + 3;
+    return id >= TRAINING_FINISHED_MESSAGE && id <= kLastResultMessage;
 }
 
 // The timeline lines the summaries read, kept in memory while the whole timeline goes to its file:
-// what the plug-in published, the host's training and sleep-state messages (2001 to 2004), the
+// what the plug-in published, the host's result messages, the
 // truth, parameter changes and the deep-sleep statistics that carry stop reasons.
 bool IsKeptLine(const TimelineLine& line)
 {
     const std::string& type = line["type"].get_ref<const std::string&>();
     if (type == TIMELINE_HOST_MESSAGE) {
-        return IsSleepStateMessage(line["id"].get<int32_t>());
+        return IsResultMessage(line["id"].get<int32_t>());
     }
     if (type == TIMELINE_SYSTEM_EVENT) {
         return line["name"] == POWER_BRAIN_STATE_EVENT;

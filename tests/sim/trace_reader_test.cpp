@@ -16,6 +16,7 @@
 #include "data_root.h"
 #include "local_calendar.h"
 #include "scenario.h"
+#include "sim_cli.h"
 #include "sim_driver.h"
 #include "trace_generator.h"
 #include "trace_reader.h"
@@ -236,6 +237,35 @@ TEST_F(TraceReaderTest, AMissingOrEmptyFileIsRefused)
     std::ofstream(empty).close();
     EXPECT_FALSE(ParseTraceFile(empty, scenario, trace, error));
     EXPECT_NE(error.find("is empty"), std::string::npos) << error;
+}
+
+TEST_F(TraceReaderTest, ReplayCommandLinesThatCannotRunAreRefusedWithTheReason)
+{
+    const std::string badTrace = TraceWithLine(2, "[]");
+    struct Case {
+        std::vector<std::string> args;
+        std::string message;
+    };
+    const std::vector<Case> cases = {
+        {{"replay"}, "'replay' needs a trace file"},
+        {{"replay", "--no-sync"}, "'replay' needs a trace file"},
+        {{"replay", badTrace, "--seed", "3"}, "replay takes the scenario from the trace"},
+        {{"replay", badTrace, "--no-sync"}, badTrace + " line 2: not a JSON object"},
+        {{"replay", folder_.Path() + "/none.jsonl"}, "cannot read the trace file"},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.args.size() > 1 ? test.args[1] : test.args[0]);
+        std::ostringstream out;
+        std::ostringstream err;
+        EXPECT_EQ(RunSleepsimCli(test.args, out, err), EXIT_BAD_INPUT);
+        EXPECT_NE(err.str().find(test.message), std::string::npos) << err.str();
+    }
+    std::ostringstream help;
+    std::ostringstream ignored;
+    ASSERT_EQ(RunSleepsimCli({"--help"}, help, ignored), EXIT_RUN_OK);
+    for (const char* word : {"--no-sync", "replay TRACE.jsonl"}) {
+        EXPECT_NE(help.str().find(word), std::string::npos) << word;
+    }
 }
 
 } // namespace
