@@ -56,8 +56,8 @@ bool IsResultMessage(int32_t id)
 }
 
 // The timeline lines the summaries read, kept in memory while the whole timeline goes to its file:
-// what the plug-in published, the host's result messages, the
-// truth, parameter changes and the deep-sleep statistics that carry stop reasons.
+// what the plug-in published, the host's result messages, the truth, parameter changes and the
+// deep-sleep statistics that carry stop reasons.
 bool IsKeptLine(const TimelineLine& line)
 {
     const std::string& type = line["type"].get_ref<const std::string&>();
