@@ -48,6 +48,8 @@ public:
     bool FinishStream();
     // In time order: every line, or when streaming, the kept ones.
     std::vector<TimelineLine> Lines() const;
+    // Lines() without a copy: the timeline gives its lines away and is left empty.
+    std::vector<TimelineLine> TakeLines();
     // Writes Lines() to `path` (replacing it), one JSON object per line; false on an I/O error.
     bool WriteJsonLines(const std::string& path) const;
 
@@ -55,6 +57,8 @@ private:
     // Time order: the time, then system events after the others.
     using OrderKey = std::pair<int64_t, bool>;
     static OrderKey KeyOf(const TimelineLine& line);
+    // Stable: lines of equal keys keep their order.
+    static void SortByTime(std::vector<TimelineLine>& lines);
 
     void Release(TimelineLine&& line);
     bool MergeLateLines();

@@ -369,7 +369,7 @@ private:
     bool WriteOutputs(SimResult& result)
     {
         const bool timelineWritten = timeline_.FinishStream();
-        const std::vector<TimelineLine> lines = timeline_.Lines();
+        const std::vector<TimelineLine> lines = timeline_.TakeLines();
         result.nights = SummariseNights(lines, trace_.nights);
         std::ofstream scenarioOut(OutPath(SCENARIO_FILE), std::ios::binary | std::ios::trunc);
         scenarioOut << ScenarioToJson(scenario_);

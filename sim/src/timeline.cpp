@@ -12,6 +12,12 @@ Timeline::OrderKey Timeline::KeyOf(const TimelineLine& line)
     return {line["t"].get<int64_t>(), line["type"] == TIMELINE_SYSTEM_EVENT};
 }
 
+void Timeline::SortByTime(std::vector<TimelineLine>& lines)
+{
+    std::stable_sort(
+        lines.begin(), lines.end(), [](const TimelineLine& a, const TimelineLine& b) { return KeyOf(a) < KeyOf(b); });
+}
+
 bool Timeline::StreamTo(const std::string& path, KeepFilter keep)
 {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -115,8 +121,23 @@ std::vector<TimelineLine> Timeline::Lines() const
             lines.push_back(line);
         }
     }
-    std::stable_sort(
-        lines.begin(), lines.end(), [](const TimelineLine& a, const TimelineLine& b) { return KeyOf(a) < KeyOf(b); });
+    SortByTime(lines);
+    return lines;
+}
+
+std::vector<TimelineLine> Timeline::TakeLines()
+{
+    std::vector<TimelineLine> lines;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        lines = std::move(kept_);
+        kept_.clear();
+        for (auto& entry : pending_) {
+            lines.push_back(std::move(entry.second));
+        }
+        pending_.clear();
+    }
+    SortByTime(lines);
     return lines;
 }
 
