@@ -145,7 +145,8 @@ private:
             error = "cannot create the output folder '" + options_.outDir + "'";
             return false;
         }
-        Emulator::SetDataRoot(OutPath(DATA_DIR));
+        // Absolute, as the phone's paths are: the preferences service refuses relative paths.
+        Emulator::SetDataRoot(std::filesystem::absolute(OutPath(DATA_DIR)).string());
         if (!WriteTraceFile(OutPath(TRACE_FILE), scenario_, trace_) ||
             !timeline_.StreamTo(OutPath(TIMELINE_FILE), IsKeptLine)) {
             error = "cannot write the outputs into '" + options_.outDir + "'";
