@@ -18,6 +18,10 @@ struct SimOptions {
     std::vector<std::string> endDumpWords;
     // Where a progress line goes on runs that take more than a few seconds; nullptr for none.
     std::ostream* progress = nullptr;
+    // Writes the run's SQLite stores and preferences files without syncing them to disk (see
+    // Emulator::SetStorageSyncEnabled): the same files, much less waiting. For population runs
+    // whose data folders are not kept for their durability.
+    bool noSync = false;
 };
 
 struct DumpAnswer {
@@ -50,6 +54,11 @@ inline const std::string DATA_DIR = "data";
 // requests and writes the timeline, trace, scenario, summary, metrics and log into outDir.
 // Uses the process-wide platform singletons: run one simulation per process.
 SimResult RunSimulation(const Scenario& scenario, const SimOptions& options);
+
+// The same with a trace already built (generated, or read back by ParseTraceFile): what
+// RunSimulation does after GenerateTrace. The timeline is written to its file during the run; only
+// the lines the summaries need stay in memory.
+SimResult RunTrace(const Scenario& scenario, const Trace& trace, const SimOptions& options);
 
 } // namespace OHOS::Sim
 

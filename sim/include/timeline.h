@@ -2,8 +2,12 @@
 #define SIM_INCLUDE_TIMELINE_H
 
 #include <cstdint>
+#include <fstream>
+#include <functional>
+#include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -20,20 +24,53 @@ inline const std::string TIMELINE_SYSTEM_EVENT = "system_event"; // statistics e
 inline const std::string TIMELINE_TRUTH = "truth";               // the person fell asleep or woke up
 inline const std::string TIMELINE_DUMP = "dump";                 // dump words and the plug-in's answer
 
-// What happened, with its virtual time, collected during a run and written as JSON Lines:
-// {"t": epoch ms, "time": "local time", "type": "...", ...fields}. Entries keep time order; entries
-// with equal times keep the order in which they were added. Add may be called from any thread.
+// What happened, with its virtual time, written as JSON Lines:
+// {"t": epoch ms, "time": "local time", "type": "...", ...fields}. Entries keep time order; of
+// entries with equal times the system events come last, and otherwise the order in which they were
+// added is kept. Add may be called from any thread.
+//
+// By default every line is held in memory. StreamTo writes the lines to a file during the run
+// instead: lines wait in a small time-ordered buffer until FlushBefore says that the run's clock
+// has passed them, and only the lines a caller asks to keep stay in memory. A line that arrives
+// for a time already flushed (the wall clock was set back) is held apart and merged into its place
+// when the stream is finished, so the file stays in time order.
 class Timeline {
 public:
+    using KeepFilter = std::function<bool(const TimelineLine&)>;
+
+    // Starts writing to `path` (replacing it); only lines for which `keep` is true stay in memory
+    // for Lines(). False when the file cannot be created.
+    bool StreamTo(const std::string& path, KeepFilter keep);
     void Add(int64_t timeMs, const std::string& type, const TimelineLine& fields);
-    // Every line in time order.
+    // No line for a time before `timeMs` is expected any more: writes out the buffered ones.
+    void FlushBefore(int64_t timeMs);
+    // Writes what is left and closes the stream; false on an I/O error at any point of the stream.
+    bool FinishStream();
+    // In time order: every line, or when streaming, the kept ones.
     std::vector<TimelineLine> Lines() const;
-    // Writes the lines to `path` (replacing it), one JSON object per line; false on an I/O error.
+    // Lines() without a copy: the timeline gives its lines away and is left empty.
+    std::vector<TimelineLine> TakeLines();
+    // Writes Lines() to `path` (replacing it), one JSON object per line; false on an I/O error.
     bool WriteJsonLines(const std::string& path) const;
 
 private:
+    // Time order: the time, then system events after the others.
+    using OrderKey = std::pair<int64_t, bool>;
+    static OrderKey KeyOf(const TimelineLine& line);
+    // Stable: lines of equal keys keep their order.
+    static void SortByTime(std::vector<TimelineLine>& lines);
+
+    void Release(TimelineLine&& line);
+    bool MergeLateLines();
+
     mutable std::mutex mutex_;
-    std::vector<TimelineLine> lines_;
+    std::multimap<OrderKey, TimelineLine> pending_; // equal keys keep their order of insertion
+    std::vector<TimelineLine> kept_;
+    int64_t horizon_ = INT64_MIN; // every line before it has been released
+    std::vector<std::pair<OrderKey, std::string>> late_;
+    std::string path_;
+    std::ofstream out_;
+    KeepFilter keep_;
 };
 
 // Writes `lines` to `path` (replacing it), one JSON object per line; false on an I/O error.

@@ -63,12 +63,26 @@ struct Trace {
     std::vector<NightTruth> nights;
 };
 
-// Stable lower-case name of a kind, e.g. "screen_on".
+struct Scenario;
+
+// Stable lower-case name of a kind, e.g. "screen_on"; "unknown" for a value outside the enum.
 const char* TraceKindName(TraceKind kind);
-// One event as a JSON object line (no newline): {"t":..,"time":"..","kind":"..",...}.
+// One event as a JSON object line (no newline): {"t":..,"time":"..","kind":"..",...}. Light and
+// proximity carry "value" (a decimal), battery level and call state "value" (an integer), the next
+// alarm "value" and "alarm" (local time), notifications "pkg"; any other kind carries its non-zero
+// "value" (decimal) and "number" (integer) and its non-empty "text".
 std::string TraceEventToJson(const TraceEvent& event);
-// One night's truth as a JSON object line.
+// One night's truth as a JSON object line: local times for reading, "ms" with the same instants
+// in epoch ms for replaying.
 std::string NightTruthToJson(const NightTruth& night);
+
+// Version of the trace file format, in the "trace" field of its first line.
+constexpr int32_t TRACE_FORMAT_VERSION = 1;
+// The first line of a trace file: {"trace":1,"startMs":..,"endMs":..,"scenario":{...}}.
+std::string TraceHeaderToJson(const Scenario& scenario, const Trace& trace);
+// Writes a replayable trace file: the header, one line per night, one line per event.
+// False on an I/O error.
+bool WriteTraceFile(const std::string& path, const Scenario& scenario, const Trace& trace);
 
 } // namespace OHOS::Sim
 

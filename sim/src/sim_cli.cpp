@@ -4,6 +4,7 @@
 
 #include "scenario.h"
 #include "sim_driver.h"
+#include "trace_reader.h"
 
 namespace OHOS::Sim {
 
@@ -14,6 +15,7 @@ struct CliOptions {
     bool printScenario = false;
     bool quiet = false;
     std::string scenarioPath;
+    std::string replayPath; // "sleepsim replay TRACE.jsonl": the trace to replay
     // Scenario fields set on the command line, applied after the file.
     nlohmann::ordered_json overrides = nlohmann::ordered_json::object();
     SimOptions run; // output folder and end-of-run dump words
@@ -52,6 +54,18 @@ bool ParseArgs(const std::vector<std::string>& args, CliOptions& options, std::s
             options.quiet = true;
             continue;
         }
+        if (arg == "--no-sync") {
+            options.run.noSync = true;
+            continue;
+        }
+        if (arg == "replay" && options.scenarioPath.empty() && options.replayPath.empty()) {
+            if (i + 1 >= args.size() || args[i + 1].empty() || args[i + 1][0] == '-') {
+                error = "'replay' needs a trace file, e.g. sleepsim replay sleepsim-out/trace.jsonl";
+                return false;
+            }
+            options.replayPath = args[++i];
+            continue;
+        }
         if (!arg.empty() && arg[0] != '-' && options.scenarioPath.empty()) {
             options.scenarioPath = arg; // "sleepsim my-person.json"
             continue;
@@ -74,6 +88,16 @@ bool ParseArgs(const std::vector<std::string>& args, CliOptions& options, std::s
         } else {
             options.overrides[arg.substr(2)] = ValueAsJson(value);
         }
+    }
+    return true;
+}
+
+// A replay takes its scenario from the trace: scenario files and fields do not apply.
+bool CheckReplayArgs(const CliOptions& options, std::string& error)
+{
+    if (!options.replayPath.empty() && (!options.scenarioPath.empty() || !options.overrides.empty())) {
+        error = "replay takes the scenario from the trace; a scenario file, --seed or --days cannot be given";
+        return false;
     }
     return true;
 }
@@ -127,6 +151,7 @@ std::string MetricsHelp()
 std::string SleepsimUsage()
 {
     return "Usage: sleepsim [options] [SCENARIO.json] [dump WORDS...]\n"
+           "       sleepsim replay TRACE.jsonl [--out DIR] [--no-sync] [-q] [dump WORDS...]\n"
            "\n"
            "Simulates a person and their phone over days and nights on virtual time and runs the sleep\n"
            "detection plug-in through it. Same scenario and seed give byte-identical outputs.\n"
@@ -141,9 +166,15 @@ std::string SleepsimUsage()
            "      --days N         overrides the scenario's number of days\n"
            "      --print-scenario prints the effective scenario as JSON and exits\n"
            "  -q, --quiet          no progress line\n"
+           "      --no-sync        writes the SQLite stores and preferences files without syncing them\n"
+           "                       to disk (PRAGMA synchronous=OFF, no fsync): same outputs, much\n"
+           "                       faster; a crash of the machine may lose the data folder's last writes\n"
            "  -h, --help           this text\n"
            "  dump WORDS...        passes the words to the plug-in's dump command at the end of the run\n"
            "                       and prints its answer, e.g. sleepsim dump -D --strategy\n"
+           "  replay TRACE.jsonl   replays the trace.jsonl of an earlier run (its scenario included)\n"
+           "                       instead of generating one: the outputs are byte-identical to that\n"
+           "                       run's; a bad line is named with its line number and nothing runs\n"
            "\n"
            "Exit codes: 0 done, 1 the run failed, 2 bad argument or scenario (nothing run).\n"
            "\n" +
@@ -167,7 +198,12 @@ int RunSleepsimCli(const std::vector<std::string>& args, std::ostream& out, std:
         return EXIT_RUN_OK;
     }
     Scenario scenario;
-    if (!BuildScenario(options, scenario, error)) {
+    Trace trace;
+    const bool replay = !options.replayPath.empty();
+    const bool built =
+        CheckReplayArgs(options, error) &&
+        (replay ? ParseTraceFile(options.replayPath, scenario, trace, error) : BuildScenario(options, scenario, error));
+    if (!built) {
         err << "sleepsim: " << error << "\n";
         return EXIT_BAD_INPUT;
     }
@@ -178,7 +214,7 @@ int RunSleepsimCli(const std::vector<std::string>& args, std::ostream& out, std:
     out << "sleepsim: " << scenario.days << " days from " << FormatCivilDate(scenario.startDate) << " ("
         << scenario.timeZone << "), seed " << scenario.seed << ", output in " << options.run.outDir << "\n";
     options.run.progress = options.quiet ? nullptr : &err;
-    const SimResult result = RunSimulation(scenario, options.run);
+    const SimResult result = replay ? RunTrace(scenario, trace, options.run) : RunSimulation(scenario, options.run);
     if (!result.ok) {
         err << "sleepsim: " << result.error << "\n";
         return EXIT_RUN_FAILED;

@@ -21,6 +21,7 @@
 #include "sleep_detection.h"
 #include "standby_host_globals.h"
 #include "standby_service_impl.h"
+#include "storage_sync.h"
 #include "timeline.h"
 #include "trace_generator.h"
 #include "user_sleep_strategy.h"
@@ -48,6 +49,29 @@ constexpr auto kProgressEvery = std::chrono::seconds(1);
 TimelineLine WantJson(const std::optional<AAFwk::Want>& want)
 {
     return want ? TimelineLine::parse(want->ToJson()) : TimelineLine(nullptr);
+}
+
+// Host messages 2001 (training finished) to 2004: the plug-in's results as the host hears them.
+constexpr int32_t kLastResultMessage = 2004;
+
+bool IsResultMessage(int32_t id)
+{
+    return id >= TRAINING_FINISHED_MESSAGE && id <= kLastResultMessage;
+}
+
+// The timeline lines the summaries read, kept in memory while the whole timeline goes to its file:
+// what the plug-in published, the host's result messages, the truth, parameter changes and the
+// deep-sleep statistics that carry stop reasons.
+bool IsKeptLine(const TimelineLine& line)
+{
+    const std::string& type = line["type"].get_ref<const std::string&>();
+    if (type == TIMELINE_HOST_MESSAGE) {
+        return IsResultMessage(line["id"].get<int32_t>());
+    }
+    if (type == TIMELINE_SYSTEM_EVENT) {
+        return line["name"] == POWER_BRAIN_STATE_EVENT;
+    }
+    return type == TIMELINE_COMMON_EVENT || type == TIMELINE_TRUTH || type == TIMELINE_PARAMETER;
 }
 
 // Prints "day N of M" to the progress stream once a run has taken a few seconds.
@@ -86,13 +110,15 @@ private:
 
 class Driver {
 public:
-    Driver(const Scenario& scenario, const SimOptions& options) : scenario_(scenario), options_(options) {}
+    Driver(const Scenario& scenario, const Trace& trace, const SimOptions& options)
+        : scenario_(scenario), trace_(trace), options_(options)
+    {
+    }
 
     SimResult Run()
     {
         SimResult result;
         SetProcessTimeZone(scenario_.timeZone);
-        trace_ = GenerateTrace(scenario_);
         if (!PrepareOutput(result.error)) {
             return result;
         }
@@ -124,12 +150,19 @@ private:
             error = "cannot create the output folder '" + options_.outDir + "'";
             return false;
         }
-        Emulator::SetDataRoot(OutPath(DATA_DIR));
+        // Absolute, as the phone's paths are: the preferences service refuses relative paths.
+        Emulator::SetDataRoot(std::filesystem::absolute(OutPath(DATA_DIR)).string());
+        if (!WriteTraceFile(OutPath(TRACE_FILE), scenario_, trace_) ||
+            !timeline_.StreamTo(OutPath(TIMELINE_FILE), IsKeptLine)) {
+            error = "cannot write the outputs into '" + options_.outDir + "'";
+            return false;
+        }
         return true;
     }
 
     void Install()
     {
+        Emulator::SetStorageSyncEnabled(!options_.noSync);
         clock_ = std::make_shared<Emulator::VirtualClock>(trace_.startMs);
         Emulator::InstallClock(clock_);
         Emulator::SetLogSinkFile(OutPath(LOG_FILE), LOG_DEBUG);
@@ -151,6 +184,11 @@ private:
         Emulator::SystemParameters::GetInstance().Reset();
         Emulator::SystemParameters::GetInstance().SetListener([this](const Emulator::SystemParameters::Change& change) {
             timeline_.Add(change.wallTimeMs, TIMELINE_PARAMETER, {{"key", change.key}, {"value", change.value}});
+        });
+        Emulator::SetSysEventListener([this](const Emulator::SysEventRecord& record) {
+            timeline_.Add(record.timeMs, TIMELINE_SYSTEM_EVENT,
+                {{"domain", record.domain}, {"name", record.name}, {"eventType", record.type},
+                    {"params", record.params}});
         });
         SubscribeCommonEvents();
     }
@@ -189,6 +227,8 @@ private:
         Emulator::NotificationCenter::GetInstance().Reset();
         Emulator::SimulatedPhone::GetInstance().SetEventHandler(nullptr);
         Emulator::DisableLogSink();
+        Emulator::SetSysEventListener(nullptr);
+        Emulator::SetStorageSyncEnabled(true);
     }
 
     // Runs what is due now, lets a training thread finish, and runs what it posted.
@@ -219,6 +259,7 @@ private:
             handler_->AdvanceTo(event.timeMs);
             Apply(event);
             Settle();
+            timeline_.FlushBefore(clock_->WallTimeMs());
             progress.Update(event.timeMs);
         }
         MarkTruth(nextNight, trace_.endMs);
@@ -366,37 +407,19 @@ private:
         }
     }
 
-    void AddSystemEvents()
-    {
-        for (const Emulator::SysEventRecord& record : Emulator::ReadSysEvents()) {
-            timeline_.Add(record.timeMs, TIMELINE_SYSTEM_EVENT,
-                {{"domain", record.domain}, {"name", record.name}, {"eventType", record.type},
-                    {"params", record.params}});
-        }
-    }
-
     bool WriteOutputs(SimResult& result)
     {
-        AddSystemEvents();
-        const std::vector<TimelineLine> lines = timeline_.Lines();
+        const bool timelineWritten = timeline_.FinishStream();
+        const std::vector<TimelineLine> lines = timeline_.TakeLines();
         result.nights = SummariseNights(lines, trace_.nights);
-        std::ofstream traceOut(OutPath(TRACE_FILE), std::ios::binary | std::ios::trunc);
-        for (const NightTruth& night : trace_.nights) {
-            traceOut << NightTruthToJson(night) << '\n';
-        }
-        for (const TraceEvent& event : trace_.events) {
-            traceOut << TraceEventToJson(event) << '\n';
-        }
         std::ofstream scenarioOut(OutPath(SCENARIO_FILE), std::ios::binary | std::ios::trunc);
         scenarioOut << ScenarioToJson(scenario_);
         result.metrics = ComputeRunMetrics(kPersonName, trace_, lines, WakeLockMsPerNight());
         std::ofstream summaryOut(OutPath(SUMMARY_FILE), std::ios::binary | std::ios::trunc);
         summaryOut << FormatSummaryTable(result.nights) << "\n" << FormatMetricsSummary(result.metrics);
-        traceOut.flush();
         scenarioOut.flush();
         summaryOut.flush();
-        if (!WriteTimelineLines(lines, OutPath(TIMELINE_FILE)) || !WriteMetrics(result.metrics) || !traceOut ||
-            !scenarioOut || !summaryOut) {
+        if (!timelineWritten || !WriteMetrics(result.metrics) || !scenarioOut || !summaryOut) {
             result.error = "cannot write the outputs into '" + options_.outDir + "'";
             return false;
         }
@@ -412,8 +435,8 @@ private:
     }
 
     const Scenario& scenario_;
+    const Trace& trace_;
     const SimOptions& options_;
-    Trace trace_;
     Timeline timeline_;
     std::shared_ptr<Emulator::VirtualClock> clock_;
     std::shared_ptr<AppExecFwk::EventHandler> handler_;
@@ -428,9 +451,15 @@ private:
 
 } // namespace
 
+SimResult RunTrace(const Scenario& scenario, const Trace& trace, const SimOptions& options)
+{
+    return Driver(scenario, trace, options).Run();
+}
+
 SimResult RunSimulation(const Scenario& scenario, const SimOptions& options)
 {
-    return Driver(scenario, options).Run();
+    SetProcessTimeZone(scenario.timeZone);
+    return RunTrace(scenario, GenerateTrace(scenario), options);
 }
 
 } // namespace OHOS::Sim

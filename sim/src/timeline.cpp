@@ -1,11 +1,31 @@
 #include "timeline.h"
 
 #include <algorithm>
-#include <fstream>
+#include <cstdio>
 
 #include "local_calendar.h"
 
 namespace OHOS::Sim {
+
+Timeline::OrderKey Timeline::KeyOf(const TimelineLine& line)
+{
+    return {line["t"].get<int64_t>(), line["type"] == TIMELINE_SYSTEM_EVENT};
+}
+
+void Timeline::SortByTime(std::vector<TimelineLine>& lines)
+{
+    std::stable_sort(
+        lines.begin(), lines.end(), [](const TimelineLine& a, const TimelineLine& b) { return KeyOf(a) < KeyOf(b); });
+}
+
+bool Timeline::StreamTo(const std::string& path, KeepFilter keep)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    path_ = path;
+    keep_ = std::move(keep);
+    out_.open(path, std::ios::binary | std::ios::trunc);
+    return out_.is_open();
+}
 
 void Timeline::Add(int64_t timeMs, const std::string& type, const TimelineLine& fields)
 {
@@ -13,8 +33,82 @@ void Timeline::Add(int64_t timeMs, const std::string& type, const TimelineLine& 
     for (auto it = fields.begin(); it != fields.end(); ++it) {
         line[it.key()] = it.value();
     }
+    const OrderKey key = KeyOf(line);
     std::lock_guard<std::mutex> lock(mutex_);
-    lines_.push_back(std::move(line));
+    if (timeMs >= horizon_) {
+        pending_.emplace(key, std::move(line));
+        return;
+    }
+    if (out_.is_open()) {
+        late_.emplace_back(key, line.dump());
+    }
+    if (!keep_ || keep_(line)) {
+        kept_.push_back(std::move(line));
+    }
+}
+
+void Timeline::FlushBefore(int64_t timeMs)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    horizon_ = std::max(horizon_, timeMs);
+    auto it = pending_.begin();
+    for (; it != pending_.end() && it->first.first < horizon_; ++it) {
+        Release(std::move(it->second));
+    }
+    pending_.erase(pending_.begin(), it);
+}
+
+void Timeline::Release(TimelineLine&& line)
+{
+    if (out_.is_open()) {
+        out_ << line.dump() << '\n';
+    }
+    if (!keep_ || keep_(line)) {
+        kept_.push_back(std::move(line));
+    }
+}
+
+bool Timeline::FinishStream()
+{
+    FlushBefore(INT64_MAX);
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (auto& entry : pending_) { // lines at the very end of time
+        Release(std::move(entry.second));
+    }
+    pending_.clear();
+    out_.flush();
+    bool ok = static_cast<bool>(out_);
+    out_.close();
+    return ok && MergeLateLines();
+}
+
+// Rewrites the file with the late lines in their places. A late line goes after the written lines
+// of the same order key: they were added before it.
+bool Timeline::MergeLateLines()
+{
+    if (late_.empty()) {
+        return true;
+    }
+    std::stable_sort(late_.begin(), late_.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    const std::string mergedPath = path_ + ".merging";
+    std::ifstream written(path_, std::ios::binary);
+    std::ofstream merged(mergedPath, std::ios::binary | std::ios::trunc);
+    auto late = late_.begin();
+    std::string text;
+    while (std::getline(written, text)) {
+        const OrderKey key = KeyOf(TimelineLine::parse(text));
+        for (; late != late_.end() && late->first < key; ++late) {
+            merged << late->second << '\n';
+        }
+        merged << text << '\n';
+    }
+    for (; late != late_.end(); ++late) {
+        merged << late->second << '\n';
+    }
+    merged.flush();
+    const bool ok = !written.bad() && static_cast<bool>(merged);
+    late_.clear();
+    return ok && std::rename(mergedPath.c_str(), path_.c_str()) == 0;
 }
 
 std::vector<TimelineLine> Timeline::Lines() const
@@ -22,10 +116,28 @@ std::vector<TimelineLine> Timeline::Lines() const
     std::vector<TimelineLine> lines;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        lines = lines_;
+        lines = kept_;
+        for (const auto& [key, line] : pending_) {
+            lines.push_back(line);
+        }
     }
-    std::stable_sort(lines.begin(), lines.end(),
-        [](const TimelineLine& a, const TimelineLine& b) { return a["t"].get<int64_t>() < b["t"].get<int64_t>(); });
+    SortByTime(lines);
+    return lines;
+}
+
+std::vector<TimelineLine> Timeline::TakeLines()
+{
+    std::vector<TimelineLine> lines;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        lines = std::move(kept_);
+        kept_.clear();
+        for (auto& entry : pending_) {
+            lines.push_back(std::move(entry.second));
+        }
+        pending_.clear();
+    }
+    SortByTime(lines);
     return lines;
 }
 

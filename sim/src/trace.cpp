@@ -1,8 +1,11 @@
 #include "trace.h"
 
 #include <algorithm>
+#include <fstream>
 
 #include <nlohmann/json.hpp>
+
+#include "scenario.h"
 
 namespace OHOS::Sim {
 
@@ -12,6 +15,18 @@ using Json = nlohmann::ordered_json;
 Json SpanJson(const TimeSpan& span)
 {
     return Json{{"begin", FormatLocalTime(span.beginMs)}, {"end", FormatLocalTime(span.endMs)}};
+}
+
+// The night's instants as epoch ms, so that a reader need not resolve local times (which repeat
+// when daylight saving ends).
+Json NightInstantsJson(const NightTruth& night)
+{
+    Json awakenings = Json::array();
+    for (const TimeSpan& span : night.awakenings) {
+        awakenings.push_back(Json::array({span.beginMs, span.endMs}));
+    }
+    return Json{{"bed", night.bedMs}, {"phoneDown", night.phoneDownMs}, {"onset", night.onsetMs},
+        {"wake", night.wakeMs}, {"alarm", night.alarmMs}, {"awakenings", awakenings}};
 }
 } // namespace
 
@@ -89,6 +104,16 @@ std::string TraceEventToJson(const TraceEvent& event)
         line["pkg"] = event.text;
         break;
     default:
+        // Any other kind: the values it carries, under their own names.
+        if (event.value != 0) {
+            line["value"] = event.value;
+        }
+        if (event.number != 0) {
+            line["number"] = event.number;
+        }
+        if (!event.text.empty()) {
+            line["text"] = event.text;
+        }
         break;
     }
     return line.dump();
@@ -103,8 +128,30 @@ std::string NightTruthToJson(const NightTruth& night)
     Json line{{"night", FormatCivilDate(night.wakeDate)}, {"weekend", night.weekend},
         {"bed", FormatLocalTime(night.bedMs)}, {"phoneDown", FormatLocalTime(night.phoneDownMs)},
         {"onset", FormatLocalTime(night.onsetMs)}, {"wake", FormatLocalTime(night.wakeMs)},
-        {"alarm", night.alarmMs > 0 ? FormatLocalTime(night.alarmMs) : ""}, {"awakenings", awakenings}};
+        {"alarm", night.alarmMs > 0 ? FormatLocalTime(night.alarmMs) : ""}, {"awakenings", awakenings},
+        {"ms", NightInstantsJson(night)}};
     return line.dump();
+}
+
+std::string TraceHeaderToJson(const Scenario& scenario, const Trace& trace)
+{
+    Json line{{"trace", TRACE_FORMAT_VERSION}, {"startMs", trace.startMs}, {"endMs", trace.endMs},
+        {"scenario", Json::parse(ScenarioToJson(scenario))}};
+    return line.dump();
+}
+
+bool WriteTraceFile(const std::string& path, const Scenario& scenario, const Trace& trace)
+{
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << TraceHeaderToJson(scenario, trace) << '\n';
+    for (const NightTruth& night : trace.nights) {
+        out << NightTruthToJson(night) << '\n';
+    }
+    for (const TraceEvent& event : trace.events) {
+        out << TraceEventToJson(event) << '\n';
+    }
+    out.flush();
+    return static_cast<bool>(out);
 }
 
 } // namespace OHOS::Sim

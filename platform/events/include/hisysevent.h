@@ -2,6 +2,7 @@
 #define PLATFORM_INCLUDE_HISYSEVENT_H
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -103,6 +104,10 @@ std::vector<SysEventRecord> ReadSysEvents(const std::string& eventName);
 void ClearSysEvents();
 // While true, every HiSysEvent::Write fails with ERR_WRITE_FAILED and writes nothing.
 void SetSysEventWriteFails(bool fails);
+// Calls `listener` with every event written from now on, right after it is written, on the writing
+// thread and in writing order (writers are serialised); nullptr for none. The listener must not
+// write or read events.
+void SetSysEventListener(std::function<void(const SysEventRecord&)> listener);
 
 } // namespace OHOS::Emulator
 

@@ -17,6 +17,12 @@ constexpr char kSysEventPhoneDir[] = "/data/log/hisysevent";
 
 std::atomic<bool> g_writeFails{false};
 
+std::function<void(const SysEventRecord&)>& Listener()
+{
+    static std::function<void(const SysEventRecord&)> listener;
+    return listener;
+}
+
 std::mutex& FileMutex()
 {
     static std::mutex mutex;
@@ -76,6 +82,12 @@ void ClearSysEvents()
     std::remove(SysEventFilePath().c_str());
 }
 
+void SetSysEventListener(std::function<void(const SysEventRecord&)> listener)
+{
+    std::lock_guard<std::mutex> lock(FileMutex());
+    Listener() = std::move(listener);
+}
+
 void SetSysEventWriteFails(bool fails)
 {
     g_writeFails.store(fails);
@@ -110,13 +122,23 @@ int32_t HiSysEvent::WriteEvent(
     const std::string line = event.dump() + "\n";
 
     std::lock_guard<std::mutex> lock(Emulator::FileMutex());
-    if (!Emulator::MakeDirectories(Emulator::MapPhonePath(Emulator::kSysEventPhoneDir))) {
-        return ERR_WRITE_FAILED;
-    }
     std::ofstream file(Emulator::SysEventFilePath(), std::ios::app);
+    if (!file.is_open()) { // the first event under this data root: create the folder
+        if (!Emulator::MakeDirectories(Emulator::MapPhonePath(Emulator::kSysEventPhoneDir))) {
+            return ERR_WRITE_FAILED;
+        }
+        file.open(Emulator::SysEventFilePath(), std::ios::app);
+    }
     file << line;
     file.flush();
-    return file ? SUCCESS : ERR_WRITE_FAILED;
+    if (!file) {
+        return ERR_WRITE_FAILED;
+    }
+    if (Emulator::Listener()) {
+        Emulator::Listener()(Emulator::SysEventRecord{
+            event["time"].get<int64_t>(), domain, eventName, static_cast<int32_t>(type), params});
+    }
+    return SUCCESS;
 }
 
 } // namespace OHOS::HiviewDFX

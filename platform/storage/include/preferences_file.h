@@ -9,7 +9,8 @@
 // The on-disk form of a preferences file: XML, one element per key named after the value's type,
 //   <preferences version="1"><long key="k" value="42"/><string key="s" value="text"/></preferences>
 // Writes are atomic and durable: a temporary file beside the target is written, synced, renamed
-// over the target, and the folder is synced, so a crash leaves either the old or the new file.
+// over the target, and the folder is synced, so a crash leaves either the old or the new file
+// (the syncs are skipped while Emulator::SetStorageSyncEnabled(false) is in effect).
 namespace OHOS::NativePreferences {
 
 using PreferencesValue = std::variant<int32_t, int64_t, float, bool, std::string>;

@@ -13,6 +13,7 @@
 #include <pugixml.hpp>
 
 #include "data_root.h"
+#include "storage_sync.h"
 
 namespace OHOS::NativePreferences {
 namespace {
@@ -213,6 +214,9 @@ bool SyncFolder(const std::string& folder)
     if (NextStepFails()) {
         return false;
     }
+    if (!Emulator::StorageSyncEnabled()) {
+        return true;
+    }
     int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0) {
         return false;
@@ -235,7 +239,7 @@ bool WriteTemporaryFile(const std::string& path, const std::string& content, std
         return false;
     }
     tempPath = pattern;
-    bool written = WriteBlocks(fd, content) && !NextStepFails() && fsync(fd) == 0;
+    bool written = WriteBlocks(fd, content) && !NextStepFails() && (!Emulator::StorageSyncEnabled() || fsync(fd) == 0);
     bool closed = !NextStepFails() && close(fd) == 0;
     if (!closed) {
         close(fd);

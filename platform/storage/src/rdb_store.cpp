@@ -14,6 +14,7 @@
 
 #include "data_root.h"
 #include "rdb_faults.h"
+#include "storage_sync.h"
 
 namespace OHOS::NativeRdb {
 namespace {
@@ -419,8 +420,9 @@ int RdbStore::Impl::ApplyWriterSettings(const RdbStoreConfig& config)
     if (error == E_OK) {
         error = RunInternal(writer, "PRAGMA journal_size_limit = " + std::to_string(config.GetJournalSize()));
     }
-    if (error == E_OK && !config.GetSyncMode().empty()) {
-        error = RunInternal(writer, "PRAGMA synchronous = " + config.GetSyncMode());
+    const std::string syncMode = Emulator::StorageSyncEnabled() ? config.GetSyncMode() : "OFF";
+    if (error == E_OK && !syncMode.empty()) {
+        error = RunInternal(writer, "PRAGMA synchronous = " + syncMode);
     }
     return error;
 }

@@ -2,13 +2,18 @@
 
 #include <algorithm>
 #include <fcntl.h>
+#include <map>
+#include <memory>
 #include <mutex>
+#include <set>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
 #include <sqlite3.h>
 
 #include "data_root.h"
+#include "storage_sync.h"
 
 namespace OHOS::Emulator {
 namespace {
@@ -35,32 +40,66 @@ bool IsIdentifier(const std::string& name)
         name.begin(), name.end(), [](char c) { return isalnum(static_cast<unsigned char>(c)) || c == '_'; });
 }
 
-// An open connection to the store's file, closed when it goes out of scope. Every operation opens
-// its own, so the store always follows the current data root and no handle outlives a test.
+// The connection to the store's file. It is kept open between operations, with its statements
+// prepared once (an operation then costs one statement step, not an open, a schema read and a
+// parse), and reopened when the data root moves, the file is removed or replaced (a test empties
+// the data root) or the disk-sync switch changes.
 class Connection {
 public:
-    Connection()
+    explicit Connection(const std::string& path) : path_(path), syncEnabled_(StorageSyncEnabled())
     {
-        std::string path = MapPhonePath(SETTINGS_DATABASE_PATH);
         std::string folder = path.substr(0, path.find_last_of('/'));
         if (!MakeDirectories(folder)) {
             return;
         }
-        int fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-        if (fd < 0) {
+        fd_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        if (fd_ < 0) {
             return;
         }
-        close(fd);
-        if (sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
+        if (sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK ||
+            (!syncEnabled_ && sqlite3_exec(db_, "PRAGMA synchronous = OFF", nullptr, nullptr, nullptr) != SQLITE_OK)) {
             sqlite3_close(db_);
             db_ = nullptr;
             return;
         }
         sqlite3_busy_timeout(db_, BUSY_TIMEOUT_MS);
     }
-    ~Connection() { sqlite3_close(db_); }
+    ~Connection()
+    {
+        for (const auto& [sql, stmt] : statements_) {
+            sqlite3_finalize(stmt);
+        }
+        sqlite3_close(db_);
+        if (fd_ >= 0) {
+            close(fd_);
+        }
+    }
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
+
+    // The connection to the store file under the current data root; nullptr when it cannot be
+    // opened. REQUIRES: StoreMutex() is held for as long as the connection is used.
+    static Connection* Current()
+    {
+        static std::unique_ptr<Connection> cached;
+        std::string path = MapPhonePath(SETTINGS_DATABASE_PATH);
+        if (cached == nullptr || !cached->Follows(path)) {
+            cached.reset();
+            auto fresh = std::make_unique<Connection>(path);
+            if (fresh->db_ != nullptr) {
+                cached = std::move(fresh);
+            }
+        }
+        return cached.get();
+    }
+
+    // Whether `path` still names the file this connection holds open, with the same sync setting.
+    // A file removed or replaced by another has no name left (no link) while it is held open.
+    bool Follows(const std::string& path) const
+    {
+        struct stat held {};
+        return path == path_ && syncEnabled_ == StorageSyncEnabled() && fstat(fd_, &held) == 0 && held.st_nlink > 0;
+    }
 
     // Opens the connection's table `table`, creating it on first use.
     bool UseTable(const std::string& table)
@@ -68,18 +107,30 @@ public:
         if (db_ == nullptr || !IsIdentifier(table)) {
             return false;
         }
+        if (knownTables_.count(table) > 0) {
+            return true;
+        }
         std::string sql = "CREATE TABLE IF NOT EXISTS " + table + " (KEYWORD TEXT PRIMARY KEY NOT NULL, VALUE TEXT)";
-        return sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK;
+        if (sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
+            return false;
+        }
+        knownTables_.insert(table);
+        return true;
     }
 
-    // Prepares `statement` with its arguments bound; nullptr on failure.
+    // The connection's prepared `statement` with its arguments bound, ready to step; nullptr on
+    // failure. The statement stays owned by the connection: reset it after use.
     sqlite3_stmt* Prepare(const Statement& statement)
     {
-        sqlite3_stmt* stmt = nullptr;
-        if (sqlite3_prepare_v2(db_, statement.sql.c_str(), -1, &stmt, nullptr) != SQLITE_OK) {
+        sqlite3_stmt*& stmt = statements_[statement.sql];
+        if (stmt == nullptr && sqlite3_prepare_v3(db_, statement.sql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &stmt,
+                                   nullptr) != SQLITE_OK) {
             sqlite3_finalize(stmt);
+            statements_.erase(statement.sql);
             return nullptr;
         }
+        sqlite3_reset(stmt);
+        sqlite3_clear_bindings(stmt);
         for (size_t i = 0; i < statement.arguments.size(); ++i) {
             sqlite3_bind_text(stmt, static_cast<int>(i + 1), statement.arguments[i].c_str(), -1, SQLITE_TRANSIENT);
         }
@@ -94,7 +145,7 @@ public:
             return false;
         }
         bool done = sqlite3_step(stmt) == SQLITE_DONE;
-        sqlite3_finalize(stmt);
+        sqlite3_reset(stmt);
         return done;
     }
 
@@ -102,7 +153,12 @@ public:
     int64_t LastRowId() const { return sqlite3_last_insert_rowid(db_); }
 
 private:
+    std::string path_;
+    bool syncEnabled_;
+    int fd_ = -1;
     sqlite3* db_ = nullptr;
+    std::map<std::string, sqlite3_stmt*> statements_; // by SQL text
+    std::set<std::string> knownTables_;               // created or found by this connection
 };
 
 // " WHERE a = ? AND b = ?" for the predicates (empty for none); false for a bad column name.
@@ -158,11 +214,11 @@ struct WriteResult {
 std::optional<WriteResult> WriteToTable(const std::string& table, const Statement& statement)
 {
     std::lock_guard<std::mutex> lock(StoreMutex());
-    Connection connection;
-    if (!connection.UseTable(table) || !connection.Execute(statement)) {
+    Connection* connection = Connection::Current();
+    if (connection == nullptr || !connection->UseTable(table) || !connection->Execute(statement)) {
         return std::nullopt;
     }
-    return WriteResult{connection.Changes(), connection.LastRowId()};
+    return WriteResult{connection->Changes(), connection->LastRowId()};
 }
 
 struct ObserverRegistry {
@@ -232,18 +288,18 @@ std::shared_ptr<DataShareResultSet> QuerySettings(
         return nullptr;
     }
     std::lock_guard<std::mutex> lock(StoreMutex());
-    Connection connection;
-    if (!connection.UseTable(table)) {
+    Connection* connection = Connection::Current();
+    if (connection == nullptr || !connection->UseTable(table)) {
         return nullptr;
     }
-    sqlite3_stmt* stmt = connection.Prepare(statement);
+    sqlite3_stmt* stmt = connection->Prepare(statement);
     if (stmt == nullptr) {
         return nullptr;
     }
     std::vector<std::string> names;
     bool ok = false;
     std::vector<DataShareResultSet::Row> rows = ReadRows(stmt, names, ok);
-    sqlite3_finalize(stmt);
+    sqlite3_reset(stmt);
     return ok ? std::make_shared<DataShareResultSet>(std::move(names), std::move(rows)) : nullptr;
 }
 

@@ -1,0 +1,131 @@
+// The streamed timeline: whatever the order lines arrive in, the file holds them exactly as the
+// fully sorted timeline would, and only the kept lines stay in memory.
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "data_root.h"
+#include "local_calendar.h"
+#include "sim_random.h"
+#include "timeline.h"
+
+namespace OHOS::Sim {
+namespace {
+
+// One step of a run as the driver drives a timeline: a line added, or the clock passing a time.
+struct Step {
+    bool flush = false;
+    int64_t timeMs = 0;
+    std::string type;
+};
+
+std::string ReadFile(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::string Joined(const std::vector<TimelineLine>& lines)
+{
+    std::string text;
+    for (const TimelineLine& line : lines) {
+        text += line.dump() + "\n";
+    }
+    return text;
+}
+
+// A run of `count` lines around a clock that moves forward, adds lines ahead of itself (truth
+// markers), writes system events at its own time and, with `setBack`, is set back once.
+std::vector<Step> RandomRun(uint64_t seed, int32_t count, bool setBack)
+{
+    SimRandom random(seed);
+    const std::vector<std::string> types = {
+        TIMELINE_HOST_MESSAGE, TIMELINE_SYSTEM_EVENT, TIMELINE_TRUTH, TIMELINE_COMMON_EVENT};
+    std::vector<Step> steps;
+    int64_t now = 1000;
+    for (int32_t i = 0; i < count; ++i) {
+        const std::string& type = types[static_cast<size_t>(random.UniformInt(0, 3))];
+        const int64_t ahead = type == TIMELINE_TRUTH ? random.UniformInt(0, 50) : 0;
+        steps.push_back({false, now + ahead, type});
+        if (random.Chance(0.3)) {
+            now += random.UniformInt(0, 3);
+            steps.push_back({true, now, ""});
+        }
+        if (setBack && i == count / 2) {
+            now -= 40; // the wall clock is set back: lines for times already written follow
+        }
+    }
+    return steps;
+}
+
+class TimelineStreamTest : public testing::TestWithParam<std::pair<uint64_t, bool>> {
+protected:
+    void SetUp() override { SetProcessTimeZone("UTC0"); }
+    Emulator::ScopedDataRoot folder_;
+};
+
+TEST_P(TimelineStreamTest, StreamedFileEqualsTheSortedTimelineAndKeepsOnlyFilteredLines)
+{
+    const auto [seed, setBack] = GetParam();
+    const std::string path = folder_.Path() + "/timeline.jsonl";
+    Timeline streamed;
+    auto isTruth = [](const TimelineLine& line) { return line["type"] == TIMELINE_TRUTH; };
+    ASSERT_TRUE(streamed.StreamTo(path, isTruth));
+    Timeline held;
+    int32_t number = 0;
+    for (const Step& step : RandomRun(seed, 400, setBack)) {
+        if (step.flush) {
+            streamed.FlushBefore(step.timeMs);
+            continue;
+        }
+        streamed.Add(step.timeMs, step.type, {{"n", number}});
+        held.Add(step.timeMs, step.type, {{"n", number}});
+        ++number;
+    }
+    ASSERT_TRUE(streamed.FinishStream());
+    const std::vector<TimelineLine> sorted = held.Lines();
+    EXPECT_EQ(ReadFile(path), Joined(sorted));
+    std::vector<TimelineLine> truths;
+    for (const TimelineLine& line : sorted) {
+        if (isTruth(line)) {
+            truths.push_back(line);
+        }
+    }
+    EXPECT_EQ(Joined(streamed.Lines()), Joined(truths));
+    EXPECT_EQ(Joined(streamed.TakeLines()), Joined(truths));
+    EXPECT_TRUE(streamed.Lines().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Runs, TimelineStreamTest,
+    testing::Values(std::make_pair(1ULL, false), std::make_pair(2ULL, false), std::make_pair(3ULL, true),
+        std::make_pair(4ULL, true)));
+
+TEST(TimelineOrderTest, SystemEventsFollowTheOtherLinesOfTheirTime)
+{
+    SetProcessTimeZone("UTC0");
+    Timeline timeline;
+    timeline.Add(5, TIMELINE_SYSTEM_EVENT, {{"n", 1}});
+    timeline.Add(5, TIMELINE_HOST_MESSAGE, {{"n", 2}});
+    timeline.Add(4, TIMELINE_SYSTEM_EVENT, {{"n", 3}});
+    timeline.Add(5, TIMELINE_COMMON_EVENT, {{"n", 4}});
+    std::vector<int32_t> order;
+    for (const TimelineLine& line : timeline.Lines()) {
+        order.push_back(line["n"].get<int32_t>());
+    }
+    EXPECT_EQ(order, (std::vector<int32_t>{3, 2, 4, 1}));
+}
+
+TEST(TimelineOrderTest, AStreamThatCannotBeCreatedIsReported)
+{
+    Emulator::ScopedDataRoot folder;
+    Timeline timeline;
+    EXPECT_FALSE(timeline.StreamTo(folder.Path() + "/missing/timeline.jsonl", nullptr));
+}
+
+} // namespace
+} // namespace OHOS::Sim

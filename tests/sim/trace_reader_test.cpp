@@ -1,0 +1,272 @@
+// Writing a trace and reading it back: a replay reproduces the run that wrote the trace byte for
+// byte, every event kind survives the round trip, and a bad line is named by its number.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "data_root.h"
+#include "local_calendar.h"
+#include "scenario.h"
+#include "sim_cli.h"
+#include "sim_driver.h"
+#include "trace_generator.h"
+#include "trace_reader.h"
+
+namespace OHOS::Sim {
+namespace {
+
+Scenario ShortScenario()
+{
+    Scenario scenario = DefaultScenario();
+    scenario.days = 8;
+    scenario.seed = 5;
+    return scenario;
+}
+
+// Runs `run` in a child process (the platform's singletons are per process); true when it succeeded.
+bool RunInChild(const std::function<bool()>& run)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(run() ? 0 : 1);
+    }
+    int status = 0;
+    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+SimOptions OptionsFor(const std::string& outDir, bool noSync)
+{
+    SimOptions options;
+    options.outDir = outDir;
+    options.endDumpWords = {"-D", "--strategy"};
+    options.noSync = noSync;
+    return options;
+}
+
+std::string ReadFile(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+bool EndsWith(const std::string& text, const std::string& end)
+{
+    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+// Every regular file below `folder` by its relative path, with its bytes; not SQLite's write-ahead
+// log and its index, which carry random salts (the database files themselves are compared).
+std::map<std::string, std::string> ReadTree(const std::string& folder)
+{
+    std::map<std::string, std::string> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        const std::string name = entry.path().string();
+        if (entry.is_regular_file() && !EndsWith(name, "-wal") && !EndsWith(name, "-shm")) {
+            files[std::filesystem::relative(entry.path(), folder).string()] = ReadFile(name);
+        }
+    }
+    return files;
+}
+
+void ExpectSameTrees(const std::string& expected, const std::string& actual)
+{
+    const auto want = ReadTree(expected);
+    const auto got = ReadTree(actual);
+    ASSERT_FALSE(want.empty());
+    ASSERT_EQ(want.size(), got.size());
+    for (const auto& [name, bytes] : want) {
+        SCOPED_TRACE(name);
+        ASSERT_EQ(got.count(name), 1U);
+        EXPECT_TRUE(got.at(name) == bytes) << "differs from the first run";
+    }
+}
+
+std::vector<std::string> SplitLines(const std::string& text)
+{
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+class TraceReaderTest : public testing::Test {
+protected:
+    void SetUp() override { SetProcessTimeZone(ShortScenario().timeZone); }
+
+    // A trace file for ShortScenario with line `number` (1-based) replaced by `text`.
+    std::string TraceWithLine(size_t number, const std::string& text)
+    {
+        const Scenario scenario = ShortScenario();
+        SetProcessTimeZone(scenario.timeZone);
+        const std::string path = folder_.Path() + "/trace.jsonl";
+        EXPECT_TRUE(WriteTraceFile(path, scenario, GenerateTrace(scenario)));
+        std::vector<std::string> lines = SplitLines(ReadFile(path));
+        lines.at(number - 1) = text;
+        std::ofstream out(path, std::ios::binary | std::ios::trunc);
+        for (const std::string& line : lines) {
+            out << line << '\n';
+        }
+        return path;
+    }
+
+    Emulator::ScopedDataRoot folder_;
+};
+
+TEST_F(TraceReaderTest, ReplayingTheTraceReproducesEveryOutputAndSkippingDiskSyncsChangesNone)
+{
+    const std::string first = folder_.Path() + "/first";
+    const std::string unsynced = folder_.Path() + "/unsynced";
+    const std::string replayed = folder_.Path() + "/replayed";
+    ASSERT_TRUE(RunInChild([&] { return RunSimulation(ShortScenario(), OptionsFor(first, false)).ok; }));
+    ASSERT_TRUE(RunInChild([&] { return RunSimulation(ShortScenario(), OptionsFor(unsynced, true)).ok; }));
+    ASSERT_TRUE(RunInChild([&] {
+        Scenario scenario;
+        Trace trace;
+        std::string error;
+        return ParseTraceFile(first + "/" + TRACE_FILE, scenario, trace, error) &&
+               RunTrace(scenario, trace, OptionsFor(replayed, false)).ok;
+    }));
+    ExpectSameTrees(first, replayed);
+    ExpectSameTrees(first, unsynced);
+}
+
+TEST_F(TraceReaderTest, EveryEventKindAndItsValuesSurviveTheRoundTrip)
+{
+    Scenario scenario = ShortScenario();
+    Trace written;
+    written.startMs = 1000;
+    written.endMs = 1000 + kMsPerDay;
+    for (int32_t value = 0; std::string(TraceKindName(static_cast<TraceKind>(value))) != "unknown"; ++value) {
+        TraceEvent event;
+        event.timeMs = written.startMs + value * kMsPerMinute;
+        event.kind = static_cast<TraceKind>(value);
+        event.value = 12.5;
+        event.number = 4;
+        event.text = "com.example.app";
+        written.events.push_back(event);
+    }
+    NightTruth night;
+    night.wakeDate = CivilDate{2026, 3, 29}; // the night daylight saving starts
+    night.weekend = true;
+    night.bedMs = 2000;
+    night.phoneDownMs = 3000;
+    night.onsetMs = 4000;
+    night.wakeMs = 9000;
+    night.awakenings = {{5000, 6000}, {7000, 8000}};
+    written.nights.push_back(night);
+    const std::string path = folder_.Path() + "/kinds.jsonl";
+    ASSERT_TRUE(WriteTraceFile(path, scenario, written));
+
+    Scenario readScenario;
+    Trace read;
+    std::string error;
+    ASSERT_TRUE(ParseTraceFile(path, readScenario, read, error)) << error;
+    EXPECT_EQ(ScenarioToJson(readScenario), ScenarioToJson(scenario));
+    EXPECT_EQ(read.startMs, written.startMs);
+    EXPECT_EQ(read.endMs, written.endMs);
+    ASSERT_EQ(read.events.size(), written.events.size());
+    for (size_t i = 0; i < read.events.size(); ++i) {
+        // Reading back and writing again gives the same line: nothing the line carries is lost.
+        EXPECT_EQ(TraceEventToJson(read.events[i]), TraceEventToJson(written.events[i]));
+    }
+    ASSERT_EQ(read.nights.size(), 1U);
+    EXPECT_EQ(NightTruthToJson(read.nights[0]), NightTruthToJson(night));
+}
+
+TEST_F(TraceReaderTest, ABadLineIsNamedByItsNumberAndNothingIsRead)
+{
+    struct Case {
+        size_t line;
+        std::string text;
+        std::string why;
+    };
+    const std::vector<Case> cases = {
+        {1, R"({"night":"2026-01-06"})", "line 1: the first line must be the trace header"},
+        {1, R"({"trace":2,"startMs":0,"endMs":1,"scenario":{}})", "line 1: unsupported trace format 2"},
+        {1, R"({"trace":1,"startMs":5,"endMs":1,"scenario":{}})", "line 1: \"endMs\" is before \"startMs\""},
+        {1, R"({"trace":1,"startMs":0,"endMs":1,"scenario":{"days":-3}})", "line 1: scenario: "},
+        {2, "not json", "line 2: not a JSON object"},
+        {2, R"({"night":"2026-02-30","weekend":false})", "line 2: \"night\" must be a date"},
+        {3, R"({"night":"2026-01-07","weekend":false})",
+            "line 3: \"ms\" (the night's instants in epoch ms) is missing"},
+        {4, R"({"night":"2026-01-08","weekend":false,"ms":{"bed":1,"phoneDown":2,"onset":3,"wake":4,"alarm":-1,"awakenings":[[1]]}})",
+            "line 4: \"ms.awakenings\" must be a list"},
+        {20, R"({"t":1767650000000,"kind":"teleport"})", "line 20: unknown event kind \"teleport\""},
+        {21, R"({"t":1,"kind":"screen_on"})", "line 21: \"t\" 1 is out of order"},
+        {22, R"({"t":"soon","kind":"screen_on"})", "line 22: \"t\" must be an integer"},
+        {23, R"({"what":"else"})", "line 23: neither a night (\"night\") nor an event (\"kind\")"},
+        {24, R"({"night":"2026-01-06","weekend":false})", "line 24: a night after the events"},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.text);
+        const std::string path = TraceWithLine(test.line, test.text);
+        Scenario scenario = DefaultScenario();
+        scenario.seed = 99;
+        Trace trace;
+        trace.startMs = 42;
+        std::string error;
+        EXPECT_FALSE(ParseTraceFile(path, scenario, trace, error));
+        EXPECT_NE(error.find(path + " " + test.why), std::string::npos) << error;
+        EXPECT_EQ(scenario.seed, 99U);
+        EXPECT_EQ(trace.startMs, 42);
+        EXPECT_TRUE(trace.events.empty());
+    }
+}
+
+TEST_F(TraceReaderTest, AMissingOrEmptyFileIsRefused)
+{
+    Scenario scenario;
+    Trace trace;
+    std::string error;
+    EXPECT_FALSE(ParseTraceFile(folder_.Path() + "/none.jsonl", scenario, trace, error));
+    EXPECT_NE(error.find("cannot read the trace file"), std::string::npos) << error;
+    const std::string empty = folder_.Path() + "/empty.jsonl";
+    std::ofstream(empty).close();
+    EXPECT_FALSE(ParseTraceFile(empty, scenario, trace, error));
+    EXPECT_NE(error.find("is empty"), std::string::npos) << error;
+}
+
+TEST_F(TraceReaderTest, ReplayCommandLinesThatCannotRunAreRefusedWithTheReason)
+{
+    const std::string badTrace = TraceWithLine(2, "[]");
+    struct Case {
+        std::vector<std::string> args;
+        std::string message;
+    };
+    const std::vector<Case> cases = {
+        {{"replay"}, "'replay' needs a trace file"},
+        {{"replay", "--no-sync"}, "'replay' needs a trace file"},
+        {{"replay", badTrace, "--seed", "3"}, "replay takes the scenario from the trace"},
+        {{"replay", badTrace, "--no-sync"}, badTrace + " line 2: not a JSON object"},
+        {{"replay", folder_.Path() + "/none.jsonl"}, "cannot read the trace file"},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.args.size() > 1 ? test.args[1] : test.args[0]);
+        std::ostringstream out;
+        std::ostringstream err;
+        EXPECT_EQ(RunSleepsimCli(test.args, out, err), EXIT_BAD_INPUT);
+        EXPECT_NE(err.str().find(test.message), std::string::npos) << err.str();
+    }
+    std::ostringstream help;
+    std::ostringstream ignored;
+    ASSERT_EQ(RunSleepsimCli({"--help"}, help, ignored), EXIT_RUN_OK);
+    for (const char* word : {"--no-sync", "replay TRACE.jsonl"}) {
+        EXPECT_NE(help.str().find(word), std::string::npos) << word;
+    }
+}
+
+} // namespace
+} // namespace OHOS::Sim
