@@ -17,6 +17,9 @@ struct BuiltinScenario {
 
 const std::vector<BuiltinScenario>& BuiltinScenarios();
 
+// Each built-in scenario's name and description, for --help.
+std::string BuiltinScenarioHelp();
+
 // Applies the built-in scenario `name` on top of `scenario`; false with a message listing the
 // known names when there is no such scenario.
 bool ApplyBuiltinScenario(const std::string& name, Scenario& scenario, std::string& error);

@@ -1,6 +1,7 @@
 #include "builtin_scenarios.h"
 
 #include <algorithm>
+#include <sstream>
 
 namespace OHOS::Sim {
 
@@ -9,7 +10,8 @@ const std::vector<BuiltinScenario>& BuiltinScenarios()
     static const std::vector<BuiltinScenario> scenarios = {
         {"four-states",
             "10 nights in which the plug-in publishes each of its four sleep states: an early riser whose alarm "
-            "is set late and who reads a message on waking (light sleep once a week is learned), with a tester's "
+            "is set late and who reads a message on waking (light sleep starts once the plug-in has learned a week of "
+            "wake-up times), with a tester's "
             "dump command forcing sleep on one night (not-care-charge)",
             R"({
   "name": "four-states",
@@ -50,6 +52,26 @@ const std::vector<BuiltinScenario>& BuiltinScenarios()
 })"},
     };
     return scenarios;
+}
+
+std::string BuiltinScenarioHelp()
+{
+    constexpr size_t kWidth = 92;
+    std::string help;
+    for (const BuiltinScenario& builtin : BuiltinScenarios()) {
+        help += "  " + builtin.name + "\n";
+        std::istringstream words(builtin.description);
+        std::string line = "     ";
+        for (std::string word; words >> word;) {
+            if (line.size() + 1 + word.size() > kWidth) {
+                help += line + "\n";
+                line = "     ";
+            }
+            line += " " + word;
+        }
+        help += line + ".\n";
+    }
+    return help;
 }
 
 bool ApplyBuiltinScenario(const std::string& name, Scenario& scenario, std::string& error)
