@@ -16,9 +16,11 @@ constexpr double kPocketChance = 0.3;                     // a day session ends 
 constexpr double kGlanceChance = 0.1;                     // a day session is a glance without unlocking
 constexpr double kAnswerChance = 0.8;                     // a day call is answered
 constexpr double kNightAnswerChance = 0.5;
-constexpr double kRecordedUnlockEndMin = 6 * 60; // recorded night unlocks count until 06:00
+constexpr int64_t kRunTailMs = 10 * kMsPerMinute; // after the last morning use, when it ends past noon
+constexpr double kRecordedUnlockEndMin = 6 * 60;  // recorded night unlocks count until 06:00
 constexpr double kShortestUnlockMin = 0.2;
 constexpr double kLongestUnlockMin = 30;
+constexpr int64_t kUnlockDelayMs = 5 * kMsPerSecond;   // from picking the phone up to unlocking it
 constexpr int64_t kUnlockSpacingMs = 7 * kMsPerMinute; // leaves room for the awake time around each
 const std::array<const char*, 4> kPackages = {
     "com.example.chat", "com.example.mail", "com.example.news", "com.example.shop"};
@@ -35,7 +37,6 @@ struct InBed {
 };
 
 struct NightStart {
-    CivilDate morning; // the day after the evening the night starts on
     bool weekend = false;
     int64_t bedMs = 0;
     InBed inBed;
@@ -55,15 +56,14 @@ public:
         for (int32_t n = 0; n < scenario_.days; ++n) {
             const CivilDate evening = AddDays(scenario_.startDate, n);
             const CivilDate morning = AddDays(evening, 1);
-            const bool weekend = WeekDay(morning) >= 6;
             const ScheduledNight* recorded = RecordedNight(morning);
+            const bool weekend = WeekDay(recorded != nullptr ? morning : UsualWakeDate(evening)) >= 6;
             if (recorded != nullptr) {
                 const InBed inBed = DrawInBed();
                 const int64_t onset = LocalTimeMs(evening, recorded->onsetMin);
                 const int64_t bed = std::max(onset - Minutes(inBed.useMin + inBed.latencyMin), cursor + kMsPerMinute);
                 PlanDay(cursor, bed, evening);
-                cursor = PlanNight(
-                    NightStart{morning, weekend, bed, inBed}, LocalTimeMs(morning, recorded->wakeMin), recorded);
+                cursor = PlanNight(NightStart{weekend, bed, inBed}, LocalTimeMs(morning, recorded->wakeMin), recorded);
                 continue;
             }
             const NightHabits& night = weekend ? habits_.weekend : habits_.weekday;
@@ -71,10 +71,10 @@ public:
             bed = std::max(bed, cursor + 10 * kMsPerMinute);
             PlanDay(cursor, bed, evening);
             const InBed inBed = DrawInBed();
-            cursor = PlanNight(NightStart{morning, weekend, bed, inBed}, HabitWake(night, evening), nullptr);
+            cursor = PlanNight(NightStart{weekend, bed, inBed}, HabitWake(night, evening), nullptr);
         }
         // A night that ends after the closing noon moves the end of the run to after the morning use.
-        plan_.endMs = std::max(plan_.endMs, cursor + kMsPerMinute);
+        plan_.endMs = std::max(plan_.endMs, cursor + kRunTailMs);
         PlanDay(cursor, plan_.endMs, AddDays(scenario_.startDate, scenario_.days));
         AssignNoticeClearTimes();
         return plan_;
@@ -215,20 +215,25 @@ private:
         return inBed;
     }
 
+    // Days from the evening a night is begun on to the day its usual wake time falls on.
+    static int32_t WakeDayOffset(const NightHabits& night)
+    {
+        return static_cast<int32_t>(std::floor((night.EveningBedtimeMin() + night.SpanMin()) / kMinutesPerDay));
+    }
+
+    // The day a weekday night begun on `evening` usually ends on: it decides weekend or weekday.
+    CivilDate UsualWakeDate(const CivilDate& evening) const { return AddDays(evening, WakeDayOffset(habits_.weekday)); }
+
     // The natural wake-up after a night begun on `evening`: the first wake time after the bedtime.
     int64_t HabitWake(const NightHabits& night, const CivilDate& evening)
     {
-        const double wakeAfterEvening = night.EveningBedtimeMin() + night.SpanMin();
-        const auto dayOffset = static_cast<int32_t>(std::floor(wakeAfterEvening / kMinutesPerDay));
-        const double wakeMin = wakeAfterEvening - dayOffset * kMinutesPerDay;
-        return LocalTimeMs(AddDays(evening, dayOffset), wakeMin + Spread(night.wakeSpreadMin));
+        return LocalTimeMs(AddDays(evening, WakeDayOffset(night)), night.wakeMin + Spread(night.wakeSpreadMin));
     }
 
     // Returns the end of the morning use of the phone, where the next day starts.
     int64_t PlanNight(const NightStart& start, int64_t wake, const ScheduledNight* recorded)
     {
         NightTruth truth;
-        truth.wakeDate = start.morning;
         truth.weekend = start.weekend;
         truth.bedMs = start.bedMs;
         truth.phoneDownMs = start.bedMs + Minutes(start.inBed.useMin);
@@ -314,7 +319,8 @@ private:
         }
         const int64_t midnight = LocalTimeMs(recorded.wakeDate, 0);
         const int64_t from = std::max(midnight + Minutes(recorded.firstUnlockMin), truth.onsetMs + kAwakeningMarginMs);
-        const int64_t to = std::min(midnight + Minutes(kRecordedUnlockEndMin), truth.wakeMs - kAwakeningMarginMs);
+        const int64_t to =
+            std::min(midnight + Minutes(kRecordedUnlockEndMin) - kUnlockDelayMs, truth.wakeMs - kAwakeningMarginMs);
         const double eachMin = std::clamp(recorded.unlockMin / recorded.unlocks, kShortestUnlockMin, kLongestUnlockMin);
         const int64_t slot = Minutes(eachMin) + kUnlockSpacingMs;
         if (to <= from) {
@@ -328,7 +334,7 @@ private:
             PhoneSession& look = awakening.session;
             look.pickupMs = from + i * step;
             look.screenOnMs = look.pickupMs + 2 * kMsPerSecond;
-            look.unlockMs = look.screenOnMs + 3 * kMsPerSecond;
+            look.unlockMs = look.pickupMs + kUnlockDelayMs;
             look.screenOffMs = look.unlockMs + Minutes(eachMin);
             look.placeAfter = RestPlace::NIGHT_SPOT;
             awakening.span = TimeSpan{look.pickupMs - 20 * kMsPerSecond, look.screenOffMs + kMsPerMinute};
