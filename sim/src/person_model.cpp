@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <map>
 
 namespace OHOS::Sim {
 
@@ -48,6 +49,9 @@ public:
     {
         plan_.startMs = LocalTimeMs(scenario.startDate, kNoonMin);
         plan_.endMs = LocalTimeMs(AddDays(scenario.startDate, scenario.days), kNoonMin);
+        for (const ScheduledNight& night : scenario.schedule) {
+            recorded_.emplace(FormatCivilDate(night.wakeDate), &night);
+        }
     }
 
     PersonPlan Run()
@@ -200,10 +204,8 @@ private:
 
     const ScheduledNight* RecordedNight(const CivilDate& wakeDate) const
     {
-        const std::string key = FormatCivilDate(wakeDate);
-        const auto found = std::find_if(scenario_.schedule.begin(), scenario_.schedule.end(),
-            [&key](const ScheduledNight& night) { return FormatCivilDate(night.wakeDate) == key; });
-        return found == scenario_.schedule.end() ? nullptr : &*found;
+        const auto found = recorded_.find(FormatCivilDate(wakeDate));
+        return found == recorded_.end() ? nullptr : found->second;
     }
 
     InBed DrawInBed()
@@ -429,6 +431,7 @@ private:
     const Scenario& scenario_;
     const Habits& habits_;
     SimRandom random_;
+    std::map<std::string, const ScheduledNight*> recorded_; // by ISO wake date
     PersonPlan plan_;
 };
 

@@ -116,7 +116,6 @@ bool PickPerson(const std::string& pick, Scenario& scenario, std::string& error)
     for (const Scenario& person : persons) {
         if (person.name == name) {
             scenario = person;
-            SetProcessTimeZone(scenario.timeZone);
             return true;
         }
     }
