@@ -10,6 +10,7 @@
 
 #include "population.h"
 #include "scenario.h"
+#include "trace_generator.h"
 
 namespace OHOS::Sim {
 namespace {
@@ -52,6 +53,39 @@ TEST(PopulationTest, PersonsAreValidScenarios)
         seeds.insert(person.seed);
     }
     EXPECT_EQ(seeds.size(), static_cast<size_t>(kPopulation));
+}
+
+// Every kind of person yields a trace that tells one story: nights in order, the screen switching
+// on and off in turn, every event inside the run.
+TEST(PopulationTest, EveryKindOfPersonGivesAConsistentTrace)
+{
+    Scenario base = DefaultScenario();
+    base.days = 12;
+    for (const Scenario& person : GeneratePopulation(base, 10)) {
+        SCOPED_TRACE(ScenarioToJson(person));
+        SetProcessTimeZone(person.timeZone);
+        const Trace trace = GenerateTrace(person);
+        ASSERT_EQ(trace.nights.size(), static_cast<size_t>(person.days));
+        for (size_t i = 0; i < trace.nights.size(); ++i) {
+            const NightTruth& night = trace.nights[i];
+            EXPECT_GE(night.wakeMs - night.onsetMs, 2 * kMsPerHour);
+            EXPECT_LE(night.wakeMs - night.bedMs, 20 * kMsPerHour);
+            if (i > 0) {
+                EXPECT_GT(night.bedMs, trace.nights[i - 1].wakeMs);
+            }
+        }
+        bool screenOn = false;
+        int64_t last = trace.startMs;
+        for (const TraceEvent& event : trace.events) {
+            ASSERT_GE(event.timeMs, last);
+            ASSERT_LT(event.timeMs, trace.endMs);
+            last = event.timeMs;
+            if (event.kind == TraceKind::SCREEN_ON || event.kind == TraceKind::SCREEN_OFF) {
+                EXPECT_NE(screenOn, event.kind == TraceKind::SCREEN_ON) << TraceEventToJson(event);
+                screenOn = event.kind == TraceKind::SCREEN_ON;
+            }
+        }
+    }
 }
 
 struct Kind {
