@@ -10,7 +10,8 @@
 namespace OHOS::Sim {
 
 // When and how regularly a person sleeps on one kind of night. Clock times are minutes after
-// midnight; a bedtime before 12:00 means after midnight, a wake time is on the following morning.
+// midnight; a bedtime before 12:00 means after midnight. The wake time is the first one after the
+// bedtime, so a night may cross noon or lie entirely in the day (16:00 to 20:13).
 struct NightHabits {
     double bedtimeMin = 0;
     double bedtimeSpreadMin = 0; // standard deviation
@@ -19,6 +20,18 @@ struct NightHabits {
 
     // Bedtime as minutes after the midnight that starts the evening (after midnight gets +1440).
     double EveningBedtimeMin() const;
+    // Minutes from bedtime to the wake time that follows it, in [0, 1440).
+    double SpanMin() const;
+};
+
+// One recorded night, followed instead of the habits on the night that ends on `wakeDate`.
+struct ScheduledNight {
+    CivilDate wakeDate;
+    double onsetMin = 0;       // fell asleep: minutes after the midnight that starts the day before wakeDate
+    double wakeMin = 0;        // woke up: minutes after the midnight that starts wakeDate (negative: before it)
+    int32_t unlocks = 0;       // phone unlocks between 00:00 and 06:00 of wakeDate, spread over the sleep
+    double unlockMin = 0;      // their total minutes
+    double firstUnlockMin = 0; // minutes after 00:00 of wakeDate of the first one
 };
 
 enum class ChargingHabit { EVENING, NIGHT, DAY };
@@ -47,6 +60,7 @@ struct Habits {
     double daySessionsPerHour = 0; // phone use sessions while awake
     double dayNotificationsPerHour = 0;
     double nightNotificationsPerHour = 0; // while asleep
+    double wakeNotificationChance = 0;    // a message arrives as the person picks up the phone on waking
     double dayCallsPerDay = 0;
     double nightCallChance = 0; // chance of an incoming call during a night's sleep
 };
@@ -66,6 +80,7 @@ struct DumpRequest {
 };
 
 struct Scenario {
+    std::string name;     // the person's id: letters, digits, '-' and '_' (used as a folder name)
     CivilDate startDate;  // the run starts at 12:00 local time on this day
     std::string timeZone; // TZ value: a zoneinfo name or a POSIX TZ string
     int32_t days = 0;
@@ -77,7 +92,11 @@ struct Scenario {
     Habits habits;
     BatteryHabits battery;
     std::vector<DumpRequest> dumps;
+    std::vector<ScheduledNight> schedule; // recorded nights, by wake date; other nights follow the habits
 };
+
+// Whether `name` is acceptable as a person's id (non-empty, at most 64 letters, digits, '-', '_').
+bool IsValidPersonName(const std::string& name);
 
 // The built-in person: a regular sleeper whose phone charges in the evening, not all night.
 Scenario DefaultScenario();

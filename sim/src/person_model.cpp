@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <map>
 
 namespace OHOS::Sim {
 
 namespace {
 
-constexpr double kLatestWakeMin = 11 * 60 + 30;
 constexpr double kWakingDayHours = 16;
 constexpr int64_t kMinSleepMs = 2 * kMsPerHour;
 constexpr int64_t kAwakeningMarginMs = 30 * kMsPerMinute; // none right after onset or before waking
@@ -17,6 +17,12 @@ constexpr double kPocketChance = 0.3;                     // a day session ends 
 constexpr double kGlanceChance = 0.1;                     // a day session is a glance without unlocking
 constexpr double kAnswerChance = 0.8;                     // a day call is answered
 constexpr double kNightAnswerChance = 0.5;
+constexpr int64_t kRunTailMs = 10 * kMsPerMinute; // after the last morning use, when it ends past noon
+constexpr double kRecordedUnlockEndMin = 6 * 60;  // recorded night unlocks count until 06:00
+constexpr double kShortestUnlockMin = 0.2;
+constexpr double kLongestUnlockMin = 30;
+constexpr int64_t kUnlockDelayMs = 5 * kMsPerSecond;   // from picking the phone up to unlocking it
+constexpr int64_t kUnlockSpacingMs = 7 * kMsPerMinute; // leaves room for the awake time around each
 const std::array<const char*, 4> kPackages = {
     "com.example.chat", "com.example.mail", "com.example.news", "com.example.shop"};
 
@@ -25,12 +31,27 @@ int64_t Minutes(double minutes)
     return static_cast<int64_t>(std::llround(minutes * kMsPerMinute));
 }
 
+// Minutes of phone use in bed and then to fall asleep.
+struct InBed {
+    double useMin = 0;
+    double latencyMin = 0;
+};
+
+struct NightStart {
+    bool weekend = false;
+    int64_t bedMs = 0;
+    InBed inBed;
+};
+
 class Planner {
 public:
     explicit Planner(const Scenario& scenario) : scenario_(scenario), habits_(scenario.habits), random_(scenario.seed)
     {
         plan_.startMs = LocalTimeMs(scenario.startDate, kNoonMin);
         plan_.endMs = LocalTimeMs(AddDays(scenario.startDate, scenario.days), kNoonMin);
+        for (const ScheduledNight& night : scenario.schedule) {
+            recorded_.emplace(FormatCivilDate(night.wakeDate), &night);
+        }
     }
 
     PersonPlan Run()
@@ -39,13 +60,25 @@ public:
         for (int32_t n = 0; n < scenario_.days; ++n) {
             const CivilDate evening = AddDays(scenario_.startDate, n);
             const CivilDate morning = AddDays(evening, 1);
-            const bool weekend = WeekDay(morning) >= 6;
+            const ScheduledNight* recorded = RecordedNight(morning);
+            const bool weekend = WeekDay(recorded != nullptr ? morning : UsualWakeDate(evening)) >= 6;
+            if (recorded != nullptr) {
+                const InBed inBed = DrawInBed();
+                const int64_t onset = LocalTimeMs(evening, recorded->onsetMin);
+                const int64_t bed = std::max(onset - Minutes(inBed.useMin + inBed.latencyMin), cursor + kMsPerMinute);
+                PlanDay(cursor, bed, evening);
+                cursor = PlanNight(NightStart{weekend, bed, inBed}, LocalTimeMs(morning, recorded->wakeMin), recorded);
+                continue;
+            }
             const NightHabits& night = weekend ? habits_.weekend : habits_.weekday;
             int64_t bed = LocalTimeMs(evening, night.EveningBedtimeMin() + Spread(night.bedtimeSpreadMin));
             bed = std::max(bed, cursor + 10 * kMsPerMinute);
             PlanDay(cursor, bed, evening);
-            cursor = PlanNight(morning, weekend, night, bed);
+            const InBed inBed = DrawInBed();
+            cursor = PlanNight(NightStart{weekend, bed, inBed}, HabitWake(night, evening), nullptr);
         }
+        // A night that ends after the closing noon moves the end of the run to after the morning use.
+        plan_.endMs = std::max(plan_.endMs, cursor + kRunTailMs);
         PlanDay(cursor, plan_.endMs, AddDays(scenario_.startDate, scenario_.days));
         AssignNoticeClearTimes();
         return plan_;
@@ -87,7 +120,11 @@ private:
             return;
         }
         if (habits_.charging != ChargingHabit::NIGHT) {
-            const int64_t begin = LocalTimeMs(date, habits_.chargeStartMin + Spread(habits_.chargeStartSpreadMin));
+            const double startMin = habits_.chargeStartMin + Spread(habits_.chargeStartSpreadMin);
+            int64_t begin = LocalTimeMs(date, startMin);
+            if (begin >= to) { // a day that ends before the charging time: the one of the day before
+                begin = LocalTimeMs(AddDays(date, -1), startMin);
+            }
             const double duration = std::max(5.0, habits_.chargeDurationMin + Spread(habits_.chargeDurationSpreadMin));
             AddCharge(std::max(begin, from), std::min(begin + Minutes(duration), to - 2 * kMsPerMinute));
         }
@@ -165,22 +202,47 @@ private:
 
     PhoneSession DayCall(int64_t ring) { return Call(ring, kAnswerChance); }
 
+    const ScheduledNight* RecordedNight(const CivilDate& wakeDate) const
+    {
+        const auto found = recorded_.find(FormatCivilDate(wakeDate));
+        return found == recorded_.end() ? nullptr : found->second;
+    }
+
+    InBed DrawInBed()
+    {
+        InBed inBed;
+        inBed.useMin = std::max(1.0, habits_.phoneInBedMin + Spread(habits_.phoneInBedSpreadMin));
+        inBed.latencyMin =
+            std::clamp(random_.Exponential(habits_.sleepLatencyMin), 1.0, 4 * habits_.sleepLatencyMin + 1);
+        return inBed;
+    }
+
+    // Days from the evening a night is begun on to the day its usual wake time falls on.
+    static int32_t WakeDayOffset(const NightHabits& night)
+    {
+        return static_cast<int32_t>(std::floor((night.EveningBedtimeMin() + night.SpanMin()) / kMinutesPerDay));
+    }
+
+    // The day a weekday night begun on `evening` usually ends on: it decides weekend or weekday.
+    CivilDate UsualWakeDate(const CivilDate& evening) const { return AddDays(evening, WakeDayOffset(habits_.weekday)); }
+
+    // The natural wake-up after a night begun on `evening`: the first wake time after the bedtime.
+    int64_t HabitWake(const NightHabits& night, const CivilDate& evening)
+    {
+        return LocalTimeMs(AddDays(evening, WakeDayOffset(night)), night.wakeMin + Spread(night.wakeSpreadMin));
+    }
+
     // Returns the end of the morning use of the phone, where the next day starts.
-    int64_t PlanNight(const CivilDate& morning, bool weekend, const NightHabits& night, int64_t bed)
+    int64_t PlanNight(const NightStart& start, int64_t wake, const ScheduledNight* recorded)
     {
         NightTruth truth;
-        truth.wakeDate = morning;
-        truth.weekend = weekend;
-        truth.bedMs = bed;
-        const double useMin = std::max(1.0, habits_.phoneInBedMin + Spread(habits_.phoneInBedSpreadMin));
-        truth.phoneDownMs = bed + Minutes(useMin);
-        const double latencyMin =
-            std::clamp(random_.Exponential(habits_.sleepLatencyMin), 1.0, 4 * habits_.sleepLatencyMin + 1);
-        truth.onsetMs = truth.phoneDownMs + Minutes(latencyMin);
+        truth.weekend = start.weekend;
+        truth.bedMs = start.bedMs;
+        truth.phoneDownMs = start.bedMs + Minutes(start.inBed.useMin);
+        truth.onsetMs = truth.phoneDownMs + Minutes(start.inBed.latencyMin);
 
-        int64_t wake = LocalTimeMs(morning, std::min(night.wakeMin + Spread(night.wakeSpreadMin), kLatestWakeMin));
-        if (!weekend && habits_.alarmOnWeekdays) {
-            const int64_t alarm = LocalTimeMs(morning, habits_.alarmMin);
+        if (recorded == nullptr && !start.weekend && habits_.alarmOnWeekdays) {
+            const int64_t alarm = LocalTimeMs(LocalDateOf(wake), habits_.alarmMin);
             if (alarm > truth.onsetMs + kMinSleepMs) {
                 truth.alarmMs = alarm;
                 plan_.alarms.push_back(alarm);
@@ -188,19 +250,20 @@ private:
             }
         }
         truth.wakeMs = std::max(wake, truth.onsetMs + kMinSleepMs);
+        truth.wakeDate = recorded != nullptr ? recorded->wakeDate : LocalDateOf(truth.wakeMs);
 
         if (habits_.charging == ChargingHabit::NIGHT) {
-            plan_.charges.push_back(TimeSpan{bed - kMsPerMinute, 0}); // ends after the morning use
+            plan_.charges.push_back(TimeSpan{start.bedMs - kMsPerMinute, 0}); // ends after the morning use
         }
         PhoneSession inBed;
-        inBed.pickupMs = bed;
-        inBed.screenOnMs = bed + 2 * kMsPerSecond;
-        inBed.unlockMs = bed + 5 * kMsPerSecond;
+        inBed.pickupMs = start.bedMs;
+        inBed.screenOnMs = start.bedMs + 2 * kMsPerSecond;
+        inBed.unlockMs = start.bedMs + 5 * kMsPerSecond;
         inBed.screenOffMs = truth.phoneDownMs;
         inBed.placeAfter = RestPlace::NIGHT_SPOT;
         plan_.sessions.push_back(inBed);
 
-        PlanAwakenings(truth);
+        PlanAwakenings(truth, recorded);
         AddNotices(truth.phoneDownMs, truth.wakeMs, habits_.nightNotificationsPerHour);
         const int64_t morningEnd = PlanMorning(truth);
         if (habits_.charging == ChargingHabit::NIGHT) {
@@ -218,7 +281,7 @@ private:
     };
 
     // Awakenings and a possible night call, with the sessions of those that reach for the phone.
-    void PlanAwakenings(NightTruth& truth)
+    void PlanAwakenings(NightTruth& truth, const ScheduledNight* recorded)
     {
         const int64_t earliest = truth.onsetMs + kAwakeningMarginMs;
         const int64_t latest = truth.wakeMs - kAwakeningMarginMs;
@@ -243,7 +306,42 @@ private:
             call.span = TimeSpan{call.session.screenOnMs, call.session.screenOffMs + Minutes(random_.Uniform(3, 10))};
             awakenings.push_back(call);
         }
+        if (recorded != nullptr) {
+            AddRecordedUnlocks(*recorded, truth, awakenings);
+        }
         KeepDisjoint(awakenings, truth);
+    }
+
+    // The recorded unlocks of 00:00-06:00 that fall into the sleep, evenly spaced from the first one,
+    // each lasting an equal share of the recorded minutes. As many as fit with a few minutes between.
+    void AddRecordedUnlocks(const ScheduledNight& recorded, const NightTruth& truth, std::vector<Awakening>& awakenings)
+    {
+        if (recorded.unlocks <= 0) {
+            return;
+        }
+        const int64_t midnight = LocalTimeMs(recorded.wakeDate, 0);
+        const int64_t from = std::max(midnight + Minutes(recorded.firstUnlockMin), truth.onsetMs + kAwakeningMarginMs);
+        const int64_t to =
+            std::min(midnight + Minutes(kRecordedUnlockEndMin) - kUnlockDelayMs, truth.wakeMs - kAwakeningMarginMs);
+        const double eachMin = std::clamp(recorded.unlockMin / recorded.unlocks, kShortestUnlockMin, kLongestUnlockMin);
+        const int64_t slot = Minutes(eachMin) + kUnlockSpacingMs;
+        if (to <= from) {
+            return;
+        }
+        const int64_t count = std::min<int64_t>(recorded.unlocks, (to - from) / slot + 1);
+        const int64_t step = count > 1 ? (to - from) / (count - 1) : 0;
+        for (int64_t i = 0; i < count; ++i) {
+            Awakening awakening;
+            awakening.withPhone = true;
+            PhoneSession& look = awakening.session;
+            look.pickupMs = from + i * step;
+            look.screenOnMs = look.pickupMs + 2 * kMsPerSecond;
+            look.unlockMs = look.pickupMs + kUnlockDelayMs;
+            look.screenOffMs = look.unlockMs + Minutes(eachMin);
+            look.placeAfter = RestPlace::NIGHT_SPOT;
+            awakening.span = TimeSpan{look.pickupMs - 20 * kMsPerSecond, look.screenOffMs + kMsPerMinute};
+            awakenings.push_back(awakening);
+        }
     }
 
     PhoneSession LookAtPhone(int64_t awakeMs)
@@ -290,16 +388,33 @@ private:
         morningUse.screenOffMs = morningUse.unlockMs + Minutes(random_.Uniform(3, 12));
         morningUse.placeAfter = RestPlace::DESK;
         plan_.sessions.push_back(morningUse);
+        if (habits_.wakeNotificationChance > 0 && random_.Chance(habits_.wakeNotificationChance)) {
+            AddWakeNotice(morningUse);
+        }
         return morningUse.screenOffMs;
     }
 
-    // Each notification is dealt with shortly after the next unlock that follows it.
+    // A message that arrives just after the phone is unlocked on waking and is read during that use.
+    void AddWakeNotice(const PhoneSession& morningUse)
+    {
+        const auto pick = static_cast<size_t>(random_.UniformInt(0, kPackages.size() - 1));
+        const int64_t post = morningUse.unlockMs + Minutes(random_.Uniform(0.1, 0.7));
+        const int64_t read = post + Minutes(random_.Uniform(0.3, 1.5));
+        if (read < morningUse.screenOffMs) {
+            plan_.notices.push_back(Notice{post, kPackages[pick], read});
+        }
+    }
+
+    // Each notification not yet read is dealt with shortly after the next unlock that follows it.
     void AssignNoticeClearTimes()
     {
         std::stable_sort(plan_.notices.begin(), plan_.notices.end(),
             [](const Notice& a, const Notice& b) { return a.postMs < b.postMs; });
         size_t next = 0;
         for (Notice& notice : plan_.notices) {
+            if (notice.clearMs >= 0) {
+                continue;
+            }
             while (next < plan_.sessions.size() &&
                    (plan_.sessions[next].unlockMs < 0 || plan_.sessions[next].unlockMs < notice.postMs)) {
                 ++next;
@@ -316,6 +431,7 @@ private:
     const Scenario& scenario_;
     const Habits& habits_;
     SimRandom random_;
+    std::map<std::string, const ScheduledNight*> recorded_; // by ISO wake date
     PersonPlan plan_;
 };
 

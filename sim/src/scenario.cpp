@@ -1,6 +1,7 @@
 #include "scenario.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
@@ -16,8 +17,10 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr double kMinNightMin = 3 * 60;  // shortest bedtime-to-wake span accepted
-constexpr double kMaxNightMin = 16 * 60; // longest
+constexpr double kMinNightMin = 3 * 60;         // shortest bedtime-to-wake span accepted
+constexpr double kMaxNightMin = 16 * 60;        // longest
+constexpr double kMinRecordedSleepMin = 2 * 60; // shortest recorded sleep accepted
+constexpr size_t kMaxNameLength = 64;
 
 // One leaf of the file format: where it sits, what it accepts, how it reads and writes it.
 struct FieldSpec {
@@ -165,6 +168,16 @@ const std::vector<FieldSpec>& Fields()
 {
     static const std::vector<FieldSpec> fields = [] {
         std::vector<FieldSpec> list;
+        list.push_back(FieldSpec{"name", "letters, digits, '-' and '_' (at most 64)",
+            "the person's id, used in reports and as the person's output folder name",
+            [](const Json& value, Scenario& s) {
+                if (!value.is_string() || !IsValidPersonName(value.get<std::string>())) {
+                    return false;
+                }
+                s.name = value.get<std::string>();
+                return true;
+            },
+            [](const Scenario& s) { return Json(s.name); }});
         list.push_back(FieldSpec{"startDate", "a date \"YYYY-MM-DD\"", "first day; the run starts at 12:00 local time",
             [](const Json& value, Scenario& s) {
                 return value.is_string() && ParseCivilDate(value.get<std::string>(), s.startDate);
@@ -265,6 +278,10 @@ const std::vector<FieldSpec>& Fields()
         list.push_back(NumberField("habits.notifications.nightPerHour", 0, 60,
             "notifications per hour of sleep (cleared after waking)",
             [](Scenario& s) -> double& { return s.habits.nightNotificationsPerHour; }));
+        list.push_back(NumberField("habits.notifications.onWakeChance", 0, 1,
+            "chance that a message arrives within a minute of picking up the phone on waking; the person "
+            "deals with it during that first use",
+            [](Scenario& s) -> double& { return s.habits.wakeNotificationChance; }));
         list.push_back(NumberField("habits.calls.perDay", 0, 50, "incoming calls per waking day",
             [](Scenario& s) -> double& { return s.habits.dayCallsPerDay; }));
         list.push_back(NumberField("habits.calls.nightChance", 0, 1,
@@ -375,12 +392,112 @@ bool ReadDumps(const Json& value, Scenario& scenario, std::string& error)
     return true;
 }
 
+// One member of a recorded night: its name, what it accepts, and how it reads and writes the value.
+struct NightMember {
+    std::string key;
+    std::string accepts;
+    std::function<bool(const Json&, ScheduledNight&)> read;
+    std::function<Json(const ScheduledNight&)> write;
+};
+
+NightMember NightNumber(const std::string& key, double low, double high, double ScheduledNight::*member)
+{
+    std::ostringstream accepts;
+    accepts << "a number from " << low << " to " << high;
+    return NightMember{key, accepts.str(),
+        [low, high, member](const Json& value, ScheduledNight& night) {
+            if (!value.is_number() || !(value.get<double>() >= low && value.get<double>() <= high)) {
+                return false;
+            }
+            night.*member = value.get<double>();
+            return true;
+        },
+        [member](const ScheduledNight& night) { return Json(night.*member); }};
+}
+
+const std::vector<NightMember>& NightMembers()
+{
+    static const std::vector<NightMember> members = {
+        NightMember{"wakeDate", "a date \"YYYY-MM-DD\"",
+            [](const Json& value, ScheduledNight& night) {
+                return value.is_string() && ParseCivilDate(value.get<std::string>(), night.wakeDate);
+            },
+            [](const ScheduledNight& night) { return Json(FormatCivilDate(night.wakeDate)); }},
+        NightNumber("onsetMin", 0, 2 * kMinutesPerDay, &ScheduledNight::onsetMin),
+        NightNumber("wakeMin", -kMinutesPerDay, kMinutesPerDay, &ScheduledNight::wakeMin),
+        NightMember{"unlocks", "a whole number from 0 to 500",
+            [](const Json& value, ScheduledNight& night) {
+                if (!value.is_number_integer() || value.get<int64_t>() < 0 || value.get<int64_t>() > 500) {
+                    return false;
+                }
+                night.unlocks = value.get<int32_t>();
+                return true;
+            },
+            [](const ScheduledNight& night) { return Json(night.unlocks); }},
+        NightNumber("unlockMin", 0, 360, &ScheduledNight::unlockMin),
+        NightNumber("firstUnlockMin", 0, 360, &ScheduledNight::firstUnlockMin),
+    };
+    return members;
+}
+
+bool ReadScheduledNight(const Json& item, const std::string& path, ScheduledNight& night, std::string& error)
+{
+    if (!item.is_object() || !item.contains("wakeDate") || !item.contains("onsetMin") || !item.contains("wakeMin")) {
+        error = "field '" + path + "': expected an object with at least wakeDate, onsetMin and wakeMin";
+        return false;
+    }
+    for (auto it = item.begin(); it != item.end(); ++it) {
+        const auto& members = NightMembers();
+        const auto member =
+            std::find_if(members.begin(), members.end(), [&it](const NightMember& m) { return m.key == it.key(); });
+        if (member == members.end()) {
+            error = "unknown field '" + path + "." + it.key() + "' (sleepsim --help lists the fields)";
+            return false;
+        }
+        if (!member->read(it.value(), night)) {
+            error = "field '" + path + "." + it.key() + "': expected " + member->accepts + ", got " + Shown(it.value());
+            return false;
+        }
+    }
+    const double sleepMin = night.wakeMin + kMinutesPerDay - night.onsetMin;
+    if (sleepMin < kMinRecordedSleepMin || sleepMin > kMaxNightMin) {
+        error = "field '" + path + ".wakeMin': must be 2 to 16 hours after " + path + ".onsetMin";
+        return false;
+    }
+    return true;
+}
+
+bool ReadSchedule(const Json& value, Scenario& scenario, std::string& error)
+{
+    if (!value.is_array()) {
+        error = "field 'schedule': expected a list of {\"wakeDate\": \"YYYY-MM-DD\", \"onsetMin\": ..., "
+                "\"wakeMin\": ...}";
+        return false;
+    }
+    std::vector<ScheduledNight> schedule;
+    for (size_t i = 0; i < value.size(); ++i) {
+        const std::string path = "schedule[" + std::to_string(i) + "]";
+        ScheduledNight night;
+        if (!ReadScheduledNight(value[i], path, night, error)) {
+            return false;
+        }
+        if (!schedule.empty() && FormatCivilDate(night.wakeDate) <= FormatCivilDate(schedule.back().wakeDate)) {
+            error = "field '" + path + ".wakeDate': the nights must be in increasing date order";
+            return false;
+        }
+        schedule.push_back(night);
+    }
+    scenario.schedule = schedule;
+    return true;
+}
+
 bool ReadObject(const Json& object, const std::string& prefix, Scenario& scenario, std::string& error)
 {
     for (auto it = object.begin(); it != object.end(); ++it) {
         const std::string path = prefix + it.key();
-        const bool ok =
-            path == "dumps" ? ReadDumps(it.value(), scenario, error) : ReadMember(path, it.value(), scenario, error);
+        const bool ok = path == "dumps"      ? ReadDumps(it.value(), scenario, error)
+                        : path == "schedule" ? ReadSchedule(it.value(), scenario, error)
+                                             : ReadMember(path, it.value(), scenario, error);
         if (!ok) {
             return false;
         }
@@ -390,7 +507,7 @@ bool ReadObject(const Json& object, const std::string& prefix, Scenario& scenari
 
 bool CheckNight(const NightHabits& night, const std::string& kind, std::string& error)
 {
-    const double span = night.wakeMin + kMinutesPerDay - night.EveningBedtimeMin();
+    const double span = night.SpanMin();
     if (span < kMinNightMin || span > kMaxNightMin) {
         error = "field 'habits." + kind + ".wakeTime': must be 3 to 16 hours after habits." + kind +
                 ".bedtime (bedtime " + ClockText(night.bedtimeMin) + ", wake " + ClockText(night.wakeMin) + ")";
@@ -428,9 +545,22 @@ double NightHabits::EveningBedtimeMin() const
     return bedtimeMin < kNoonMin ? bedtimeMin + kMinutesPerDay : bedtimeMin;
 }
 
+double NightHabits::SpanMin() const
+{
+    return std::fmod(std::fmod(wakeMin - bedtimeMin, kMinutesPerDay) + kMinutesPerDay, kMinutesPerDay);
+}
+
+bool IsValidPersonName(const std::string& name)
+{
+    return !name.empty() && name.size() <= kMaxNameLength && std::all_of(name.begin(), name.end(), [](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '_';
+    });
+}
+
 Scenario DefaultScenario()
 {
     Scenario scenario;
+    scenario.name = "default";
     scenario.startDate = CivilDate{2026, 1, 5}; // a Monday
     scenario.timeZone = "CET-1CEST,M3.5.0,M10.5.0/3";
     scenario.days = 28;
@@ -527,6 +657,15 @@ std::string ScenarioToJson(const Scenario& scenario)
         dumps.push_back(item);
     }
     root["dumps"] = dumps;
+    Json schedule = Json::array();
+    for (const ScheduledNight& night : scenario.schedule) {
+        Json item = Json::object();
+        for (const NightMember& member : NightMembers()) {
+            item[member.key] = member.write(night);
+        }
+        schedule.push_back(item);
+    }
+    root["schedule"] = schedule;
     return root.dump(2) + "\n";
 }
 
@@ -540,6 +679,13 @@ std::string ScenarioFieldHelp()
     }
     out << "  dumps\n      dump requests passed to the plug-in during the run: a list of objects\n"
         << "      {\"words\": [\"-D\", \"--strategy\"], \"at\": \"YYYY-MM-DD HH:MM\"}; without \"at\" at the end.\n"
+        << "      Default [].\n"
+        << "  schedule\n      recorded nights followed instead of the habits, in date order: a list of objects\n"
+        << "      {\"wakeDate\": \"YYYY-MM-DD\", \"onsetMin\": 1483, \"wakeMin\": 493.5, \"unlocks\": 9,\n"
+        << "      \"unlockMin\": 38.6, \"firstUnlockMin\": 17.2}: sleep onset in minutes after the midnight that\n"
+        << "      starts the day before wakeDate (1483 = 00:43), wake in minutes after wakeDate's midnight\n"
+        << "      (2 to 16 hours of sleep), and the phone unlocks of 00:00-06:00 (count, total minutes, first\n"
+        << "      one in minutes after 00:00), spread over the sleep. Nights not listed follow the habits.\n"
         << "      Default [].\n";
     return out.str();
 }

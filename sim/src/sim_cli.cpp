@@ -2,6 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "builtin_scenarios.h"
+#include "population.h"
+#include "recorded_schedules.h"
 #include "scenario.h"
 #include "sim_driver.h"
 #include "trace_reader.h"
@@ -16,6 +19,8 @@ struct CliOptions {
     bool quiet = false;
     std::string scenarioPath;
     std::string replayPath; // "sleepsim replay TRACE.jsonl": the trace to replay
+    std::string builtin;    // --builtin NAME, applied before the scenario file
+    std::string personPick; // --person SOURCE:NAME, applied after the scenario file
     // Scenario fields set on the command line, applied after the file.
     nlohmann::ordered_json overrides = nlohmann::ordered_json::object();
     SimOptions run; // output folder and end-of-run dump words
@@ -70,8 +75,8 @@ bool ParseArgs(const std::vector<std::string>& args, CliOptions& options, std::s
             options.scenarioPath = arg; // "sleepsim my-person.json"
             continue;
         }
-        const bool takesValue =
-            arg == "--scenario" || arg == "-s" || arg == "--out" || arg == "-o" || arg == "--seed" || arg == "--days";
+        const bool takesValue = arg == "--scenario" || arg == "-s" || arg == "--out" || arg == "-o" ||
+                                arg == "--seed" || arg == "--days" || arg == "--builtin" || arg == "--person";
         if (!takesValue) {
             error = "unknown argument '" + arg + "' (see sleepsim --help)";
             return false;
@@ -85,6 +90,10 @@ bool ParseArgs(const std::vector<std::string>& args, CliOptions& options, std::s
             options.scenarioPath = value;
         } else if (arg == "--out" || arg == "-o") {
             options.run.outDir = value;
+        } else if (arg == "--builtin") {
+            options.builtin = value;
+        } else if (arg == "--person") {
+            options.personPick = value;
         } else {
             options.overrides[arg.substr(2)] = ValueAsJson(value);
         }
@@ -95,17 +104,61 @@ bool ParseArgs(const std::vector<std::string>& args, CliOptions& options, std::s
 // A replay takes its scenario from the trace: scenario files and fields do not apply.
 bool CheckReplayArgs(const CliOptions& options, std::string& error)
 {
-    if (!options.replayPath.empty() && (!options.scenarioPath.empty() || !options.overrides.empty())) {
-        error = "replay takes the scenario from the trace; a scenario file, --seed or --days cannot be given";
+    if (!options.replayPath.empty() && (!options.scenarioPath.empty() || !options.overrides.empty() ||
+                                          !options.builtin.empty() || !options.personPick.empty())) {
+        error = "replay takes the scenario from the trace; a scenario file, --builtin, --person, --seed or "
+                "--days cannot be given";
         return false;
     }
     return true;
 }
 
+// "--person SOURCE:NAME": the person NAME of a generated population ("population"), of a
+// population file (.json) or of recorded schedules (.csv), drawn on top of `scenario`.
+bool PickPerson(const std::string& pick, Scenario& scenario, std::string& error)
+{
+    const size_t colon = pick.rfind(':');
+    const std::string source = colon == std::string::npos ? "" : pick.substr(0, colon);
+    const std::string name = colon == std::string::npos ? "" : pick.substr(colon + 1);
+    const auto endsWith = [&source](const std::string& tail) {
+        return source.size() >= tail.size() && source.compare(source.size() - tail.size(), tail.size(), tail) == 0;
+    };
+    std::vector<Scenario> persons;
+    if (source == "population") {
+        const int32_t index = (name.size() > 1 && name[0] == 'p') ? std::atoi(name.c_str() + 1) : 0;
+        persons = GeneratePopulation(scenario, std::max(0, index));
+    } else if (endsWith(".csv")) {
+        if (!LoadPersonsFromCsv(source, scenario, persons, error)) {
+            return false;
+        }
+    } else if (endsWith(".json")) {
+        if (!LoadPopulationFile(source, scenario, persons, error)) {
+            return false;
+        }
+    } else {
+        error = "option '--person': expected population:pNNN, FILE.csv:NAME or FILE.json:NAME, got '" + pick + "'";
+        return false;
+    }
+    for (const Scenario& person : persons) {
+        if (person.name == name) {
+            scenario = person;
+            return true;
+        }
+    }
+    error = "option '--person': no person '" + name + "' in " + source;
+    return false;
+}
+
 bool BuildScenario(const CliOptions& options, Scenario& scenario, std::string& error)
 {
     scenario = DefaultScenario();
+    if (!options.builtin.empty() && !ApplyBuiltinScenario(options.builtin, scenario, error)) {
+        return false;
+    }
     if (!options.scenarioPath.empty() && !LoadScenarioFile(options.scenarioPath, scenario, error)) {
+        return false;
+    }
+    if (!options.personPick.empty() && !PickPerson(options.personPick, scenario, error)) {
         return false;
     }
     if (!ParseScenario(options.overrides.dump(), scenario, error)) {
@@ -162,6 +215,13 @@ std::string SleepsimUsage()
            "  -o, --out DIR        output folder (default sleepsim-out): timeline.jsonl, trace.jsonl,\n"
            "                       summary.txt, metrics.json, scenario.json, sleepsim.log and data/\n"
            "                       (database, preferences, settings, system events); replaced on each run\n"
+           "      --builtin NAME   starts from a built-in scenario instead of the defaults (a scenario\n"
+           "                       file and the options below still apply on top); see below\n"
+           "      --person SOURCE:NAME\n"
+           "                       runs one person: population:p007 (the 7th person of a population\n"
+           "                       drawn from the scenario's seed), FILE.json:NAME (a population file:\n"
+           "                       a JSON list of scenario objects) or FILE.csv:PID (recorded nights in\n"
+           "                       the globem-nights.csv format); --seed and --days still apply on top\n"
            "      --seed N         overrides the scenario's seed\n"
            "      --days N         overrides the scenario's number of days\n"
            "      --print-scenario prints the effective scenario as JSON and exits\n"
@@ -179,6 +239,9 @@ std::string SleepsimUsage()
            "Exit codes: 0 done, 1 the run failed, 2 bad argument or scenario (nothing run).\n"
            "\n" +
            MetricsHelp() +
+           "\n"
+           "Built-in scenarios (--builtin NAME):\n" +
+           BuiltinScenarioHelp() +
            "\n"
            "Scenario fields (nested JSON objects; \"habits.weekday.bedtime\" is\n"
            "{\"habits\": {\"weekday\": {\"bedtime\": \"23:00\"}}}):\n" +

@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "data_root.h"
+#include "population.h"
 #include "scenario.h"
 #include "sim_cli.h"
 
@@ -56,7 +57,76 @@ INSTANTIATE_TEST_SUITE_P(Fields, ScenarioErrorTest,
         BadScenario{R"({"habits": {"awakenings": {"phoneChance": 1.5}}})", "field 'habits.awakenings.phoneChance'"},
         BadScenario{R"({"dumps": [{"words": []}]})", "field 'dumps[0].words'"},
         BadScenario{R"({"dumps": [{"words": ["-D"], "at": "2026-01-05"}]})", "field 'dumps[0].at'"},
-        BadScenario{R"({"dumps": [{"words": ["-D"], "when": "x"}]})", "unknown field 'dumps[0].when'"}));
+        BadScenario{R"({"dumps": [{"words": ["-D"], "when": "x"}]})", "unknown field 'dumps[0].when'"},
+        BadScenario{R"({"name": "p 1"})", "field 'name'"}, BadScenario{R"({"name": ""})", "field 'name'"},
+        BadScenario{R"({"name": "../x"})", "field 'name'"},
+        BadScenario{R"({"habits": {"weekday": {"bedtime": "16:00", "wakeTime": "18:30"}}})",
+            "must be 3 to 16 hours after habits.weekday.bedtime"},
+        BadScenario{R"({"habits": {"weekend": {"bedtime": "08:00", "wakeTime": "00:30"}}})",
+            "must be 3 to 16 hours after habits.weekend.bedtime"},
+        BadScenario{
+            R"({"habits": {"notifications": {"onWakeChance": 2}}})", "field 'habits.notifications.onWakeChance'"},
+        BadScenario{R"({"schedule": {}})", "field 'schedule'"},
+        BadScenario{R"({"schedule": [{"wakeDate": "2026-01-06", "onsetMin": 1400}]})", "field 'schedule[0]'"},
+        BadScenario{R"({"schedule": [{"wakeDate": "2026-01-06", "onsetMin": 1400, "wakeMin": 60}]})",
+            "field 'schedule[0].wakeMin': must be 2 to 16 hours"},
+        BadScenario{R"({"schedule": [{"wakeDate": "2026-01-06", "onsetMin": 1400, "wakeMin": 420, "unlocks": 1.5}]})",
+            "field 'schedule[0].unlocks'"},
+        BadScenario{R"({"schedule": [{"wakeDate": "2026-01-06", "onsetMin": 1400, "wakeMin": 420, "naps": 1}]})",
+            "unknown field 'schedule[0].naps'"},
+        BadScenario{R"({"schedule": [{"wakeDate": "2026-01-07", "onsetMin": 1400, "wakeMin": 420},
+                                     {"wakeDate": "2026-01-06", "onsetMin": 1400, "wakeMin": 420}]})",
+            "field 'schedule[1].wakeDate': the nights must be in increasing date order"}));
+
+struct AcceptedNight {
+    std::string bedtime;
+    std::string wakeTime;
+    double spanHours; // from bedtime to the wake time that follows it
+};
+
+void PrintTo(const AcceptedNight& c, std::ostream* os)
+{
+    *os << c.bedtime << "-" << c.wakeTime;
+}
+
+class AcceptedNightTest : public testing::TestWithParam<AcceptedNight> {};
+
+// Any bedtime works with a wake time 3 to 16 hours later: nights across noon and day sleep too.
+TEST_P(AcceptedNightTest, AnySleepOfThreeToSixteenHours)
+{
+    Scenario scenario = DefaultScenario();
+    std::string error;
+    ASSERT_TRUE(ParseScenario(R"({"habits": {"weekend": {"bedtime": ")" + GetParam().bedtime + R"(", "wakeTime": ")" +
+                                  GetParam().wakeTime + R"("}}})",
+        scenario, error))
+        << error;
+    EXPECT_DOUBLE_EQ(scenario.habits.weekend.SpanMin(), GetParam().spanHours * 60);
+}
+
+INSTANTIATE_TEST_SUITE_P(Nights, AcceptedNightTest,
+    testing::Values(AcceptedNight{"23:00", "07:00", 8}, AcceptedNight{"16:00", "20:13", 4 + 13 / 60.0},
+        AcceptedNight{"08:30", "15:30", 7}, AcceptedNight{"03:00", "13:30", 10.5}, AcceptedNight{"21:00", "00:00", 3},
+        AcceptedNight{"20:00", "12:00", 16}, AcceptedNight{"11:00", "19:00", 8}));
+
+TEST(ScenarioTest, ScheduleAndNameRoundTripThroughTheFileFormat)
+{
+    Scenario scenario = DefaultScenario();
+    std::string error;
+    ASSERT_TRUE(ParseScenario(R"({"name": "INS-W_004", "schedule": [
+        {"wakeDate": "2026-01-06", "onsetMin": 1483.25, "wakeMin": 493.5, "unlocks": 9, "unlockMin": 38.6558333333333,
+         "firstUnlockMin": 17.2166666666667},
+        {"wakeDate": "2026-01-08", "onsetMin": 900, "wakeMin": -300}]})",
+        scenario, error))
+        << error;
+    EXPECT_EQ(scenario.name, "INS-W_004");
+    ASSERT_EQ(scenario.schedule.size(), 2u);
+    EXPECT_EQ(scenario.schedule[0].unlocks, 9);
+    EXPECT_EQ(scenario.schedule[1].wakeMin, -300);
+    Scenario again = DefaultScenario();
+    ASSERT_TRUE(ParseScenario(ScenarioToJson(scenario), again, error)) << error;
+    EXPECT_EQ(ScenarioToJson(again), ScenarioToJson(scenario));
+    EXPECT_EQ(again.schedule[0].unlockMin, 38.6558333333333);
+}
 
 TEST(ScenarioTest, DefaultsRoundTripThroughTheFileFormat)
 {
@@ -134,7 +204,11 @@ INSTANTIATE_TEST_SUITE_P(Arguments, CommandLineErrorTest,
         BadCommandLine{{"a.json", "b.json"}, "unknown argument 'b.json'"},
         BadCommandLine{{"--out"}, "option '--out' needs a value"}, BadCommandLine{{"--seed", "abc"}, "field 'seed'"},
         BadCommandLine{{"--days", "0"}, "field 'days'"}, BadCommandLine{{"dump"}, "'dump' needs at least one word"},
-        BadCommandLine{{"--scenario", "/nonexistent/scenario.json"}, "cannot read the scenario file"}));
+        BadCommandLine{{"--scenario", "/nonexistent/scenario.json"}, "cannot read the scenario file"},
+        BadCommandLine{{"--builtin", "five-states"}, "no built-in scenario 'five-states' (known: four-states"},
+        BadCommandLine{{"--person", "p001"}, "expected population:pNNN, FILE.csv:NAME or FILE.json:NAME"},
+        BadCommandLine{{"--person", "population:p0"}, "no person 'p0' in population"},
+        BadCommandLine{{"--person", "/nonexistent/nights.csv:INS-W_004"}, "cannot read the schedule file"}));
 
 TEST(CommandLineTest, ScenarioFileErrorsNameTheFileAndTheField)
 {
@@ -145,6 +219,28 @@ TEST(CommandLineTest, ScenarioFileErrorsNameTheFileAndTheField)
     std::ostringstream err;
     EXPECT_EQ(RunSleepsimCli({"--scenario", path}, out, err), EXIT_BAD_INPUT);
     EXPECT_NE(err.str().find(path + ": field 'habits.light.nightLux'"), std::string::npos) << err.str();
+}
+
+// Built-in scenarios, persons of a population and command-line overrides stack in that order.
+TEST(CommandLineTest, PicksABuiltinScenarioOrOnePersonOfAPopulation)
+{
+    std::ostringstream out;
+    std::ostringstream err;
+    ASSERT_EQ(RunSleepsimCli({"--builtin", "night-shift", "--days", "4", "--print-scenario"}, out, err), EXIT_RUN_OK)
+        << err.str();
+    const auto shift = nlohmann::json::parse(out.str());
+    EXPECT_EQ(shift["name"], "night-shift");
+    EXPECT_EQ(shift["habits"]["weekday"]["bedtime"], "08:30");
+    EXPECT_EQ(shift["days"], 4);
+
+    std::ostringstream person;
+    ASSERT_EQ(
+        RunSleepsimCli({"--person", "population:p003", "--seed", "5", "--print-scenario"}, person, err), EXIT_RUN_OK)
+        << err.str();
+    Scenario base = DefaultScenario();
+    Scenario expected = GeneratePopulation(base, 3)[2];
+    expected.seed = 5;
+    EXPECT_EQ(person.str(), ScenarioToJson(expected));
 }
 
 TEST(CommandLineTest, PrintsTheEffectiveScenarioWithOverrides)

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -35,11 +36,11 @@ protected:
         trace_ = GenerateTrace(scenario_);
     }
 
-    // Wall-clock minutes after the midnight that starts the evening, for comparing with habits.
-    static double EveningMinutes(int64_t ms, const CivilDate& wakeDate)
+    // How far the local clock time of `ms` lies from `clockMin`, wrapped into [-720, 720) minutes.
+    static double ClockOffsetMin(int64_t ms, double clockMin)
     {
-        const bool nextDay = FormatCivilDate(LocalDateOf(ms)) == FormatCivilDate(wakeDate);
-        return (nextDay ? 1440 : 0) + LocalHourOf(ms) * 60;
+        const double offset = std::fmod(LocalHourOf(ms) * 60 - clockMin + 1440 + 720, 1440);
+        return (offset < 0 ? offset + 1440 : offset) - 720;
     }
 
     bool IsAlarmTime(int64_t ms) const
@@ -59,23 +60,27 @@ TEST_P(TraceGeneratorTest, TrueSleepFollowsTheHabits)
     for (size_t i = 0; i < trace_.nights.size(); ++i) {
         const NightTruth& night = trace_.nights[i];
         SCOPED_TRACE(FormatCivilDate(night.wakeDate));
-        EXPECT_EQ(FormatCivilDate(night.wakeDate), FormatCivilDate(AddDays(scenario_.startDate, i + 1)));
+        EXPECT_EQ(FormatCivilDate(night.wakeDate), FormatCivilDate(LocalDateOf(night.wakeMs)));
         EXPECT_EQ(night.weekend, WeekDay(night.wakeDate) >= 6);
         const NightHabits& kind = night.weekend ? habits.weekend : habits.weekday;
-        const double bedMean = kind.bedtimeMin < 720 ? kind.bedtimeMin + 1440 : kind.bedtimeMin;
-        EXPECT_LE(std::fabs(EveningMinutes(night.bedMs, night.wakeDate) - bedMean), 3 * kind.bedtimeSpreadMin + 1);
+        EXPECT_LE(std::fabs(ClockOffsetMin(night.bedMs, kind.bedtimeMin)), 3 * kind.bedtimeSpreadMin + 1);
         EXPECT_LT(night.bedMs, night.phoneDownMs);
         EXPECT_LE(night.onsetMs - night.phoneDownMs, (4 * habits.sleepLatencyMin + 1) * kMsPerMinute);
         EXPECT_GE(night.onsetMs - night.phoneDownMs, kMsPerMinute);
         EXPECT_GE(night.wakeMs - night.onsetMs, 2 * kMsPerHour);
-        const double wakeMin = EveningMinutes(night.wakeMs, night.wakeDate) - 1440;
+        EXPECT_LE(night.wakeMs - night.bedMs,
+            (kind.SpanMin() + 3 * (kind.bedtimeSpreadMin + kind.wakeSpreadMin) + 1) * kMsPerMinute);
+        const double wakeOffset = ClockOffsetMin(night.wakeMs, kind.wakeMin);
         if (night.alarmMs > 0) {
             EXPECT_FALSE(night.weekend);
             EXPECT_LE(night.wakeMs, night.alarmMs + 3 * kMsPerMinute);
         } else {
-            EXPECT_TRUE(night.weekend || !habits.alarmOnWeekdays);
+            const int64_t alarmThatDay = LocalTimeMs(night.wakeDate, habits.alarmMin);
+            EXPECT_TRUE(night.weekend || !habits.alarmOnWeekdays || alarmThatDay <= night.onsetMs + 2 * kMsPerHour ||
+                        alarmThatDay > night.wakeMs + 3 * kMsPerHour);
+            EXPECT_LE(wakeOffset, 3 * kind.wakeSpreadMin + 1); // late wake times are not cut short
         }
-        EXPECT_GE(wakeMin, kind.wakeMin - 3 * kind.wakeSpreadMin - 1);
+        EXPECT_GE(wakeOffset, -3 * kind.wakeSpreadMin - 1);
         int64_t previousEnd = night.onsetMs;
         for (const TimeSpan& awake : night.awakenings) {
             EXPECT_GT(awake.beginMs, previousEnd);
@@ -161,6 +166,18 @@ INSTANTIATE_TEST_SUITE_P(People, TraceGeneratorTest,
                "charging": {"mode": "night"}, "phonePlace": "holster",
                "awakenings": {"perNight": 3, "phoneChance": 1, "unlockChance": 1},
                "calls": {"nightChance": 1}}})"},
+        TraceCase{"DaySleeperWithEveningCharging",
+            R"({"days": 9, "seed": 5, "habits": {"weekday": {"bedtime": "16:00", "wakeTime": "20:13"},
+               "weekend": {"bedtime": "16:30", "wakeTime": "21:00"}, "charging": {"start": "21:30"},
+               "notifications": {"onWakeChance": 1}}})"},
+        TraceCase{"NightShiftAcrossNoon",
+            R"({"days": 9, "seed": 6, "habits": {"weekday": {"bedtime": "08:30", "wakeTime": "15:30"},
+               "weekend": {"bedtime": "09:00", "wakeTime": "16:30"}, "alarm": {"weekdays": false},
+               "charging": {"mode": "night"}}})"},
+        TraceCase{"VeryLateSleeper",
+            R"({"days": 9, "seed": 8, "habits": {"weekday": {"bedtime": "03:30", "wakeTime": "12:45"},
+               "weekend": {"bedtime": "04:00", "wakeTime": "14:00", "wakeSpreadMin": 20},
+               "alarm": {"weekdays": false}}})"},
         TraceCase{"AcrossDaylightSavingWithDayCharging",
             R"({"startDate": "2026-03-23", "days": 14, "seed": 3, "habits": {"charging": {"mode": "day",
                "start": "13:00"}, "phonePlace": "faceDown", "notifications": {"nightPerHour": 4}}})"}),
@@ -213,6 +230,85 @@ TEST_P(NightSpotTest, SensorsSeeTheNightSpot)
 INSTANTIATE_TEST_SUITE_P(Places, NightSpotTest,
     testing::Values(PlaceCase{"table", 0.7, 5.0}, PlaceCase{"faceDown", 0.0, 0.0}, PlaceCase{"holster", 0.0, 5.0}),
     [](const testing::TestParamInfo<PlaceCase>& info) { return info.param.place; });
+
+std::vector<int64_t> EventTimes(const Trace& trace, TraceKind kind, int64_t from, int64_t to)
+{
+    std::vector<int64_t> times;
+    for (const TraceEvent& event : trace.events) {
+        if (event.kind == kind && from <= event.timeMs && event.timeMs < to) {
+            times.push_back(event.timeMs);
+        }
+    }
+    return times;
+}
+
+// Recorded nights replace the habits on their dates: onset and wake as recorded (also a day sleep
+// given as a negative wake time), with the night's unlocks spread over the sleep from the first one.
+TEST(RecordedNightTest, NightsFollowTheScheduleAndItsUnlocks)
+{
+    Scenario scenario = DefaultScenario();
+    std::string error;
+    ASSERT_TRUE(ParseScenario(R"({"days": 3, "habits": {"awakenings": {"perNight": 0}, "calls": {"nightChance": 0}},
+        "schedule": [
+          {"wakeDate": "2026-01-06", "onsetMin": 1483, "wakeMin": 493.5, "unlocks": 3, "unlockMin": 6,
+           "firstUnlockMin": 60},
+          {"wakeDate": "2026-01-08", "onsetMin": 900, "wakeMin": -300, "unlocks": 2, "unlockMin": 4}]})",
+        scenario, error))
+        << error;
+    SetProcessTimeZone(scenario.timeZone);
+    const Trace trace = GenerateTrace(scenario);
+    ASSERT_EQ(trace.nights.size(), 3u);
+
+    const NightTruth& first = trace.nights[0];
+    EXPECT_EQ(first.onsetMs, LocalTimeMs(CivilDate{2026, 1, 6}, 43));
+    EXPECT_EQ(first.wakeMs, LocalTimeMs(CivilDate{2026, 1, 6}, 493.5));
+    EXPECT_EQ(first.alarmMs, -1) << "the recorded wake time is the truth";
+    const auto unlocks = EventTimes(trace, TraceKind::UNLOCK, first.onsetMs, first.wakeMs);
+    ASSERT_EQ(unlocks.size(), 3u);
+    EXPECT_GE(unlocks.front(), LocalTimeMs(CivilDate{2026, 1, 6}, 60));
+    EXPECT_LE(unlocks.back(), LocalTimeMs(CivilDate{2026, 1, 6}, 360));
+    EXPECT_GT(unlocks.back() - unlocks.front(), 3 * kMsPerHour) << "spread over the night";
+    EXPECT_EQ(first.awakenings.size(), 3u);
+
+    const NightTruth& habitual = trace.nights[1];
+    EXPECT_EQ(FormatCivilDate(habitual.wakeDate), "2026-01-07");
+    EXPECT_TRUE(habitual.awakenings.empty());
+
+    const NightTruth& daySleep = trace.nights[2];
+    EXPECT_EQ(FormatCivilDate(daySleep.wakeDate), "2026-01-08");
+    EXPECT_EQ(daySleep.onsetMs, LocalTimeMs(CivilDate{2026, 1, 7}, 15 * 60));
+    EXPECT_EQ(daySleep.wakeMs, LocalTimeMs(CivilDate{2026, 1, 7}, 19 * 60));
+    EXPECT_TRUE(EventTimes(trace, TraceKind::UNLOCK, daySleep.onsetMs, daySleep.wakeMs).empty())
+        << "the unlocks of 00:00-06:00 do not fall into a day sleep";
+}
+
+// A person who gets a message on waking reads it within that first use of the phone.
+TEST(WakeMessageTest, ArrivesAfterTheMorningUnlockAndIsReadBeforeTheScreenGoesOff)
+{
+    Scenario scenario = DefaultScenario();
+    scenario.days = 6;
+    scenario.habits.wakeNotificationChance = 1;
+    scenario.habits.dayNotificationsPerHour = 0;
+    scenario.habits.nightNotificationsPerHour = 0;
+    SetProcessTimeZone(scenario.timeZone);
+    const Trace trace = GenerateTrace(scenario);
+    for (const NightTruth& night : trace.nights) {
+        SCOPED_TRACE(FormatCivilDate(night.wakeDate));
+        const int64_t morning = night.wakeMs + 20 * kMsPerMinute;
+        const auto unlock = EventTimes(trace, TraceKind::UNLOCK, night.wakeMs, morning);
+        const auto posted = EventTimes(trace, TraceKind::NOTIFICATION, night.wakeMs, morning);
+        const auto read = EventTimes(trace, TraceKind::BADGE_CLEARED, night.wakeMs, morning);
+        const auto off = EventTimes(trace, TraceKind::SCREEN_OFF, night.wakeMs, morning);
+        ASSERT_FALSE(unlock.empty());
+        ASSERT_EQ(posted.size(), 1u);
+        ASSERT_EQ(read.size(), 1u);
+        ASSERT_FALSE(off.empty());
+        EXPECT_GT(posted[0], unlock[0]);
+        EXPECT_LT(posted[0] - unlock[0], kMsPerMinute);
+        EXPECT_GT(read[0], posted[0]);
+        EXPECT_LT(read[0], off[0]);
+    }
+}
 
 TEST(LocalCalendarTest, ConvertsLocalTimesAcrossDaylightSaving)
 {
