@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "builtin_scenarios.h"
+#include "data_root.h"
 #include "scenario.h"
 #include "sim_driver.h"
 #include "timeline.h"
@@ -51,7 +52,8 @@ TEST(FourStatesScenarioTest, EachPublishedStateStartsAndEnds)
     Scenario scenario = DefaultScenario();
     std::string error;
     ASSERT_TRUE(ApplyBuiltinScenario("four-states", scenario, error)) << error;
-    const std::string outDir = testing::TempDir() + "four_states_test";
+    Emulator::ScopedDataRoot folder;
+    const std::string outDir = folder.Path() + "/out";
     const pid_t child = fork(); // the platform's singletons are per process
     if (child == 0) {
         SimOptions options;

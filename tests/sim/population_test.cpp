@@ -1,5 +1,4 @@
 // Generated populations and population files: varied, reproducible persons, and bad entries named.
-#include <cstdio>
 #include <fstream>
 #include <functional>
 #include <set>
@@ -8,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "data_root.h"
 #include "population.h"
 #include "scenario.h"
 #include "trace_generator.h"
@@ -141,15 +141,14 @@ INSTANTIATE_TEST_SUITE_P(Kinds, PopulationKindTest,
 
 class PopulationFileTest : public testing::Test {
 protected:
-    void TearDown() override { std::remove(path_.c_str()); }
-
     bool Load(const std::string& text, std::vector<Scenario>& persons, std::string& error)
     {
         std::ofstream(path_, std::ios::binary) << text;
         return LoadPopulationFile(path_, DefaultScenario(), persons, error);
     }
 
-    std::string path_ = testing::TempDir() + "population_test.json";
+    Emulator::ScopedDataRoot folder_; // a folder of this test process alone
+    std::string path_ = folder_.Path() + "/population_test.json";
 };
 
 TEST_F(PopulationFileTest, EachPersonOverridesTheBaseAndUnnamedOnesAreNumbered)

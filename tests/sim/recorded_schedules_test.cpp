@@ -1,12 +1,12 @@
 // Recorded schedules: each participant's nights as recorded, gaps filled from their own medians,
 // malformed rows named by file, line and column.
-#include <cstdio>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "data_root.h"
 #include "recorded_schedules.h"
 #include "scenario.h"
 
@@ -18,15 +18,14 @@ const std::string kHeader = "pid,date,bedtime_min,waketime_min,inbed_min,asleep_
 
 class RecordedSchedulesTest : public testing::Test {
 protected:
-    void TearDown() override { std::remove(path_.c_str()); }
-
     bool Load(const std::string& rows, std::vector<Scenario>& persons, std::string& error)
     {
         std::ofstream(path_, std::ios::binary) << kHeader << rows;
         return LoadPersonsFromCsv(path_, DefaultScenario(), persons, error);
     }
 
-    std::string path_ = testing::TempDir() + "recorded_schedules_test.csv";
+    Emulator::ScopedDataRoot folder_; // a folder of this test process alone
+    std::string path_ = folder_.Path() + "/recorded_schedules_test.csv";
 };
 
 TEST_F(RecordedSchedulesTest, FollowsEachNightAndFillsGapsWithThePersonsMedians)
