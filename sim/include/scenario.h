@@ -66,6 +66,7 @@ struct DumpRequest {
 };
 
 struct Scenario {
+    std::string name = "default"; // person id: letters, digits, '-' and '_'; names the person's folder
     CivilDate startDate;  // the run starts at 12:00 local time on this day
     std::string timeZone; // TZ value: a zoneinfo name or a POSIX TZ string
     int32_t days = 0;

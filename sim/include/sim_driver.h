@@ -1,6 +1,7 @@
 #ifndef SIM_INCLUDE_SIM_DRIVER_H
 #define SIM_INCLUDE_SIM_DRIVER_H
 
+#include <atomic>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -17,6 +18,9 @@ struct SimOptions {
     std::vector<std::string> endDumpWords;
     // Where a progress line goes on runs that take more than a few seconds; nullptr for none.
     std::ostream* progress = nullptr;
+    // Kept at the number of nights replayed so far, for a parent process showing the progress of
+    // several runs (may live in memory shared across processes); nullptr for none.
+    std::atomic<int64_t>* nightsDone = nullptr;
 };
 
 struct DumpAnswer {

@@ -1,7 +1,6 @@
 #include "sim_driver.h"
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -13,6 +12,7 @@
 #include "hisysevent.h"
 #include "notification_helper.h"
 #include "parameters.h"
+#include "progress_meter.h"
 #include "settings_store.h"
 #include "simulated_phone.h"
 #include "sleep_detection.h"
@@ -38,47 +38,11 @@ constexpr int32_t kChargingStatusCharging = 1;
 const std::string kSmartPowerPermission = "ohos.permission.PERCEIVE_SMART_POWER_SCENARIO";
 const std::string kNextAlarmKey = "nearestAlarmingTime";
 const std::string kLatencyTaskName = "sleepsim_event_latency";
-constexpr auto kProgressAfter = std::chrono::seconds(3);
-constexpr auto kProgressEvery = std::chrono::seconds(1);
 
 TimelineLine WantJson(const std::optional<AAFwk::Want>& want)
 {
     return want ? TimelineLine::parse(want->ToJson()) : TimelineLine(nullptr);
 }
-
-// Prints "day N of M" to the progress stream once a run has taken a few seconds.
-class ProgressLine {
-public:
-    ProgressLine(std::ostream* out, const Trace& trace)
-        : out_(out), trace_(trace), started_(std::chrono::steady_clock::now()), lastShown_(started_)
-    {
-    }
-    void Update(int64_t virtualMs)
-    {
-        const auto now = std::chrono::steady_clock::now();
-        if (out_ == nullptr || now - started_ < kProgressAfter || now - lastShown_ < kProgressEvery) {
-            return;
-        }
-        lastShown_ = now;
-        shown_ = true;
-        const int64_t days = (trace_.endMs - trace_.startMs) / kMsPerDay;
-        *out_ << "\rsleepsim: day " << (virtualMs - trace_.startMs) / kMsPerDay + 1 << " of " << days << " ("
-              << FormatLocalTime(virtualMs).substr(0, 16) << ")" << std::flush;
-    }
-    void Finish()
-    {
-        if (shown_) {
-            *out_ << "\rsleepsim: done" << std::string(30, ' ') << "\n" << std::flush;
-        }
-    }
-
-private:
-    std::ostream* out_;
-    const Trace& trace_;
-    std::chrono::steady_clock::time_point started_;
-    std::chrono::steady_clock::time_point lastShown_;
-    bool shown_ = false;
-};
 
 class Driver {
 public:
@@ -204,7 +168,7 @@ private:
             [this](const DumpRequest& a, const DumpRequest& b) { return DumpTime(a) < DumpTime(b); });
         size_t nextNight = 0;
         size_t nextDump = 0;
-        ProgressLine progress(options_.progress, trace_);
+        ProgressMeter progress(options_.progress, IsTerminal(options_.progress));
         for (const TraceEvent& event : trace_.events) {
             for (; nextDump < dumps.size() && DumpTime(dumps[nextDump]) <= event.timeMs; ++nextDump) {
                 AnswerDump(dumps[nextDump], result);
@@ -213,7 +177,7 @@ private:
             handler_->AdvanceTo(event.timeMs);
             Apply(event);
             Settle();
-            progress.Update(event.timeMs);
+            ReportProgress(progress, event.timeMs);
         }
         MarkTruth(nextNight, trace_.endMs);
         handler_->AdvanceTo(trace_.endMs);
@@ -222,6 +186,15 @@ private:
             AnswerDump(dumps[nextDump], result);
         }
         progress.Finish();
+    }
+
+    void ReportProgress(ProgressMeter& progress, int64_t virtualMs) const
+    {
+        const int64_t nightsDone = (virtualMs - trace_.startMs) / kMsPerDay;
+        progress.Update({0, 0, nightsDone, (trace_.endMs - trace_.startMs) / kMsPerDay});
+        if (options_.nightsDone != nullptr) {
+            options_.nightsDone->store(nightsDone, std::memory_order_relaxed);
+        }
     }
 
     int64_t DumpTime(const DumpRequest& request) const { return request.atMs < 0 ? trace_.endMs : request.atMs; }
