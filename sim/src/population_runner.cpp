@@ -19,9 +19,8 @@
 #include "progress_meter.h"
 #include "sim_cli.h"
 
-#if __has_include("night_metrics.h")
+#ifdef SLEEPSIM_HAS_METRICS
 #include "night_metrics.h"
-#define SLEEPSIM_HAS_METRICS 1
 #endif
 
 namespace OHOS::Sim {

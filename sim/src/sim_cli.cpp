@@ -7,10 +7,9 @@
 #include "scenario.h"
 #include "sim_driver.h"
 
-#if __has_include("population.h") && __has_include("recorded_schedules.h")
+#ifdef SLEEPSIM_HAS_POPULATIONS
 #include "population.h"
 #include "recorded_schedules.h"
-#define SLEEPSIM_HAS_POPULATIONS 1
 #endif
 
 namespace OHOS::Sim {
@@ -133,7 +132,8 @@ void PrintDumps(const SimResult& result, std::ostream& out)
 }
 
 // The persons of a population run, from the one source the command line named.
-bool LoadPersons(const PopulationCli& population, const Scenario& base, std::vector<Scenario>& persons, std::string& error)
+bool LoadPersons(
+    const PopulationCli& population, const Scenario& base, std::vector<Scenario>& persons, std::string& error)
 {
     if (!population.count.empty() + !population.file.empty() + !population.csv.empty() > 1) {
         error = "give only one of --population, --population-file and --persons-from";
