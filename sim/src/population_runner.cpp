@@ -190,6 +190,10 @@ private:
     {
         int status = 0;
         const pid_t pid = WaitForChild(status);
+        if (pid < 0) {
+            ForgetRunning(std::string("lost its process: ") + std::strerror(errno));
+            return;
+        }
         const auto child = running_.find(pid);
         if (child == running_.end()) {
             return;
@@ -203,6 +207,15 @@ private:
         if (!entry.ok) {
             Fail(entry, DescribeExit(status));
         }
+    }
+
+    void ForgetRunning(const std::string& why)
+    {
+        for (const auto& [pid, slot] : running_) {
+            Fail(result_.persons[slot], why);
+        }
+        finished_ += static_cast<int32_t>(running_.size());
+        running_.clear();
     }
 
     // Blocks until a child ends; while progress is shown, wakes up now and then to redraw it.
