@@ -31,10 +31,20 @@ struct NightReport {
     int32_t lightEpisodes = 0;
     int64_t easyWakeupStartMs = -1;
     std::vector<int64_t> trainingMs; // training runs that finished in the window
+    // Each published state's spans in the window, in order; a state still on at the window's end is
+    // cut there, an end without a start in the window is ignored.
+    std::vector<TimeSpan> deepSpans;
+    std::vector<TimeSpan> lightSpans;
+    std::vector<TimeSpan> easyWakeupSpans;
+    std::vector<TimeSpan> notCareChargeSpans;
 
     // Minutes from true onset to the first deep start; only meaningful when deepStartMs >= 0.
     double OnsetDelayMin() const;
 };
+
+// The window a night is judged in: from the noon before it to the noon of the day it ends (local
+// wall-clock noons, so 23 or 25 hours across a daylight-saving change).
+TimeSpan NightWindow(const NightTruth& night);
 
 // Reads one report per true night from the timeline's lines.
 std::vector<NightReport> SummariseNights(const std::vector<TimelineLine>& lines, const std::vector<NightTruth>& nights);

@@ -15,7 +15,6 @@ namespace OHOS::Sim {
 // Files of a population output folder, besides one single-run folder per person in PERSONS_DIR.
 inline const std::string PERSONS_DIR = "persons";
 inline const std::string POPULATION_FILE = "population.json"; // which persons, in which order
-inline const std::string METRICS_FILE = "metrics.json";
 
 // A part of a population: the persons whose 0-based index i has i % count == index - 1.
 struct Shard {
@@ -80,9 +79,6 @@ struct PopulationRecord {
 
 std::string PopulationToJson(const PopulationRecord& record);
 bool ReadPopulationFile(const std::string& dir, PopulationRecord& record, std::string& error);
-
-// Whether this build has the metrics unit that gathering needs.
-bool MetricsBuiltIn();
 
 // Reads each folder's metrics.json (in the given order), merges them and writes OUT/metrics.json and
 // OUT/summary.txt, whose text is also put in `summary`. A missing or unreadable file is named in `error`.

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "night_metrics.h"
 #include "night_summary.h"
 #include "scenario.h"
 #include "trace.h"
@@ -34,12 +35,14 @@ struct SimResult {
     std::string error; // why the run could not start or its outputs could not be written
     std::vector<NightReport> nights;
     std::vector<DumpAnswer> dumps;
+    RunMetrics metrics; // the plug-in and the yardstick rules against the truth
 };
 
 // Output files inside SimOptions::outDir.
 inline const std::string TIMELINE_FILE = "timeline.jsonl";
 inline const std::string TRACE_FILE = "trace.jsonl";
 inline const std::string SUMMARY_FILE = "summary.txt";
+inline const std::string METRICS_FILE = "metrics.json";
 inline const std::string SCENARIO_FILE = "scenario.json";
 inline const std::string LOG_FILE = "sleepsim.log";
 inline const std::string DATA_DIR = "data";
@@ -48,7 +51,7 @@ inline const std::string DATA_DIR = "data";
 // clock and handler for the host, the simulated phone and the notification service, sets the time
 // zone and the data root (<outDir>/data, emptied first), creates and registers the plug-in's
 // strategy, replays the trace (waiting for training threads before time moves), answers the dump
-// requests and writes the timeline, trace, scenario, summary and log into outDir.
+// requests and writes the timeline, trace, scenario, summary, metrics and log into outDir.
 // Uses the process-wide platform singletons: run one simulation per process.
 SimResult RunSimulation(const Scenario& scenario, const SimOptions& options);
 

@@ -44,6 +44,57 @@ bool IsDeepStopReport(const TimelineLine& line)
     return params.value("TYPE", 0) == kDeepSleepReportType && params.value("VALUE", 0) < 0;
 }
 
+// Where a published state's open span starts, per state; -1 while the state is off.
+struct OpenStates {
+    int64_t deep = -1;
+    int64_t light = -1;
+    int64_t easyWakeup = -1;
+    int64_t notCareCharge = -1;
+};
+
+struct StateTrack {
+    const std::string& action;
+    int64_t OpenStates::*openSince;
+    std::vector<TimeSpan> NightReport::*spans;
+};
+
+const std::vector<StateTrack>& StateTracks()
+{
+    static const std::vector<StateTrack> tracks = {
+        {DEEP_SLEEP_EVENT, &OpenStates::deep, &NightReport::deepSpans},
+        {LIGHT_SLEEP_EVENT, &OpenStates::light, &NightReport::lightSpans},
+        {EASY_WAKEUP_EVENT, &OpenStates::easyWakeup, &NightReport::easyWakeupSpans},
+        {NOT_CARE_CHARGE_EVENT, &OpenStates::notCareCharge, &NightReport::notCareChargeSpans},
+    };
+    return tracks;
+}
+
+// Opens or closes the span of the state the line publishes; a repeated "on" keeps the open span.
+void TrackState(const TimelineLine& line, int64_t t, OpenStates& open, NightReport& report)
+{
+    for (const StateTrack& track : StateTracks()) {
+        if (!IsSleepEvent(line, track.action)) {
+            continue;
+        }
+        int64_t& since = open.*track.openSince;
+        if (IsSleepFlag(line)) {
+            since = since < 0 ? t : since;
+        } else if (since >= 0) {
+            (report.*track.spans).push_back(TimeSpan{since, t});
+            since = -1;
+        }
+    }
+}
+
+void CloseOpenStates(int64_t endMs, const OpenStates& open, NightReport& report)
+{
+    for (const StateTrack& track : StateTracks()) {
+        if (open.*track.openSince >= 0) {
+            (report.*track.spans).push_back(TimeSpan{open.*track.openSince, endMs});
+        }
+    }
+}
+
 // Stop reasons by time: the report and the published end share their virtual time.
 using StopReasons = std::map<int64_t, int32_t>;
 
@@ -93,6 +144,11 @@ double NightReport::OnsetDelayMin() const
     return static_cast<double>(deepStartMs - truth.onsetMs) / kMsPerMinute;
 }
 
+TimeSpan NightWindow(const NightTruth& night)
+{
+    return TimeSpan{LocalTimeMs(AddDays(night.wakeDate, -1), kNoonMin), LocalTimeMs(night.wakeDate, kNoonMin)};
+}
+
 std::vector<NightReport> SummariseNights(const std::vector<TimelineLine>& lines, const std::vector<NightTruth>& nights)
 {
     std::vector<NightReport> reports;
@@ -100,8 +156,7 @@ std::vector<NightReport> SummariseNights(const std::vector<TimelineLine>& lines,
     for (const NightTruth& truth : nights) {
         NightReport report;
         report.truth = truth;
-        const int64_t begin = LocalTimeMs(AddDays(truth.wakeDate, -1), kNoonMin);
-        const int64_t end = LocalTimeMs(truth.wakeDate, kNoonMin);
+        const auto [begin, end] = NightWindow(truth);
         while (next < lines.size() && lines[next]["t"].get<int64_t>() < begin) {
             ++next;
         }
@@ -112,9 +167,12 @@ std::vector<NightReport> SummariseNights(const std::vector<TimelineLine>& lines,
                 reasons[lines[last]["t"].get<int64_t>()] = lines[last]["params"]["VALUE"].get<int32_t>();
             }
         }
+        OpenStates open;
         for (; next < last; ++next) {
             ReadLine(lines[next], report, reasons);
+            TrackState(lines[next], lines[next]["t"].get<int64_t>(), open, report);
         }
+        CloseOpenStates(end, open, report);
         reports.push_back(report);
     }
     return reports;

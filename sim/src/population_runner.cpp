@@ -18,12 +18,9 @@
 #include <thread>
 #include <unistd.h>
 
+#include "night_metrics.h"
 #include "progress_meter.h"
 #include "sim_cli.h"
-
-#ifdef SLEEPSIM_HAS_METRICS
-#include "night_metrics.h"
-#endif
 
 namespace OHOS::Sim {
 
@@ -400,12 +397,6 @@ bool ReadPopulationFile(const std::string& dir, PopulationRecord& record, std::s
     }
 }
 
-#ifdef SLEEPSIM_HAS_METRICS
-bool MetricsBuiltIn()
-{
-    return true;
-}
-
 bool GatherMetrics(
     const std::vector<std::string>& personDirs, const std::string& outDir, std::string& summary, std::string& error)
 {
@@ -427,18 +418,6 @@ bool GatherMetrics(
     return WriteText(outDir + "/" + METRICS_FILE, MetricsToJson(merged), error) &&
            WriteText(outDir + "/" + SUMMARY_FILE, summary, error);
 }
-#else
-bool MetricsBuiltIn()
-{
-    return false;
-}
-
-bool GatherMetrics(const std::vector<std::string>&, const std::string&, std::string&, std::string& error)
-{
-    error = "this build has no metrics unit, so the persons' metrics cannot be gathered";
-    return false;
-}
-#endif
 
 bool GatherPopulationMetrics(
     const std::string& outDir, const PopulationRecord& record, std::string& summary, std::string& error)

@@ -254,6 +254,23 @@ int RunMergeCli(const std::vector<std::string>& args, std::ostream& out, std::os
     return EXIT_RUN_OK;
 }
 
+std::string MetricsHelp()
+{
+    return "Metrics (metrics.json; summarised at the end of summary.txt, see \"Reading the metrics\" in\n"
+           "the README). Each night (noon to noon) is scored against the truth for three rules: plugin\n"
+           "(its deep sleep), idle (screen off, charger out and still for 30 + 30 minutes, until screen on,\n"
+           "movement or charger) and time_of_day (median bed and wake times of earlier nights, learned\n"
+           "from screen use). Top level: version, rules, persons (name, nights, trainings,\n"
+           "trainingsPerWeek), nights, summary. A night: person, night, index, weekend, window, sleep,\n"
+           "awakeScreenOff, wakeLockMs, trainings, rules.<rule>: asleep (plugin also light, easyWakeup,\n"
+           "notCareCharge) as [[beginMs, endMs], ...], announcedWake, missed, onsetLatencyMin,\n"
+           "wakeLatencyMin, coverage, falseSleepMin, falseSleepShare (of awake screen-off time\n"
+           "21:00-08:00), wakeErrorMin, lightMin, easyWakeupMin, notCareChargeMin (null: does not\n"
+           "apply; a missed night has no latency). summary: persons, nights, trainingsPerWeek, and for\n"
+           "all, firstWeek, afterFirstWeek: nights, wakeLockSec, rules.<rule>: missed, nightsWith\n"
+           "(asleep, light, easyWakeup, notCareCharge), each score as {count, median, p90}.\n";
+}
+
 } // namespace
 
 std::string SleepsimUsage()
@@ -270,8 +287,8 @@ std::string SleepsimUsage()
            "  -s, --scenario FILE  scenario file (JSON; also as the first plain argument); fields left\n"
            "                       out keep the defaults below\n"
            "  -o, --out DIR        output folder (default sleepsim-out): timeline.jsonl, trace.jsonl,\n"
-           "                       summary.txt, scenario.json, sleepsim.log and data/ (database,\n"
-           "                       preferences, settings, system events); replaced on each run\n"
+           "                       summary.txt, metrics.json, scenario.json, sleepsim.log and data/\n"
+           "                       (database, preferences, settings, system events); replaced on each run\n"
            "      --seed N         overrides the scenario's seed\n"
            "      --days N         overrides the scenario's number of days\n"
            "      --print-scenario prints the effective scenario as JSON and exits\n"
@@ -295,6 +312,8 @@ std::string SleepsimUsage()
            "                       and prints its answer, e.g. sleepsim dump -D --strategy\n"
            "\n"
            "Exit codes: 0 done, 1 the run failed, 2 bad argument or scenario (nothing run).\n"
+           "\n" +
+           MetricsHelp() +
            "\n"
            "Scenario fields (nested JSON objects; \"habits.weekday.bedtime\" is\n"
            "{\"habits\": {\"weekday\": {\"bedtime\": \"23:00\"}}}):\n" +
@@ -336,7 +355,7 @@ int RunSleepsimCli(const std::vector<std::string>& args, std::ostream& out, std:
         err << "sleepsim: " << result.error << "\n";
         return EXIT_RUN_FAILED;
     }
-    out << "\n" << FormatSummaryTable(result.nights);
+    out << "\n" << FormatSummaryTable(result.nights) << "\n" << FormatMetricsSummary(result.metrics);
     PrintDumps(result, out);
     return EXIT_RUN_OK;
 }

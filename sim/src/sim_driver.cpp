@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <limits>
+#include <map>
 #include <memory>
+#include <set>
 
 #include "common_event_manager.h"
 #include "data_root.h"
@@ -76,7 +79,8 @@ private:
     {
         std::error_code ec;
         std::filesystem::create_directories(options_.outDir, ec);
-        for (const std::string& name : {DATA_DIR, TIMELINE_FILE, TRACE_FILE, SUMMARY_FILE, SCENARIO_FILE, LOG_FILE}) {
+        for (const std::string& name :
+            {DATA_DIR, TIMELINE_FILE, TRACE_FILE, SUMMARY_FILE, METRICS_FILE, SCENARIO_FILE, LOG_FILE}) {
             std::filesystem::remove_all(OutPath(name), ec);
         }
         if (!Emulator::MakeDirectories(OutPath(DATA_DIR))) {
@@ -174,12 +178,14 @@ private:
                 AnswerDump(dumps[nextDump], result);
             }
             nextNight = MarkTruth(nextNight, event.timeMs);
+            SampleWakeLocks(event.timeMs);
             handler_->AdvanceTo(event.timeMs);
             Apply(event);
             Settle();
             ReportProgress(progress, event.timeMs);
         }
         MarkTruth(nextNight, trace_.endMs);
+        SampleWakeLocks(trace_.endMs);
         handler_->AdvanceTo(trace_.endMs);
         Settle();
         for (; nextDump < dumps.size(); ++nextDump) {
@@ -209,6 +215,39 @@ private:
         Settle();
         timeline_.Add(at, TIMELINE_DUMP, {{"words", request.words}, {"answer", answer}});
         result.dumps.push_back(DumpAnswer{at, request.words, answer});
+    }
+
+    // Records the phone's total wake-lock time at every night-window boundary up to `untilMs`, moving
+    // the virtual time to each boundary first so that a lock held across it is split exactly.
+    void SampleWakeLocks(int64_t untilMs)
+    {
+        if (lockBoundaries_.empty()) {
+            for (const NightTruth& night : trace_.nights) {
+                lockBoundaries_.insert(NightWindow(night).beginMs);
+                lockBoundaries_.insert(NightWindow(night).endMs);
+            }
+        }
+        for (auto it = lockBoundaries_.upper_bound(lastLockSampleMs_); it != lockBoundaries_.end() && *it <= untilMs;
+             ++it) {
+            handler_->AdvanceTo(std::max(*it, clock_->WallTimeMs()));
+            Settle();
+            lockHeldAtMs_[*it] = Emulator::SimulatedPhone::GetInstance().GetRunningLockHeldMs();
+            lastLockSampleMs_ = *it;
+        }
+    }
+
+    // Wake-lock milliseconds per night window, in the order of the trace's nights; -1 when a
+    // boundary of the window was not reached.
+    std::vector<int64_t> WakeLockMsPerNight() const
+    {
+        std::vector<int64_t> perNight;
+        for (const NightTruth& night : trace_.nights) {
+            const auto begin = lockHeldAtMs_.find(NightWindow(night).beginMs);
+            const auto end = lockHeldAtMs_.find(NightWindow(night).endMs);
+            const bool known = begin != lockHeldAtMs_.end() && end != lockHeldAtMs_.end();
+            perNight.push_back(known ? end->second - begin->second : -1);
+        }
+        return perNight;
     }
 
     // Adds the truth markers (fell asleep, woke up) of the nights that begin before `untilMs`.
@@ -322,16 +361,26 @@ private:
         }
         std::ofstream scenarioOut(OutPath(SCENARIO_FILE), std::ios::binary | std::ios::trunc);
         scenarioOut << ScenarioToJson(scenario_);
+        result.metrics = ComputeRunMetrics(scenario_.name, trace_, lines, WakeLockMsPerNight());
         std::ofstream summaryOut(OutPath(SUMMARY_FILE), std::ios::binary | std::ios::trunc);
-        summaryOut << FormatSummaryTable(result.nights);
+        summaryOut << FormatSummaryTable(result.nights) << "\n" << FormatMetricsSummary(result.metrics);
         traceOut.flush();
         scenarioOut.flush();
         summaryOut.flush();
-        if (!WriteTimelineLines(lines, OutPath(TIMELINE_FILE)) || !traceOut || !scenarioOut || !summaryOut) {
+        if (!WriteTimelineLines(lines, OutPath(TIMELINE_FILE)) || !WriteMetrics(result.metrics) || !traceOut ||
+            !scenarioOut || !summaryOut) {
             result.error = "cannot write the outputs into '" + options_.outDir + "'";
             return false;
         }
         return true;
+    }
+
+    bool WriteMetrics(const RunMetrics& metrics) const
+    {
+        std::ofstream out(OutPath(METRICS_FILE), std::ios::binary | std::ios::trunc);
+        out << MetricsToJson(metrics);
+        out.flush();
+        return static_cast<bool>(out);
     }
 
     const Scenario& scenario_;
@@ -344,6 +393,9 @@ private:
     std::shared_ptr<DevStandbyMgr::UserSleepStrategy> strategy_;
     int64_t openDeliveries_ = 0;
     int64_t seenOpenDeliveries_ = 0;
+    std::set<int64_t> lockBoundaries_;
+    int64_t lastLockSampleMs_ = std::numeric_limits<int64_t>::min();
+    std::map<int64_t, int64_t> lockHeldAtMs_; // boundary -> total wake-lock ms held by then
 };
 
 } // namespace

@@ -131,5 +131,38 @@ TEST_F(DataShareTest, ObserversHearTheirKeyOrTheirWholeTable)
     EXPECT_EQ(wholeTable->changes, 4);
 }
 
+// An observer that unregisters itself from inside its notification hears that change only; the others
+// registered on the key still hear every change.
+class UnregisteringObserver : public CountingObserver {
+public:
+    UnregisteringObserver(DataShareHelper& helper, const Uri& uri) : helper_(helper), uri_(uri) {}
+    void OnChange() override
+    {
+        ++changes;
+        unregistered = helper_.UnregisterObserver(uri_, self.lock());
+    }
+    std::weak_ptr<UnregisteringObserver> self;
+    int unregistered = E_ERROR;
+
+private:
+    DataShareHelper& helper_;
+    Uri uri_;
+};
+
+TEST_F(DataShareTest, ObserverMayUnregisterItselfWhileBeingNotified)
+{
+    Uri alarmUri(TABLE_URI + "&key=nearestAlarmingTime");
+    auto leaving = std::make_shared<UnregisteringObserver>(*helper_, alarmUri);
+    leaving->self = leaving;
+    auto staying = std::make_shared<CountingObserver>();
+    ASSERT_EQ(helper_->RegisterObserver(alarmUri, leaving), E_OK);
+    ASSERT_EQ(helper_->RegisterObserver(alarmUri, staying), E_OK);
+    ASSERT_TRUE(Emulator::PutSetting(SETTINGS_TABLE, "nearestAlarmingTime", "1000"));
+    ASSERT_TRUE(Emulator::PutSetting(SETTINGS_TABLE, "nearestAlarmingTime", "2000"));
+    EXPECT_EQ(leaving->unregistered, E_OK);
+    EXPECT_EQ(leaving->changes, 1);
+    EXPECT_EQ(staying->changes, 2);
+}
+
 } // namespace
 } // namespace OHOS::DataShare

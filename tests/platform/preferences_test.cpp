@@ -3,6 +3,8 @@
 #include <fstream>
 #include <limits>
 #include <sstream>
+#include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -199,6 +201,33 @@ TEST_F(PreferencesTest, AFlushNeverLeavesATornFile)
         EXPECT_EQ(done->GetString("new"), std::string(20000, 'n'));
         EXPECT_EQ(FolderEntries(realPath_), 1);
     }
+}
+
+// Threads sharing the file's object put and flush at once: every key of every thread is on disk.
+TEST_F(PreferencesTest, ConcurrentWritersLoseNoKey)
+{
+    constexpr int threads = 4;
+    constexpr int keysPerThread = 50;
+    std::vector<std::thread> writers;
+    for (int t = 0; t < threads; ++t) {
+        writers.emplace_back([t] {
+            auto own = OpenOk();
+            for (int i = 0; i < keysPerThread; ++i) {
+                own->PutInt("k" + std::to_string(t) + "_" + std::to_string(i), i);
+                EXPECT_EQ(own->FlushSync(), E_OK);
+            }
+        });
+    }
+    for (std::thread& writer : writers) {
+        writer.join();
+    }
+    auto onDisk = Reopen();
+    for (int t = 0; t < threads; ++t) {
+        for (int i = 0; i < keysPerThread; ++i) {
+            EXPECT_EQ(onDisk->GetInt("k" + std::to_string(t) + "_" + std::to_string(i), -1), i) << t << " " << i;
+        }
+    }
+    EXPECT_EQ(FolderEntries(realPath_), 1);
 }
 
 } // namespace

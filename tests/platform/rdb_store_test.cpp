@@ -248,6 +248,27 @@ TEST_F(RdbStoreTest, BatchInsertAndTransactionAreAllOrNothingWhicheverOperationF
     });
 }
 
+// A transaction belongs to its thread: it does not nest, and until it commits other threads' queries,
+// served by their own connections, see only the data committed before it.
+TEST_F(RdbStoreTest, TransactionIsNotNestedAndHiddenFromOtherConnectionsUntilCommit)
+{
+    auto countFromOtherThread = [this] {
+        int64_t count = -1;
+        std::thread([&] { count = Count(); }).join();
+        return count;
+    };
+    EXPECT_EQ(store_->Commit(), E_NO_TRANSACTION);
+    ASSERT_EQ(store_->BeginTransaction(), E_OK);
+    EXPECT_EQ(store_->BeginTransaction(), E_TRANSACTION_IN_EXECUTE);
+    int64_t rowId = 0;
+    ASSERT_EQ(store_->Insert(rowId, "rows", Row(1)), E_OK);
+    EXPECT_EQ(Count(), 1);
+    EXPECT_EQ(countFromOtherThread(), 0);
+    ASSERT_EQ(store_->Commit(), E_OK);
+    EXPECT_EQ(countFromOtherThread(), 1);
+    EXPECT_EQ(store_->RollBack(), E_NO_TRANSACTION);
+}
+
 // Reads `column` with every getter into outputs that start as sentinels; returns the four error
 // codes and sets `changed` when any output was written.
 std::vector<int> ReadWithEveryGetter(AbsSharedResultSet& set, int column, bool& changed)

@@ -403,6 +403,16 @@ TEST_F(SleepDetectionTest, HandledMarksComeFromASingleParameterRow)
     EXPECT_TRUE(capture.HasText("unexpected length of long standby parameters table (should be 1)."));
 }
 
+TEST_F(SleepDetectionTest, ReportsOfAnEmptyDatabaseWriteNoEventButEachFinishes)
+{
+    Emulator::LogCapture capture;
+    Engine().ReportSleepData();
+    EXPECT_EQ(capture.Texts(),
+        (std::vector<std::string>{"finish report long standby database data.",
+            "finish report slp duration database data.", "finish report slp parameters database data."}));
+    EXPECT_TRUE(Emulator::ReadSysEvents("SLEEP_PARAMETERS").empty());
+}
+
 TEST_F(SleepDetectionTest, ManualPredictionParsesFifteenFields)
 {
     Emulator::LogCapture capture;
@@ -573,11 +583,15 @@ TEST_F(SleepReporterTest, LogsEachDroppedEventAndGoesOn)
 
         const size_t written = refused ? 0U : static_cast<size_t>(limit);
         EXPECT_EQ(Emulator::ReadSysEvents("SLEEP_KEY_FEATURE").size(), written) << refused << limit;
+        // Each failure is logged in the name of the report operation.
         size_t statisticFailures = 0;
         size_t behaviorFailures = 0;
-        for (const std::string& text : capture.Texts()) {
-            statisticFailures += text == "Write event fail: WriteStatisticEvent" ? 1 : 0;
-            behaviorFailures += text == "Write event fail: WriteBehaviorEvent" ? 1 : 0;
+        for (const Emulator::LogRecord& record : capture.Records()) {
+            const std::string& line = record.message;
+            statisticFailures += line.rfind("[ReportSleepEnvironment:", 0) == 0 &&
+                                 line.find("] Write event fail: WriteStatisticEvent") != std::string::npos;
+            behaviorFailures += line.rfind("[WritePowerBrainStateHiSysEvent:", 0) == 0 &&
+                                line.find("] Write event fail: WriteBehaviorEvent") != std::string::npos;
         }
         EXPECT_EQ(statisticFailures, 2U - written);
         EXPECT_EQ(behaviorFailures, (refused || limit == 0) ? 1U : 0U);

@@ -19,11 +19,13 @@
 #include "scoped_time_zone.h"
 #include "simulated_phone.h"
 #include "sleep_detection.h"
+#include "sleep_history_builder.h"
 #include "sleep_shared_pref.h"
 #include "standby_host_globals.h"
 #include "standby_notification_subscriber.h"
 #include "standby_service_impl.h"
 #include "user_sleep_strategy.h"
+#include "user_sleep_train_model.h"
 #include "virtual_clock.h"
 #include "want.h"
 
@@ -372,16 +374,6 @@ INSTANTIATE_TEST_SUITE_P(Reasons, StopTest,
         StopCase{"DumpExit", [](StrategyTest& t) { t.SleepDump("exit"); }, -10, 0, "hidumper command", false}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(StrategyTest, DeepAndLightSleepExcludeEachOther)
-{
-    StartNight(true);
-    const int64_t lightAt = Now();
-    LightAsleep();
-    Asleep(kWakeup);
-    EXPECT_EQ(published_, (Events{{kDeepAction, true, kWakeup}, {kDeepAction, false, lightAt}, {kLightAction, true, -2},
-                              {kLightAction, false, -2}, {kDeepAction, true, kWakeup}}));
-}
-
 TEST_F(StrategyTest, SleepStatesEndWhenAVerdictArrivesInDayTime)
 {
     StartNight();
@@ -396,34 +388,44 @@ TEST_F(StrategyTest, SleepStatesEndWhenAVerdictArrivesInDayTime)
     EXPECT_TRUE(log_.HasText("stop user deep slp because of SleepDetection"));
 }
 
+// The dump's "into" starts deep sleep only off the charger, the not-care-charge state either way;
+// "exit" ends both.
 TEST_F(StrategyTest, ChargingBlocksDeepSleepButNotTheNotCareChargeState)
 {
-    Start();
-    SetCharging(true);
-    ScreenOff();
-    EXPECT_EQ(SleepDump("into"), "\n\n=================UserSleepStrategy=========================\nstart slp\n");
-    EXPECT_EQ(published_, (Events{{kNotCareAction, true, -1}}));
-    EXPECT_EQ(std::make_pair(Param(kNotCareParam), Param(kDeepParam)),
-        std::make_pair(std::string("sleep"), std::string("<unset>")));
-    EXPECT_TRUE(Pref(SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI));
-    SleepDump("exit");
-    EXPECT_EQ(published_.back(), (Published{kNotCareAction, false, -1}));
-    EXPECT_EQ(Param(kNotCareParam), "unsleep");
-    EXPECT_FALSE(Pref(SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI));
+    for (bool charging : {true, false}) {
+        StartNight();
+        SetCharging(charging);
+        published_.clear();
+        EXPECT_EQ(SleepDump("into"), "\n\n=================UserSleepStrategy=========================\nstart slp\n");
+        EXPECT_EQ(published_, (charging ? Events{{kNotCareAction, true, -1}}
+                                        : Events{{kDeepAction, true, -1}, {kNotCareAction, true, -1}}));
+        EXPECT_EQ(Param(kNotCareParam), "sleep");
+        EXPECT_EQ(Param(kDeepParam), charging ? "<unset>" : "sleep");
+        EXPECT_TRUE(Pref(SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI));
+        SleepDump("exit");
+        EXPECT_EQ(published_.back(), (Published{kNotCareAction, false, -1}));
+        EXPECT_EQ(Param(kNotCareParam), "unsleep");
+        EXPECT_FALSE(Pref(SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI));
+    }
 }
 
-// name, time zone, start from local midnight starting 2024-03-31
-class DayClockTest : public StrategyTest,
-                     public ::testing::WithParamInterface<std::tuple<const char*, const char*, int64_t>> {};
+// A deep sleep that nothing else ends is ended at the next 07:15 on the local wall clock, spread by
+// (start mod 600) ms, also on the nights the clocks change.
+struct DayClockCase {
+    const char* name;
+    const char* zone;
+    int startMonth, startDay, startHour;
+    int fireMonth, fireDay;
+};
 
-// The day clock ends a deep sleep that nothing else ended at the next 07:15 local time, spread by
-// (start mod 600) ms.
-TEST_P(DayClockTest, EndsDeepSleepAtQuarterPastSeven)
+class DayClockTest : public StrategyTest, public ::testing::WithParamInterface<DayClockCase> {};
+
+TEST_P(DayClockTest, EndsDeepSleepAtQuarterPastSevenLocal)
 {
-    const auto& [name, zone, offset] = GetParam();
-    Emulator::ScopedTimeZone localZone(zone);
-    const int64_t start = LocalMs(2024, 3, 31, 0, 0) + offset;
-    const int64_t fire = LocalMs(2024, 3, 31, 7, 15) + start % 600;
+    const DayClockCase& c = GetParam();
+    Emulator::ScopedTimeZone localZone(c.zone);
+    const int64_t start = LocalMs(2024, c.startMonth, c.startDay, c.startHour, 0, 0, 599);
+    const int64_t fire = LocalMs(2024, c.fireMonth, c.fireDay, 7, 15) + start % 600;
     clock_.Get().SetWallTimeMs(start);
     StartNight(true);
     ASSERT_TRUE(Pref(SleepSharedPref::USER_SLEEPING_AI));
@@ -435,14 +437,21 @@ TEST_P(DayClockTest, EndsDeepSleepAtQuarterPastSeven)
     EXPECT_EQ(PowerStates().back(), (std::pair<int32_t, int32_t>{100, -2}));
 }
 
-// NextDay starts at 23:00:00.599 the evening before; on SpringForward the clocks go forward at
-// 02:00 that night, and it is still 07:15 on the wall.
-INSTANTIATE_TEST_SUITE_P(Times, DayClockTest,
-    ::testing::Values(std::make_tuple("SameDay", "CST-8", 3 * kHourMs + 123),
-        std::make_tuple("NextDay", "CST-8", -1 * kHourMs + 599),
-        std::make_tuple("JustBefore", "CST-8", 7 * kHourMs + 15 * 60000 - 1000),
-        std::make_tuple("SpringForward", "CET-1CEST,M3.5.0,M10.5.0/3", kHourMs / 2)),
-    [](const auto& info) { return std::string(std::get<0>(info.param)); });
+const char* const kBerlin = "CET-1CEST,M3.5.0,M10.5.0/3";
+const char* const kNewYork = "EST5EDT,M3.2.0,M11.1.0";
+
+INSTANTIATE_TEST_SUITE_P(Nights, DayClockTest,
+    ::testing::Values(DayClockCase{"SameDay", "CST-8", 3, 31, 3, 3, 31},
+        DayClockCase{"NextDay", "CST-8", 3, 30, 23, 3, 31},
+        DayClockCase{"BerlinSpringBeforeMidnight", kBerlin, 3, 30, 23, 3, 31},
+        DayClockCase{"BerlinSpringAfterMidnight", kBerlin, 3, 31, 1, 3, 31},
+        DayClockCase{"BerlinAutumnBeforeMidnight", kBerlin, 10, 26, 23, 10, 27},
+        DayClockCase{"BerlinAutumnAfterMidnight", kBerlin, 10, 27, 1, 10, 27},
+        DayClockCase{"NewYorkSpringBeforeMidnight", kNewYork, 3, 9, 23, 3, 10},
+        DayClockCase{"NewYorkSpringAfterMidnight", kNewYork, 3, 10, 1, 3, 10},
+        DayClockCase{"NewYorkAutumnBeforeMidnight", kNewYork, 11, 2, 23, 11, 3},
+        DayClockCase{"NewYorkAutumnAfterMidnight", kNewYork, 11, 3, 0, 11, 3}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(StrategyTest, DayDelayIsComputedFromTheLocalCalendar)
 {
@@ -493,22 +502,32 @@ TEST_F(StrategyTest, NewDeepSleepClosesAnOpenRecordingPeriodFirst)
         std::find(texts.begin(), texts.end(), "starting device long standby AI"));
 }
 
-TEST_F(StrategyTest, FailedSubscribeIsRetriedAndThePeriodStillEnds)
+// A refused subscribe or unsubscribe is logged with its code, leaves the flag as it was and is tried
+// again at the next occasion; the recording period still opens and closes.
+class SubscriptionFailureTest : public StrategyTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(SubscriptionFailureTest, IsLoggedAndRetriedAtTheNextOccasion)
 {
-    StartNight();
-    Emulator::NotificationCenter::GetInstance().SetSubscribeFails(true);
-    Asleep(kWakeup);
+    const bool unsubscribeFails = GetParam();
+    auto& center = Emulator::NotificationCenter::GetInstance();
+    StartNight(true);
+    unsubscribeFails ? center.SetUnsubscribeFails(true) : center.SetSubscribeFails(true);
     Send(2009);
-    EXPECT_TRUE(log_.HasText("SubscribeNotification ret: 1600001."));
-    EXPECT_EQ(SubscriberCount(), 0u);
-    EXPECT_TRUE(handler_->HasTask(kRecordTask));
     handler_->FastForwardBy(300000);
     EXPECT_TRUE(log_.HasText(kRecordingStopped));
-    Emulator::NotificationCenter::GetInstance().SetSubscribeFails(false);
-    Asleep(kWakeup);
-    Send(2009);
+    EXPECT_TRUE(log_.HasText(
+        unsubscribeFails ? "UnSubscribeNotification ret: 1600001." : "SubscribeNotification ret: 1600001."));
+    EXPECT_EQ(SubscriberCount(), unsubscribeFails ? 1u : 0u);
+    center.SetUnsubscribeFails(false);
+    center.SetSubscribeFails(false);
+    Asleep(kWakeup); // ends any recording period: the unsubscribe is retried
+    EXPECT_EQ(SubscriberCount(), 0u);
+    Send(2009); // the next period: the subscribe is retried
     EXPECT_EQ(SubscriberCount(), 1u);
 }
+
+INSTANTIATE_TEST_SUITE_P(Failing, SubscriptionFailureTest, ::testing::Values(false, true),
+    [](const auto& info) { return std::string(info.param ? "Unsubscribe" : "Subscribe"); });
 
 TEST_F(StrategyTest, FailedPublishStillChangesTheState)
 {
@@ -545,6 +564,22 @@ TEST_P(RestartTest, StateLeftOnBeforeARestartIsEndedAndAnnounced)
     }
     EXPECT_TRUE(log_.HasText(std::string(state.readLog) + ": 1"));
     EXPECT_EQ(PowerStates(), state.powerStates);
+}
+
+TEST_F(StrategyTest, RestartWithEasyWakeupStoredWarnsThenStopsInOnCreatedsName)
+{
+    SleepSharedPref::UpdateBoolSettings(SleepSharedPref::USER_EASY_WAKEUP_SLEEPING_AI, true);
+    Start();
+    std::vector<std::pair<LogLevel, std::string>> lines;
+    for (const Emulator::LogRecord& record : log_.Records()) {
+        if (record.message.find("easy wakeup slp state") != std::string::npos ||
+            record.message.find("stop easy wakeup sleep state") != std::string::npos) {
+            lines.emplace_back(record.level, record.message.substr(0, record.message.find(':')));
+        }
+    }
+    EXPECT_EQ(
+        lines, (std::vector<std::pair<LogLevel, std::string>>{{LOG_WARN, "[OnCreated"}, {LOG_INFO, "[OnCreated"}}));
+    EXPECT_EQ(log_.Texts().back(), "stop easy wakeup sleep state");
 }
 
 INSTANTIATE_TEST_SUITE_P(States, RestartTest,
@@ -589,27 +624,47 @@ TEST_F(StrategyTest, ObservationKeysReachTheEngineAsRecordFields)
     }
 }
 
-// The engine counts a reason for every observation that was not asleep; the first screen-on between
-// 12:00 and 21:00 reports the main one, unless the user did enter deep sleep.
-TEST_F(StrategyTest, UnsleepReasonIsReportedAfterNoonOnlyForNightsWithoutDeepSleep)
+// The engine counts a reason for every observation that was not asleep; a screen-on from 12:00 up to,
+// not including, 21:00 reports the main one, unless the user did enter deep sleep that night.
+struct UnsleepCase {
+    const char* name;
+    int hour, minute, second;
+    bool enteredDeepSleep, reported;
+};
+
+class UnsleepReasonTest : public StrategyTest, public ::testing::WithParamInterface<UnsleepCase> {};
+
+TEST_P(UnsleepReasonTest, IsReportedInsideTheAfternoonWindowOnly)
 {
-    Start();
-    for (bool enteredDeepSleep : {false, true}) {
-        ScreenOff();
-        if (enteredDeepSleep) {
-            Asleep(kWakeup);
-        }
-        Send<int64_t>(2000, "", "timestamp", Now()); // an observation the engine cannot call asleep
-        RunTo(Now() + 12 * kHourMs + 59 * 60000);    // 11:59
-        ScreenOn();
-        ScreenOff();
-        EXPECT_TRUE(PowerStates().empty() || PowerStates().back().first != 1001);
-        RunTo(Now() + 2 * 60000); // 12:01
-        Emulator::ClearSysEvents();
-        ScreenOn();
-        EXPECT_EQ(PowerStates(), (enteredDeepSleep ? PowerStateList{} : PowerStateList{{1001, 1}}));
-        RunTo(Now() + 10 * kHourMs); // 22:01
-    }
+    const UnsleepCase& c = GetParam();
+    StartNight(c.enteredDeepSleep);
+    Send<int64_t>(2000, "", "timestamp", Now()); // an observation the engine cannot call asleep
+    RunTo(LocalMs(2024, 3, 12, c.hour, c.minute, c.second));
+    Emulator::ClearSysEvents();
+    ScreenOn();
+    EXPECT_EQ(PowerStates(), (c.reported ? PowerStateList{{1001, 1}} : PowerStateList{}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Times, UnsleepReasonTest,
+    ::testing::Values(UnsleepCase{"BeforeNoon", 11, 59, 59, false, false},
+        UnsleepCase{"NoonExactly", 12, 0, 0, false, true}, UnsleepCase{"BeforeNine", 20, 59, 59, false, true},
+        UnsleepCase{"NineExactly", 21, 0, 0, false, false}, UnsleepCase{"AfterDeepSleep", 12, 0, 0, true, false}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(StrategyTest, DeepSleepSuppressesTheReportOnlyUntilTheFirstAfternoonScreenOn)
+{
+    StartNight(true);
+    Send<int64_t>(2000, "", "timestamp", Now());
+    RunTo(LocalMs(2024, 3, 12, 11, 0));
+    ScreenOn(); // outside the window: the night's deep sleep is still remembered
+    RunTo(LocalMs(2024, 3, 12, 13, 0));
+    ScreenOn();
+    ScreenOff();
+    Send<int64_t>(2000, "", "timestamp", Now());
+    RunTo(LocalMs(2024, 3, 12, 14, 0));
+    EXPECT_TRUE(PowerStates().empty() || PowerStates().back().first != 1001);
+    ScreenOn();
+    EXPECT_EQ(PowerStates().back(), (std::pair<int32_t, int32_t>{1001, 1}));
 }
 
 TEST_F(StrategyTest, TwoOnCreatedCallsReplaceTheEngineAndSubscriber)
@@ -618,9 +673,63 @@ TEST_F(StrategyTest, TwoOnCreatedCallsReplaceTheEngineAndSubscriber)
     Send(2009);
     ASSERT_EQ(SubscriberCount(), 1u);
     EXPECT_EQ(Host()->OnCreated(), ERR_OK);
+    Dump({"-S", "--strategy", "-RT", "--SetMode", "1"});
     EXPECT_EQ(SubscriberCount(), 0u);
     handler_->FastForwardBy(300000); // the period opened before still closes cleanly
     EXPECT_EQ(SubscriberCount(), 0u);
+    Asleep(kWakeup);
+    Send(2009); // a later period subscribes the new subscriber
+    EXPECT_EQ(SubscriberCount(), 1u);
+}
+
+// Parameter: the common event that ends the user's session.
+class UserSwitchTest : public StrategyTest, public ::testing::WithParamInterface<std::string> {
+public:
+    // How often the model was loaded for a first unlock, 10 s after `Unlock()`.
+    size_t UnlockAndCountFirstUnlockLoads()
+    {
+        Unlock();
+        handler_->FastForwardBy(10000);
+        const auto texts = log_.Texts();
+        return std::count(texts.begin(), texts.end(), std::string("load model successful"));
+    }
+};
+
+TEST_P(UserSwitchTest, ReopensTheDatabaseAndReloadsTheModelAtTheNextUnlock)
+{
+    Emulator::SleepHistoryBuilder(Emulator::SleepHabit{}, 1).Write(LocalMs(2024, 3, 11, 0, 0), {30, 0, 0});
+    UserSleepTrainModel().Run();
+    handler_->RunUntilIdle();
+    Start();
+    log_.Clear();
+    EXPECT_EQ(UnlockAndCountFirstUnlockLoads(), 1u);
+    EXPECT_EQ(UnlockAndCountFirstUnlockLoads(), 1u); // loaded: the next unlock does not load again
+    SendCommonEvent(GetParam());
+    EXPECT_EQ(UnlockAndCountFirstUnlockLoads(), 2u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Events, UserSwitchTest,
+    ::testing::Values(CommonEventSupport::COMMON_EVENT_USER_SWITCHED, CommonEventSupport::COMMON_EVENT_USER_STOPPING),
+    [](const auto& info) {
+        return info.param == CommonEventSupport::COMMON_EVENT_USER_SWITCHED ? "Switched" : "Stopping";
+    });
+
+// A boot restarts the five-minute training check, so that training follows the boot, not the screen-off.
+TEST_F(StrategyTest, BootCompletedStartsTheTrainingCheck)
+{
+    Start();
+    SetCharging(true);
+    Unlock();
+    handler_->FastForwardBy(180000); // ready for training: charging, battery above 30 %, never trained
+    ScreenOff();
+    const int64_t screenOffAt = Now();
+    handler_->FastForwardBy(120000);
+    SendCommonEvent(CommonEventSupport::COMMON_EVENT_BOOT_COMPLETED);
+    const int64_t bootAt = Now();
+    RunTo(screenOffAt + 300000 + 1000);
+    EXPECT_FALSE(log_.HasText("ExecuteTrain method start"));
+    RunTo(bootAt + 300000);
+    EXPECT_TRUE(log_.HasText("ExecuteTrain method start"));
 }
 
 TEST_F(StrategyTest, StoppingStatesThatAreOffPublishesNothingButTheEasyWakeupStop)
@@ -676,17 +785,6 @@ INSTANTIATE_TEST_SUITE_P(Commands, DumpAnswerTest,
         DumpCase{"PredictOther", TestWords({"--Predict", "now"}), kHeader},
         DumpCase{"Unknown", TestWords({"--Bogus", "x"}), kHeader}),
     [](const auto& info) { return std::string(std::get<0>(info.param)); });
-
-TEST_F(StrategyTest, DumpSleepIntoAndExitDriveTheDeepSleepState)
-{
-    StartNight();
-    SleepDump("into");
-    EXPECT_EQ(published_, (Events{{kDeepAction, true, -1}, {kNotCareAction, true, -1}}));
-    SleepDump("exit");
-    EXPECT_EQ(published_.size(), 4u);
-    EXPECT_TRUE(log_.HasText("stop user deep slp because of hidumper command"));
-    EXPECT_EQ(PowerStates().back(), (std::pair<int32_t, int32_t>{100, -10}));
-}
 
 TEST_F(StrategyTest, DumpSetModeSwitchesTheEngineTestMode)
 {

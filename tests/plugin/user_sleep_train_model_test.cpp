@@ -279,7 +279,10 @@ TEST_F(UserSleepTrainModelTest, StoresOneEpisodePerNightTheParametersRowAndTheFi
     EXPECT_EQ(Count(SleepDurationRecord::TABLE_NAME), 6);
 }
 
-TEST_F(UserSleepTrainModelTest, LabelsObservationsAroundEpisodeBegins)
+// Parameter: the position in `observations` of the one whose update the database refuses (-1: none).
+class LabelTest : public UserSleepTrainModelTest, public testing::WithParamInterface<int> {};
+
+TEST_P(LabelTest, LabelsObservationsAroundEpisodeBeginsEachByItsOwnUpdate)
 {
     WriteCraftedNights();
     struct Observation {
@@ -303,20 +306,30 @@ TEST_F(UserSleepTrainModelTest, LabelsObservationsAroundEpisodeBegins)
     // A labelled row that shares its timestamp with an unlabelled one is relabelled with it.
     InsertObservation(Mar(5, 0, 30), 0);
     InsertObservation(Mar(5, 0, 30), -1);
+    const int refused = GetParam();
+    if (refused >= 0) {
+        manager_->Execute("CREATE TRIGGER refuse BEFORE UPDATE ON sleep_environment WHEN OLD.timestamp = " +
+                          std::to_string(observations[refused].timestamp) + " BEGIN SELECT RAISE(ABORT, 'no'); END");
+    }
     UserSleepTrainModel model;
     ASSERT_TRUE(model.IsMeetTrainCondition());
     auto labelled = [](int64_t timestamp, int32_t label) {
         return Count(SleepEnvironment::TABLE_NAME,
             "timestamp = " + std::to_string(timestamp) + " AND label = " + std::to_string(label));
     };
-    for (const auto& observation : observations) {
-        EXPECT_EQ(labelled(observation.timestamp, observation.expected), 1) << observation.timestamp;
+    for (int i = 0; i < static_cast<int>(observations.size()); ++i) {
+        const Observation& observation = observations[i];
+        EXPECT_EQ(labelled(observation.timestamp, i == refused ? observation.initial : observation.expected), 1) << i;
     }
     EXPECT_EQ(labelled(Mar(5, 0, 30), 1), 2);
-    // The two unusable rows (-2), older than three days before the handled time, are dropped by the full run.
-    model.DeleteHandledRecord();
-    EXPECT_EQ(Count(SleepEnvironment::TABLE_NAME), static_cast<int64_t>(observations.size()));
+    if (refused < 0) {
+        // The two unusable rows (-2), older than three days before the handled time, go in the full run.
+        model.DeleteHandledRecord();
+        EXPECT_EQ(Count(SleepEnvironment::TABLE_NAME), static_cast<int64_t>(observations.size()));
+    }
 }
+
+INSTANTIATE_TEST_SUITE_P(RefusedUpdate, LabelTest, testing::Values(-1, 0, 4, 7));
 
 TEST_F(UserSleepTrainModelTest, TimeTableCountsSlotsAfterBeginUpToEnd)
 {

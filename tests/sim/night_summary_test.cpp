@@ -101,6 +101,33 @@ TEST_F(NightSummaryTest, AStopWithoutAStartInTheWindowIsNotAnEpisode)
     EXPECT_NE(FormatSummaryTable({report}).find("2026-01-06 wd"), std::string::npos);
 }
 
+TEST_F(NightSummaryTest, KeepsEachStatesSpansAndCutsAnOpenOneAtTheWindowsEnd)
+{
+    Publish(At(23, 30), DEEP_SLEEP_EVENT, true, At(30, 15));
+    Publish(At(23, 40), DEEP_SLEEP_EVENT, true, At(30, 15)); // a repeated start keeps the open span
+    Publish(At(26, 0), DEEP_SLEEP_EVENT, false);
+    Publish(At(27, 0), DEEP_SLEEP_EVENT, true, At(30, 15));
+    Publish(At(30, 0), DEEP_SLEEP_EVENT, false);
+    Publish(At(26, 0), LIGHT_SLEEP_EVENT, true);
+    Publish(At(27, 0), LIGHT_SLEEP_EVENT, false);
+    Publish(At(23, 30), EASY_WAKEUP_EVENT, true);
+    Publish(At(14, 0), NOT_CARE_CHARGE_EVENT, false); // an end without a start
+    Publish(At(33, 0), NOT_CARE_CHARGE_EVENT, true);
+    const NightReport report = Summarise();
+    const auto pairs = [](const std::vector<TimeSpan>& spans) {
+        std::vector<std::pair<int64_t, int64_t>> list;
+        for (const TimeSpan& span : spans) {
+            list.emplace_back(span.beginMs, span.endMs);
+        }
+        return list;
+    };
+    using Pairs = std::vector<std::pair<int64_t, int64_t>>;
+    EXPECT_EQ(pairs(report.deepSpans), (Pairs{{At(23, 30), At(26, 0)}, {At(27, 0), At(30, 0)}}));
+    EXPECT_EQ(pairs(report.lightSpans), (Pairs{{At(26, 0), At(27, 0)}}));
+    EXPECT_EQ(pairs(report.easyWakeupSpans), (Pairs{{At(23, 30), At(36, 0)}}));
+    EXPECT_EQ(pairs(report.notCareChargeSpans), (Pairs{{At(33, 0), At(36, 0)}}));
+}
+
 TEST(NightTallyTest, CountsNightsWithinTheToleranceAfterTheFirstOnes)
 {
     std::vector<NightReport> reports(5);

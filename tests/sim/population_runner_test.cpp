@@ -235,9 +235,6 @@ TEST_F(PopulationRunTest, MergeNamesMissingDuplicateAndMismatchedShards)
 // Three shards merged give byte for byte the metrics and person list of the unsharded run.
 TEST_F(PopulationRunTest, ThreeShardsMergedEqualOneRun)
 {
-    if (!MetricsBuiltIn()) {
-        GTEST_SKIP() << "this build has no metrics unit";
-    }
     const auto persons = Persons({"p001", "p002", "p003", "p004"}, 3);
     const auto run = [&](const Shard& shard, const std::string& outDir) {
         PopulationOptions options;

@@ -172,7 +172,7 @@ TEST_F(ScenarioRunTest, SameSeedGivesIdenticalOutputs)
     const std::string second = folder_.Path() + "/second";
     ASSERT_TRUE(RunInChild(FourteenDays(), first));
     ASSERT_TRUE(RunInChild(FourteenDays(), second));
-    for (const std::string& file : {TIMELINE_FILE, TRACE_FILE, SUMMARY_FILE, SCENARIO_FILE, LOG_FILE,
+    for (const std::string& file : {TIMELINE_FILE, TRACE_FILE, SUMMARY_FILE, METRICS_FILE, SCENARIO_FILE, LOG_FILE,
              DATA_DIR + "/data/log/hisysevent/sys_event.jsonl",
              DATA_DIR + "/data/service/el1/public/device_standby/sleep_shared_pref.xml"}) {
         const std::string a = ReadFile(first + "/" + file);

@@ -49,9 +49,9 @@ public:
     void Delete(const std::string& table, const std::string& whereClause, const std::vector<std::string>& args);
     // Runs one statement without arguments.
     void Execute(const std::string& sql);
-    // Runs the statements in one transaction: all take effect or none. 0, the store's error, or
-    // SLEEP_DB_UNAVAILABLE.
-    int32_t ExecuteInTransaction(const std::vector<std::string>& sqls);
+    // Runs every statement as Execute does, inside one transaction so that they share one commit: a
+    // failing statement is logged and takes back only its own change, the others are committed.
+    void ExecuteEachInTransaction(const std::vector<std::string>& sqls);
     // Number of rows of `table` matching `whereClause` (every row when empty); 0 on failure.
     int64_t QueryCount(const std::string& table, const std::string& whereClause);
     // Largest (isMax) or smallest value of `column`; 0 when nothing can be read.

@@ -11,6 +11,7 @@
 
 #include "event_handler.h"
 #include "sleep_data_record.h"
+#include "sleep_log.h"
 #include "sleep_table.h"
 #include "want.h"
 
@@ -176,9 +177,9 @@ private:
 
     std::shared_ptr<SleepDetection> LockSelf();
     void PostSelfTask(void (SleepDetection::*method)(), const std::string& name, int64_t delayMs);
-    void ReadyForTrainCheck();
+    void ReadyForTrainCheck(SleepLogSite site);
     void TrainIfReady();
-    void StartTrainingThread();
+    void StartTrainingThread(SleepLogSite site = SleepLogSite::Caller());
     void ResetNightState();
     void CountUnsleepReason(int32_t reason);
     bool ParseManualRecord(const std::string& args, SleepDataRecord& record);

@@ -8,6 +8,7 @@
 
 #include "event_handler.h"
 #include "ibase_strategy.h"
+#include "sleep_log.h"
 #include "standby_message.h"
 
 namespace OHOS::DevStandbyMgr {
@@ -107,8 +108,8 @@ public:
 private:
     bool IsScreenOff() const;
     bool IsCharging() const;
-    void RestoreStatesAfterRestart();
-    void EndEasyWakeupSleep(const char* reasonLog);
+    void RestoreStatesAfterRestart(SleepLogSite site = SleepLogSite::Caller());
+    void EndEasyWakeupSleep(const char* reasonLog, SleepLogSite site = SleepLogSite::Caller());
     void ReportDeepSleepChange(int32_t value);
 
     bool isUserDeepSleep_ = false;

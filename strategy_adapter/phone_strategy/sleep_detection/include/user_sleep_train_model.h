@@ -2,7 +2,6 @@
 #define SLEEP_DETECTION_INCLUDE_USER_SLEEP_TRAIN_MODEL_H
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -100,7 +99,7 @@ public:
 
 private:
     void AppendScreenOffSpan(int64_t begin, int64_t end);
-    void WriteLabels(const std::map<int32_t, std::vector<int64_t>>& timestampsByLabel);
+    void WriteLabels(const std::vector<std::string>& updates);
     void StoreEpisode(const std::string& endDate, const Span& episode);
     void DispatchFinishMessage(bool trained) const;
 

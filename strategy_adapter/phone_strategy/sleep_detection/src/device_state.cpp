@@ -20,7 +20,6 @@ std::set<int32_t> GetAllFrozenUids()
     std::vector<SuspendManager::AppFrozenState> states;
     int32_t ret = SuspendManager::SuspendManagerClient::GetInstance().GetAllAppFrozenState(states);
     if (ret != ERR_OK) {
-        STANDBYSERVICE_LOGW("get app frozen state failed, ret = %{public}d", ret);
         return {};
     }
     std::set<int32_t> frozen;

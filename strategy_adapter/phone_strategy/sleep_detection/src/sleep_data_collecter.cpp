@@ -139,9 +139,6 @@ SleepDataCollecter::SleepDataCollecter()
     STANDBYSERVICE_LOGI("get is_proximity_error is %{public}d", isProximityError_);
     runningLock_ = PowerMgr::PowerMgrClient::GetInstance().CreateRunningLock(
         RUNNING_LOCK_NAME, PowerMgr::RunningLockType::RUNNINGLOCK_BACKGROUND);
-    if (runningLock_ == nullptr) {
-        STANDBYSERVICE_LOGE("create running lock failed");
-    }
 }
 
 bool SleepDataCollecter::IsSupportedSensor(int32_t sensorTypeId)

@@ -19,11 +19,11 @@ constexpr int JOURNAL_SIZE_BYTES = 1048576;
 constexpr int PAGE_SIZE_BYTES = 4096;
 constexpr int READ_CONNECTIONS = 1;
 
-int32_t ForegroundUserId()
+int32_t ForegroundUserId(SleepLogSite site = SleepLogSite::Caller())
 {
     int32_t userId = 0;
     if (AccountSA::OsAccountManager::GetForegroundOsAccountLocalId(userId) != 0) {
-        STANDBYSERVICE_LOGE("Failed to get loacl id");
+        STANDBYSERVICE_LOGE_AT(site, "Failed to get loacl id");
         userId = 0;
     }
     return userId;
@@ -213,30 +213,24 @@ void SleepDatabaseManager::Execute(const std::string& sql)
     }
 }
 
-int32_t SleepDatabaseManager::ExecuteInTransaction(const std::vector<std::string>& sqls)
+void SleepDatabaseManager::ExecuteEachInTransaction(const std::vector<std::string>& sqls)
 {
     auto store = AcquireStore();
     if (store == nullptr) {
-        return SLEEP_DB_UNAVAILABLE;
+        return;
     }
-    int error = store->BeginTransaction();
-    if (error != E_OK) {
-        STANDBYSERVICE_LOGE("Transaction fail, errno: %{public}d", error);
-        return error;
-    }
+    // Without a transaction every statement still runs, each committed on its own.
+    bool inTransaction = store->BeginTransaction() == E_OK;
     for (const std::string& sql : sqls) {
-        error = store->ExecuteSql(sql);
-        if (error != E_OK) {
-            STANDBYSERVICE_LOGE("Execute fail, sql: %{public}s, errno: %{public}d", sql.c_str(), error);
-            store->RollBack();
-            return error;
-        }
+        Execute(sql);
     }
-    error = store->Commit();
+    if (!inTransaction) {
+        return;
+    }
+    int error = store->Commit();
     if (error != E_OK) {
-        STANDBYSERVICE_LOGE("Transaction fail, errno: %{public}d", error);
+        STANDBYSERVICE_LOGE("Execute fail, sql: %{public}s, errno: %{public}d", "COMMIT", error);
     }
-    return error;
 }
 
 int64_t SleepDatabaseManager::QueryCount(const std::string& table, const std::string& whereClause)

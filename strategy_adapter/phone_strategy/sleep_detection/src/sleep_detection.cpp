@@ -231,7 +231,10 @@ void SleepDetection::HandleScreenStateChange(int32_t state)
         if (!mIsModelLoaded) {
             PostSelfTask(&SleepDetection::LoadModelFirstUnlock, "", LOAD_MODEL_DELAY_MS);
         }
-        PostSelfTask(&SleepDetection::ReadyForTrainCheck, "", READY_FOR_TRAIN_DELAY_MS);
+        std::shared_ptr<SleepDetection> self = LockSelf();
+        SleepLogSite site = SleepLogSite::Caller();
+        mHandler->PostTask([self, site]() { self->ReadyForTrainCheck(site); }, "", READY_FOR_TRAIN_DELAY_MS,
+            AppExecFwk::EventQueue::Priority::LOW);
     }
     ScreenStateRecord record;
     record.timestamp = Now();
@@ -807,11 +810,10 @@ void SleepDetection::ReportSleepParameters()
         STANDBYSERVICE_LOGE("failed to query slp parameters data to report.");
         return;
     }
-    if (parameters.empty()) {
-        STANDBYSERVICE_LOGE("no slp parameters to report.");
-        return;
+    // Without a parameters row there is nothing to report, as for any empty input.
+    if (!parameters.empty()) {
+        SleepReporter::ReportSleepParameters(parameters.front(), probabilities, ambientProbabilities);
     }
-    SleepReporter::ReportSleepParameters(parameters.front(), probabilities, ambientProbabilities);
     STANDBYSERVICE_LOGI("finish report slp parameters database data.");
 }
 
@@ -829,11 +831,11 @@ bool SleepDetection::IsReadyForTrain()
            mDeviceState->GetScrOffDuration() >= TRAIN_MIN_SCREEN_OFF_MS;
 }
 
-void SleepDetection::ReadyForTrainCheck()
+void SleepDetection::ReadyForTrainCheck(SleepLogSite site)
 {
     if (IsMeetTrainCondition()) {
         mIsReadyForTrain = true;
-        STANDBYSERVICE_LOGI("get ready for train long standby model");
+        STANDBYSERVICE_LOGI_AT(site, "get ready for train long standby model");
     }
 }
 
@@ -858,7 +860,7 @@ void SleepDetection::ExecuteTrain()
     mLastTrainTime = Now();
 }
 
-void SleepDetection::StartTrainingThread()
+void SleepDetection::StartTrainingThread(SleepLogSite site)
 {
     g_liveTrainingThreads.fetch_add(1);
     try {
@@ -870,7 +872,7 @@ void SleepDetection::StartTrainingThread()
             OnTrainingThreadEnd();
         }).detach();
     } catch (const std::system_error& error) {
-        STANDBYSERVICE_LOGE("failed to create train thread: %{public}s", error.what());
+        STANDBYSERVICE_LOGE_AT(site, "failed to create train thread: %{public}s", error.what());
         std::abort();
     }
 }

@@ -23,17 +23,18 @@ bool WriteLimitedEvent(const char* eventName, HiSysEvent::EventType type, Types.
     return HiSysEvent::Write(HiSysEvent::Domain::RSS, eventName, type, keyValues...) == HiSysEvent::SUCCESS;
 }
 
-template <typename... Types> void WriteStatisticEvent(const char* eventName, Types... keyValues)
+// The two writers log a failure in the name of the report operation that called them (`site`).
+template <typename... Types> void WriteStatisticEvent(SleepLogSite site, const char* eventName, Types... keyValues)
 {
     if (!WriteLimitedEvent(eventName, HiSysEvent::STATISTIC, keyValues...)) {
-        STANDBYSERVICE_LOGE("Write event fail: %{public}s", "WriteStatisticEvent");
+        STANDBYSERVICE_LOGE_AT(site, "Write event fail: %{public}s", "WriteStatisticEvent");
     }
 }
 
-template <typename... Types> void WriteBehaviorEvent(const char* eventName, Types... keyValues)
+template <typename... Types> void WriteBehaviorEvent(SleepLogSite site, const char* eventName, Types... keyValues)
 {
     if (!WriteLimitedEvent(eventName, HiSysEvent::BEHAVIOR, keyValues...)) {
-        STANDBYSERVICE_LOGE("Write event fail: %{public}s", "WriteBehaviorEvent");
+        STANDBYSERVICE_LOGE_AT(site, "Write event fail: %{public}s", "WriteBehaviorEvent");
     }
 }
 
@@ -42,11 +43,11 @@ template <typename... Types> void WriteBehaviorEvent(const char* eventName, Type
 void SleepReporter::ReportSleepEnvironment(const std::vector<SleepEnvironment>& environments)
 {
     for (const SleepEnvironment& env : environments) {
-        WriteStatisticEvent("SLEEP_KEY_FEATURE", "RECORD_TIMESTAMP", static_cast<int64_t>(env.timestamp),
-            "BAYES_RESULT", static_cast<int32_t>(env.bayesResult), "BASELINE_RESULT",
-            static_cast<int32_t>(env.baselineResult), "WAKEUP_TIEMSTAMP", static_cast<int64_t>(env.wakeupTime),
-            "SCREEN_OFF_DURATION", static_cast<int32_t>(env.screenOffDuration), "LIGHT_DARK_DURATION",
-            static_cast<int32_t>(env.lightDarkDuration), "USER_STATIONARY_DURATION",
+        WriteStatisticEvent(SleepLogSite::Caller(), "SLEEP_KEY_FEATURE", "RECORD_TIMESTAMP",
+            static_cast<int64_t>(env.timestamp), "BAYES_RESULT", static_cast<int32_t>(env.bayesResult),
+            "BASELINE_RESULT", static_cast<int32_t>(env.baselineResult), "WAKEUP_TIEMSTAMP",
+            static_cast<int64_t>(env.wakeupTime), "SCREEN_OFF_DURATION", static_cast<int32_t>(env.screenOffDuration),
+            "LIGHT_DARK_DURATION", static_cast<int32_t>(env.lightDarkDuration), "USER_STATIONARY_DURATION",
             static_cast<int32_t>(env.userStationaryDuration), "LUX", static_cast<double>(env.light), "DISTANCE",
             static_cast<double>(env.proximity), "SLEEP_DB_VERSION", kSleepDbVersion, "CHARGE_STATE",
             static_cast<int32_t>(env.chargeState), "IS_TIME_OK", static_cast<int32_t>(env.isTimeOk), "NEXT_CLOCK",
@@ -57,9 +58,10 @@ void SleepReporter::ReportSleepEnvironment(const std::vector<SleepEnvironment>& 
 void SleepReporter::ReportSleepDuration(const std::vector<SleepDurationRecord>& durations)
 {
     for (const SleepDurationRecord& duration : durations) {
-        WriteStatisticEvent("SLEEP_DURATION", "DATE_INDEX", static_cast<int32_t>(duration.dateIndex), "BEGIN_TIMESTAMP",
-            static_cast<int64_t>(duration.beginTime), "END_TIMESTAMP", static_cast<int64_t>(duration.endTime),
-            "WEEK_DAY", static_cast<int32_t>(duration.weekDay));
+        WriteStatisticEvent(SleepLogSite::Caller(), "SLEEP_DURATION", "DATE_INDEX",
+            static_cast<int32_t>(duration.dateIndex), "BEGIN_TIMESTAMP", static_cast<int64_t>(duration.beginTime),
+            "END_TIMESTAMP", static_cast<int64_t>(duration.endTime), "WEEK_DAY",
+            static_cast<int32_t>(duration.weekDay));
     }
 }
 
@@ -79,8 +81,9 @@ void SleepReporter::ReportSleepParameters(const SleepParameter& parameter,
         sleepAmbient.push_back(ambient.sleepAmbient);
         unsleepAmbient.push_back(ambient.unsleepAmbient);
     }
-    WriteStatisticEvent("SLEEP_PARAMETERS", "HANDLED_TIMESTAMP", static_cast<int64_t>(parameter.handledTimestamp),
-        "HANDLED_DATE_INDEX", static_cast<int32_t>(parameter.handledDateIndex), "SLEEP_HOME_PROBA",
+    WriteStatisticEvent(SleepLogSite::Caller(), "SLEEP_PARAMETERS", "HANDLED_TIMESTAMP",
+        static_cast<int64_t>(parameter.handledTimestamp), "HANDLED_DATE_INDEX",
+        static_cast<int32_t>(parameter.handledDateIndex), "SLEEP_HOME_PROBA",
         static_cast<double>(parameter.sleepHomeProba), "UNSLEEP_HOME_PROBA",
         static_cast<double>(parameter.unsleepHomeProba), "SLEEP_CHARGE_PROBA",
         static_cast<double>(parameter.sleepChargeProba), "UNSLEEP_CHARGE_PROBA",
@@ -92,16 +95,17 @@ void SleepReporter::ReportSleepParameters(const SleepParameter& parameter,
 void SleepReporter::ReportQuantifySleepData(const std::vector<SleepEnvironment>& environments)
 {
     for (const SleepEnvironment& env : environments) {
-        WriteStatisticEvent("SLEEP_KEY_INFO", "BAYES_RESULT", static_cast<int32_t>(env.bayesResult), "BASELINE_RESULT",
-            static_cast<int32_t>(env.baselineResult), "IS_STATIONARY_OK", static_cast<int32_t>(env.GetStatDurQuanVal()),
-            "IS_LUX_OK", static_cast<int32_t>(env.GetLightQuanVal()), "IS_SCREEN_OFF_OK",
+        WriteStatisticEvent(SleepLogSite::Caller(), "SLEEP_KEY_INFO", "BAYES_RESULT",
+            static_cast<int32_t>(env.bayesResult), "BASELINE_RESULT", static_cast<int32_t>(env.baselineResult),
+            "IS_STATIONARY_OK", static_cast<int32_t>(env.GetStatDurQuanVal()), "IS_LUX_OK",
+            static_cast<int32_t>(env.GetLightQuanVal()), "IS_SCREEN_OFF_OK",
             static_cast<int32_t>(env.GetScrOffDurQuanVal()), "IS_TIME_OK", static_cast<int32_t>(env.isTimeOk));
     }
 }
 
 void SleepReporter::WritePowerBrainStateHiSysEvent(int32_t type, int32_t value, int64_t time)
 {
-    WriteBehaviorEvent("POWER_BRAIN_STATE", "TYPE", type, "VALUE", value, "TIME", time);
+    WriteBehaviorEvent(SleepLogSite::Caller(), "POWER_BRAIN_STATE", "TYPE", type, "VALUE", value, "TIME", time);
 }
 
 } // namespace OHOS::DevStandbyMgr

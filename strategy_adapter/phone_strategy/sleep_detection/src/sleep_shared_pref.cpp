@@ -23,15 +23,6 @@ std::shared_ptr<Preferences> OpenPreferences(int& errCode)
     return pref;
 }
 
-// Writes a put value to disk before the updater returns.
-void FlushAfterPut(Preferences& pref, int putResult)
-{
-    int result = putResult == NativePreferences::E_OK ? pref.FlushSync() : putResult;
-    if (result != NativePreferences::E_OK) {
-        STANDBYSERVICE_LOGE("update pref failed, errCode: %{public}d", result);
-    }
-}
-
 } // namespace
 
 std::string SleepSharedPref::GetStringSettings(const std::string& key, const std::string& defaultValue)
@@ -53,7 +44,8 @@ void SleepSharedPref::UpdateStringSettings(const std::string& key, const std::st
         STANDBYSERVICE_LOGE("pref is nullptr,  errCode: %{public}d", errCode);
         return;
     }
-    FlushAfterPut(*pref, pref->PutString(key, value));
+    pref->PutString(key, value);
+    pref->FlushSync();
 }
 
 bool SleepSharedPref::GetBoolSettings(const std::string& key, bool defaultValue)
@@ -75,7 +67,8 @@ void SleepSharedPref::UpdateBoolSettings(const std::string& key, bool value)
         STANDBYSERVICE_LOGE("pref is nullptr,  errCode: %{public}d", errCode);
         return;
     }
-    FlushAfterPut(*pref, pref->PutBool(key, value));
+    pref->PutBool(key, value);
+    pref->FlushSync();
 }
 
 float SleepSharedPref::GetFloatSettings(const std::string& key, float defaultValue)
@@ -97,7 +90,8 @@ void SleepSharedPref::UpdateFloatSettings(const std::string& key, float value)
         STANDBYSERVICE_LOGE("pref is nullptr,  errCode: %{public}d", errCode);
         return;
     }
-    FlushAfterPut(*pref, pref->PutFloat(key, value));
+    pref->PutFloat(key, value);
+    pref->FlushSync();
 }
 
 int64_t SleepSharedPref::GetInt64Settings(const std::string& key, int64_t defaultValue)
@@ -119,7 +113,8 @@ void SleepSharedPref::UpdateInt64Settings(const std::string& key, int64_t value)
         STANDBYSERVICE_LOGE("pref is nullptr,  errCode: %{public}d", errCode);
         return;
     }
-    FlushAfterPut(*pref, pref->PutLong(key, value));
+    pref->PutLong(key, value);
+    pref->FlushSync();
 }
 
 int32_t SleepSharedPref::GetInt32Settings(const std::string& key, int32_t defaultValue)
@@ -141,7 +136,8 @@ void SleepSharedPref::UpdateInt32Settings(const std::string& key, int32_t value)
         STANDBYSERVICE_LOGE("pref is nullptr,  errCode: %{public}d", errCode);
         return;
     }
-    FlushAfterPut(*pref, pref->PutInt(key, value));
+    pref->PutInt(key, value);
+    pref->FlushSync();
 }
 
 } // namespace OHOS::DevStandbyMgr

@@ -88,7 +88,6 @@ constexpr float kNightStartHour = 21.0f;
 constexpr float kUnsleepReportStartHour = 12.0f;
 constexpr int kDayClockHour = 7;
 constexpr int kDayClockMinute = 15;
-constexpr int64_t kDayMs = 86400000;
 constexpr int64_t kDayClockSpreadMs = 600;
 constexpr int64_t kEasyWakeupScreenOffMs = 1800000;
 
@@ -158,7 +157,7 @@ ErrCode UserSleepStrategy::OnCreated()
     return ERR_OK;
 }
 
-void UserSleepStrategy::RestoreStatesAfterRestart()
+void UserSleepStrategy::RestoreStatesAfterRestart(SleepLogSite site)
 {
     if (GetAIUserDeepSleepModeState()) {
         isUserDeepSleep_ = true;
@@ -173,8 +172,8 @@ void UserSleepStrategy::RestoreStatesAfterRestart()
         HandleStopLightSleepByAI(kReasonSleepDetection);
     }
     if (GetAIUserEasyWakeupSleepModeState()) {
-        STANDBYSERVICE_LOGW("UserSleepStrategy restart, left easy wakeup slp state");
-        EndEasyWakeupSleep("stop easy wakeup sleep state");
+        STANDBYSERVICE_LOGW_AT(site, "UserSleepStrategy restart, left easy wakeup slp state");
+        EndEasyWakeupSleep("stop easy wakeup sleep state", site);
     }
 }
 
@@ -427,11 +426,11 @@ void UserSleepStrategy::HandleStopEasyWakeupSleep()
     EndEasyWakeupSleep("stop easy wakeup sleep state");
 }
 
-void UserSleepStrategy::EndEasyWakeupSleep(const char* reasonLog)
+void UserSleepStrategy::EndEasyWakeupSleep(const char* reasonLog, SleepLogSite site)
 {
     UpdateUserEasyWakeupSleepStateByAI(false);
     SendUserEasyWakeupSleepAICommonEvent(false);
-    STANDBYSERVICE_LOGI("%{public}s", reasonLog);
+    STANDBYSERVICE_LOGI_AT(site, "%{public}s", reasonLog);
 }
 
 bool UserSleepStrategy::IsMeetStartDeepSleepByAICondition()
@@ -560,11 +559,13 @@ void UserSleepStrategy::SendUserNotCareChargeSleepCommonEvent(bool isSleep, int6
         isSleep);
 }
 
+// Until the next 07:15 on the local wall clock, with the daylight-saving offset of that moment: on the
+// nights the clocks change, a day later is not always 24 hours later.
 int64_t UserSleepStrategy::GetDayDelayedDur(int64_t now)
 {
     int64_t delay = TimeProviderExt::GetAlarmClcokTimestamp(now, 0, kDayClockHour, kDayClockMinute) - now;
     if (delay < 0) {
-        delay += kDayMs;
+        delay = TimeProviderExt::GetAlarmClcokTimestamp(now, 1, kDayClockHour, kDayClockMinute) - now;
     }
     // A deliberate spread of up to 599 ms, so that devices do not all wake at once.
     delay += now % kDayClockSpreadMs;

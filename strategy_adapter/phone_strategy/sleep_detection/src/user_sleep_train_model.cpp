@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 
 #include "sleep_database_manager.h"
 #include "sleep_log.h"
@@ -45,6 +44,7 @@ constexpr int32_t SCREEN_BOOT = 2;
 constexpr int32_t LABEL_ASLEEP = 1;
 constexpr int32_t LABEL_AWAKE = 0;
 constexpr int32_t LABEL_UNUSABLE = -2;
+const std::string LABEL_LOOKUP_INDEX = "sleep_environment_timestamp";
 constexpr int32_t DOWNWARD_FILL = 1;
 constexpr int32_t UPWARD_FILL = 0;
 const std::string WEEKDAY_CONDITION = "week_day <= " + std::to_string(5);
@@ -372,37 +372,31 @@ void UserSleepTrainModel::CalculateLabelData(
     for (const auto& duration : durations) {
         beginTimes.push_back(duration.beginTime);
     }
-    std::map<int32_t, std::vector<int64_t>> timestampsByLabel;
+    std::vector<std::string> updates;
     for (const auto& environment : environments) {
         auto [position, label] = HandleLabelItem(beginTimes, environment.timestamp);
         if (static_cast<size_t>(position) < beginTimes.size()) {
-            timestampsByLabel[label].push_back(environment.timestamp);
+            updates.push_back("UPDATE " + SleepEnvironment::TABLE_NAME + " SET label = " + std::to_string(label) +
+                              " WHERE timestamp = " + std::to_string(environment.timestamp));
         }
     }
-    WriteLabels(timestampsByLabel);
+    WriteLabels(updates);
 }
 
-// Each label is a function of the timestamp alone, so one "timestamp IN (...)" statement per label and
-// chunk sets the same rows as one "timestamp = ..." statement per observation, while scanning the
-// unindexed table once per chunk instead of once per row; one transaction avoids a commit per statement.
-void UserSleepTrainModel::WriteLabels(const std::map<int32_t, std::vector<int64_t>>& timestampsByLabel)
+// One statement per observation, so that a failing one costs only its own label. The statements share
+// one transaction (one commit instead of one per row); each looks its row up by timestamp through an
+// index made by the first labelling and kept since, so a lookup is a tree search, not a table scan.
+void UserSleepTrainModel::WriteLabels(const std::vector<std::string>& updates)
 {
-    constexpr size_t timestampsPerStatement = 1000;
-    std::vector<std::string> updates;
-    for (const auto& [label, timestamps] : timestampsByLabel) {
-        for (size_t first = 0; first < timestamps.size(); first += timestampsPerStatement) {
-            size_t last = std::min(first + timestampsPerStatement, timestamps.size());
-            std::string sql = "UPDATE " + SleepEnvironment::TABLE_NAME + " SET label = " + std::to_string(label) +
-                              " WHERE timestamp IN (";
-            for (size_t i = first; i < last; ++i) {
-                sql += (i == first ? "" : ", ") + std::to_string(timestamps[i]);
-            }
-            updates.push_back(sql + ")");
-        }
+    if (updates.empty()) {
+        return;
     }
-    if (!updates.empty() && databaseManager->ExecuteInTransaction(updates) != QUERY_OK) {
-        STANDBYSERVICE_LOGE("labels not written, the observations stay unlabelled");
-    }
+    std::vector<std::string> statements;
+    statements.reserve(updates.size() + 1);
+    statements.push_back(
+        "CREATE INDEX IF NOT EXISTS " + LABEL_LOOKUP_INDEX + " ON " + SleepEnvironment::TABLE_NAME + " (timestamp)");
+    statements.insert(statements.end(), updates.begin(), updates.end());
+    databaseManager->ExecuteEachInTransaction(statements);
 }
 
 std::pair<int32_t, int32_t> UserSleepTrainModel::HandleLabelItem(

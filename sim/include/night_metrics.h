@@ -1,0 +1,145 @@
+#ifndef SIM_INCLUDE_NIGHT_METRICS_H
+#define SIM_INCLUDE_NIGHT_METRICS_H
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "time_spans.h"
+#include "timeline.h"
+#include "trace.h"
+
+namespace OHOS::Sim {
+
+// How well sleep was detected against the truth: per night and per run, for the plug-in and for the
+// two yardstick rules of baseline_rules.h, written as metrics.json and summarised as a table.
+
+enum class Rule { PLUGIN, IDLE, TIME_OF_DAY };
+constexpr size_t kRuleCount = 3;
+// "plugin", "idle", "time_of_day".
+const char* RuleName(Rule rule);
+
+// Nights with an index below this are a person's first week, reported apart (the plug-in learns).
+constexpr int32_t kFirstWeekNights = 7;
+
+// What one rule said about one night, cut to the night's window.
+struct RuleVerdict {
+    SpanList asleep;              // the plug-in: deep sleep
+    SpanList light;               // the plug-in only
+    SpanList easyWakeup;          // the plug-in only
+    SpanList notCareCharge;       // the plug-in only
+    int64_t announcedWakeMs = -1; // the plug-in: with the first deep start; time of day: its span end
+};
+
+// One night's scores for one rule, derived from the night's facts. NaN where a value does not apply
+// (latencies and wake error of a missed night, light minutes of a night without light sleep, ...).
+struct NightScore {
+    bool missed = true; // no asleep span overlaps the true sleep
+    double onsetLatencyMin = 0;
+    double wakeLatencyMin = 0;
+    double coverage = 0;
+    double falseSleepMin = 0;
+    double falseSleepShare = 0;
+    double wakeErrorMin = 0;
+    double lightMin = 0;
+    double easyWakeupMin = 0;
+    double notCareChargeMin = 0;
+};
+
+// One person's night: the facts, and the scores computed from them.
+struct NightRecord {
+    std::string person;
+    std::string night; // the local date on which it ends, "YYYY-MM-DD"
+    int32_t index = 0; // 0-based within the person's run
+    bool weekend = false;
+    TimeSpan window;         // noon to noon
+    SpanList sleep;          // true sleep (awakenings cut out)
+    SpanList awakeScreenOff; // truly awake with the screen off, 21:00 to 08:00 local
+    int64_t wakeLockMs = -1; // held by the phone in the window; -1 unknown
+    int32_t trainings = 0;   // training runs that finished in the window
+    std::array<RuleVerdict, kRuleCount> verdicts;
+    std::array<NightScore, kRuleCount> scores;
+};
+
+// Median, 90th percentile and how many values they come from (NaN when none).
+struct Stats {
+    int32_t count = 0;
+    double median = 0;
+    double p90 = 0;
+};
+
+// The per-night score fields that are summarised, by name, in metrics.json order.
+struct ScoreField {
+    const char* name;
+    const char* label;    // for the text summary
+    int32_t textDecimals; // for the text summary
+    double NightScore::*value;
+};
+const std::vector<ScoreField>& ScoreFields();
+
+struct RuleSummary {
+    int32_t missed = 0;
+    // Nights on which each state occurred at all: asleep (deep), light, easy wake-up, not-care-charge.
+    std::array<int32_t, 4> stateNights{};
+    std::vector<Stats> fields; // in ScoreFields() order
+};
+
+struct GroupSummary {
+    int32_t nights = 0;
+    Stats wakeLockSec;
+    std::array<RuleSummary, kRuleCount> rules;
+};
+
+struct PersonSummary {
+    std::string name;
+    int32_t nights = 0;
+    int32_t trainings = 0;
+    double trainingsPerWeek = 0;
+};
+
+struct MetricsSummary {
+    std::vector<PersonSummary> persons; // in night order
+    Stats trainingsPerWeek;             // over persons
+    GroupSummary all;
+    GroupSummary firstWeek;
+    GroupSummary afterFirstWeek;
+};
+
+struct RunMetrics {
+    std::vector<NightRecord> nights; // grouped by person, each person's nights in order
+    MetricsSummary summary;
+};
+
+// The value below which `share` (0..1) of the values lie, interpolating linearly between the
+// closest ranks (the median of an even count is the mean of the middle two). NaN for no values.
+double Percentile(std::vector<double> values, double share);
+
+// Scores one rule's verdict on one night.
+NightScore ScoreNight(const NightRecord& night, const RuleVerdict& verdict);
+
+// The metrics of one person's run: the plug-in's published states read from the timeline lines,
+// the yardstick rules run on the trace's events, all scored against the trace's true nights.
+// `wakeLockMsPerNight` holds the wake-lock milliseconds of each night (noon to noon, in the order of
+// trace.nights); missing entries count as unknown. REQUIRES: the process time zone is the run's.
+RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const std::vector<TimelineLine>& lines,
+    const std::vector<int64_t>& wakeLockMsPerNight);
+
+// The metrics of several runs as one: the nights of all inputs, persons in name order (a person's
+// nights keep their order), scores and summary recomputed. Merging the parts of a population in any
+// grouping gives the same result as merging its persons one by one.
+RunMetrics MergeMetrics(const std::vector<RunMetrics>& parts);
+
+// metrics.json text: {"version":1, "rules":[...], "persons":[...], "nights":[...], "summary":{...}}.
+// Field names are stable; see "Reading the metrics" in the README.
+std::string MetricsToJson(const RunMetrics& metrics);
+// Reads metrics.json text back (the nights' facts; scores and summary are recomputed). On failure
+// returns false, leaves `metrics` unchanged and names the bad field in `error`.
+bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& error);
+
+// A readable table of the summary: the plug-in beside the yardsticks, after the first week and in it.
+std::string FormatMetricsSummary(const RunMetrics& metrics);
+
+} // namespace OHOS::Sim
+
+#endif // SIM_INCLUDE_NIGHT_METRICS_H

@@ -1,0 +1,650 @@
+#include "night_metrics.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "baseline_rules.h"
+#include "local_calendar.h"
+#include "night_summary.h"
+
+namespace OHOS::Sim {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr int32_t kMetricsVersion = 1;
+constexpr double kAwakeBandBeginMin = 21 * 60;
+constexpr double kAwakeBandEndMin = 32 * 60; // 08:00 the next morning
+constexpr double kDaysPerWeek = 7;
+constexpr double kMedian = 0.5;
+constexpr double kP90 = 0.9;
+constexpr double kJsonPrecision = 1000; // values are written to three decimals
+
+// The published states in the order of RuleSummary::stateNights.
+struct StateField {
+    const char* name;
+    const char* label;
+    SpanList RuleVerdict::*spans;
+};
+
+const std::vector<StateField>& StateFields()
+{
+    static const std::vector<StateField> fields = {
+        {"asleep", "deep / asleep", &RuleVerdict::asleep},
+        {"light", "light sleep", &RuleVerdict::light},
+        {"easyWakeup", "easy wake-up", &RuleVerdict::easyWakeup},
+        {"notCareCharge", "not-care-charge", &RuleVerdict::notCareCharge},
+    };
+    return fields;
+}
+
+double Minutes(int64_t ms)
+{
+    return static_cast<double>(ms) / kMsPerMinute;
+}
+
+double MinutesOrNaN(const SpanList& spans)
+{
+    return spans.empty() ? kNaN : Minutes(TotalSpanMs(spans));
+}
+
+double ShareOrNaN(int64_t part, int64_t whole)
+{
+    return whole > 0 ? static_cast<double>(part) / static_cast<double>(whole) : kNaN;
+}
+
+// ------------------------------------------------------------------ computing
+
+RuleVerdict PluginVerdict(const NightReport& report)
+{
+    RuleVerdict verdict;
+    verdict.asleep = NormaliseSpans(report.deepSpans);
+    verdict.light = NormaliseSpans(report.lightSpans);
+    verdict.easyWakeup = NormaliseSpans(report.easyWakeupSpans);
+    verdict.notCareCharge = NormaliseSpans(report.notCareChargeSpans);
+    verdict.announcedWakeMs = report.deepStartMs >= 0 ? report.predictedWakeMs : -1;
+    return verdict;
+}
+
+RuleVerdict TimeOfDayVerdict(const TimeSpan& guess, const TimeSpan& window)
+{
+    RuleVerdict verdict;
+    verdict.asleep = ClipSpans({guess}, window);
+    verdict.announcedWakeMs = guess.endMs > guess.beginMs ? guess.endMs : -1;
+    return verdict;
+}
+
+SpanList AwakeScreenOff(const SpanList& screenOff, const NightRecord& night)
+{
+    const CivilDate opening = LocalDateOf(night.window.beginMs);
+    const TimeSpan band{LocalTimeMs(opening, kAwakeBandBeginMin), LocalTimeMs(opening, kAwakeBandEndMin)};
+    return SubtractSpans(ClipSpans(screenOff, band), night.sleep);
+}
+
+void ScoreAll(NightRecord& night)
+{
+    for (size_t rule = 0; rule < kRuleCount; ++rule) {
+        night.scores[rule] = ScoreNight(night, night.verdicts[rule]);
+    }
+}
+
+// ------------------------------------------------------------------ summarising
+
+Stats StatsOf(const std::vector<double>& values)
+{
+    return Stats{static_cast<int32_t>(values.size()), Percentile(values, kMedian), Percentile(values, kP90)};
+}
+
+RuleSummary SummariseRule(const std::vector<const NightRecord*>& nights, size_t rule)
+{
+    RuleSummary summary;
+    std::vector<std::vector<double>> values(ScoreFields().size());
+    for (const NightRecord* night : nights) {
+        const NightScore& score = night->scores[rule];
+        summary.missed += score.missed ? 1 : 0;
+        for (size_t i = 0; i < StateFields().size(); ++i) {
+            summary.stateNights[i] += (night->verdicts[rule].*StateFields()[i].spans).empty() ? 0 : 1;
+        }
+        for (size_t i = 0; i < ScoreFields().size(); ++i) {
+            const double value = score.*ScoreFields()[i].value;
+            if (!std::isnan(value)) {
+                values[i].push_back(value);
+            }
+        }
+    }
+    for (const std::vector<double>& fieldValues : values) {
+        summary.fields.push_back(StatsOf(fieldValues));
+    }
+    return summary;
+}
+
+template <typename Keep> GroupSummary SummariseGroup(const std::vector<NightRecord>& all, Keep keep)
+{
+    std::vector<const NightRecord*> nights;
+    std::vector<double> wakeLockSec;
+    for (const NightRecord& night : all) {
+        if (keep(night)) {
+            nights.push_back(&night);
+            if (night.wakeLockMs >= 0) {
+                wakeLockSec.push_back(static_cast<double>(night.wakeLockMs) / kMsPerSecond);
+            }
+        }
+    }
+    GroupSummary group;
+    group.nights = static_cast<int32_t>(nights.size());
+    group.wakeLockSec = StatsOf(wakeLockSec);
+    for (size_t rule = 0; rule < kRuleCount; ++rule) {
+        group.rules[rule] = SummariseRule(nights, rule);
+    }
+    return group;
+}
+
+std::vector<PersonSummary> SummarisePersons(const std::vector<NightRecord>& nights)
+{
+    std::vector<PersonSummary> persons;
+    for (const NightRecord& night : nights) {
+        if (persons.empty() || persons.back().name != night.person) {
+            persons.push_back(PersonSummary{night.person, 0, 0, 0});
+        }
+        ++persons.back().nights;
+        persons.back().trainings += night.trainings;
+    }
+    for (PersonSummary& person : persons) {
+        person.trainingsPerWeek = person.trainings * kDaysPerWeek / person.nights;
+    }
+    return persons;
+}
+
+MetricsSummary Summarise(const std::vector<NightRecord>& nights)
+{
+    MetricsSummary summary;
+    summary.persons = SummarisePersons(nights);
+    std::vector<double> perWeek;
+    for (const PersonSummary& person : summary.persons) {
+        perWeek.push_back(person.trainingsPerWeek);
+    }
+    summary.trainingsPerWeek = StatsOf(perWeek);
+    summary.all = SummariseGroup(nights, [](const NightRecord&) { return true; });
+    summary.firstWeek = SummariseGroup(nights, [](const NightRecord& n) { return n.index < kFirstWeekNights; });
+    summary.afterFirstWeek = SummariseGroup(nights, [](const NightRecord& n) { return n.index >= kFirstWeekNights; });
+    return summary;
+}
+
+RunMetrics Finish(std::vector<NightRecord> nights)
+{
+    RunMetrics metrics;
+    metrics.nights = std::move(nights);
+    for (NightRecord& night : metrics.nights) {
+        ScoreAll(night);
+    }
+    metrics.summary = Summarise(metrics.nights);
+    return metrics;
+}
+
+// ------------------------------------------------------------------ writing
+
+Json Number(double value)
+{
+    return std::isnan(value) ? Json(nullptr) : Json(std::round(value * kJsonPrecision) / kJsonPrecision);
+}
+
+Json SpansJson(const SpanList& spans)
+{
+    Json list = Json::array();
+    for (const TimeSpan& span : spans) {
+        list.push_back(Json::array({span.beginMs, span.endMs}));
+    }
+    return list;
+}
+
+Json StatsJson(const Stats& stats)
+{
+    return Json{{"count", stats.count}, {"median", Number(stats.median)}, {"p90", Number(stats.p90)}};
+}
+
+Json RuleNightJson(const NightRecord& night, size_t rule)
+{
+    const RuleVerdict& verdict = night.verdicts[rule];
+    const NightScore& score = night.scores[rule];
+    Json json;
+    for (const StateField& state : StateFields()) {
+        if (rule == static_cast<size_t>(Rule::PLUGIN) || state.spans == &RuleVerdict::asleep) {
+            json[state.name] = SpansJson(verdict.*state.spans);
+        }
+    }
+    json["announcedWake"] = verdict.announcedWakeMs >= 0 ? Json(verdict.announcedWakeMs) : Json(nullptr);
+    json["missed"] = score.missed;
+    for (const ScoreField& field : ScoreFields()) {
+        json[field.name] = Number(score.*field.value);
+    }
+    return json;
+}
+
+Json NightJson(const NightRecord& night)
+{
+    Json rules;
+    for (size_t rule = 0; rule < kRuleCount; ++rule) {
+        rules[RuleName(static_cast<Rule>(rule))] = RuleNightJson(night, rule);
+    }
+    return Json{{"person", night.person}, {"night", night.night}, {"index", night.index}, {"weekend", night.weekend},
+        {"window", Json::array({night.window.beginMs, night.window.endMs})}, {"sleep", SpansJson(night.sleep)},
+        {"awakeScreenOff", SpansJson(night.awakeScreenOff)},
+        {"wakeLockMs", night.wakeLockMs >= 0 ? Json(night.wakeLockMs) : Json(nullptr)}, {"trainings", night.trainings},
+        {"rules", rules}};
+}
+
+Json GroupJson(const GroupSummary& group)
+{
+    Json rules;
+    for (size_t rule = 0; rule < kRuleCount; ++rule) {
+        const RuleSummary& summary = group.rules[rule];
+        Json json{{"missed", summary.missed}};
+        Json stateNights;
+        for (size_t i = 0; i < StateFields().size(); ++i) {
+            stateNights[StateFields()[i].name] = summary.stateNights[i];
+        }
+        json["nightsWith"] = stateNights;
+        for (size_t i = 0; i < ScoreFields().size(); ++i) {
+            json[ScoreFields()[i].name] = StatsJson(summary.fields[i]);
+        }
+        rules[RuleName(static_cast<Rule>(rule))] = json;
+    }
+    return Json{{"nights", group.nights}, {"wakeLockSec", StatsJson(group.wakeLockSec)}, {"rules", rules}};
+}
+
+Json PersonsJson(const std::vector<PersonSummary>& persons)
+{
+    Json list = Json::array();
+    for (const PersonSummary& person : persons) {
+        list.push_back(Json{{"name", person.name}, {"nights", person.nights}, {"trainings", person.trainings},
+            {"trainingsPerWeek", Number(person.trainingsPerWeek)}});
+    }
+    return list;
+}
+
+Json SummaryJson(const MetricsSummary& summary)
+{
+    return Json{{"persons", summary.persons.size()}, {"nights", summary.all.nights},
+        {"trainingsPerWeek", StatsJson(summary.trainingsPerWeek)}, {"all", GroupJson(summary.all)},
+        {"firstWeek", GroupJson(summary.firstWeek)}, {"afterFirstWeek", GroupJson(summary.afterFirstWeek)}};
+}
+
+// ------------------------------------------------------------------ reading
+
+// Reads fields of one JSON object, remembering the first problem with the path of the field.
+class FieldReader {
+public:
+    FieldReader(const Json& object, std::string path, std::string& error)
+        : object_(object), path_(std::move(path)), error_(error)
+    {
+        if (!object_.is_object()) {
+            Fail(path_, "an object");
+        }
+    }
+
+    const Json* Find(const std::string& key, bool optional = false)
+    {
+        if (!error_.empty() || !object_.is_object()) {
+            return nullptr;
+        }
+        const auto it = object_.find(key);
+        if (it == object_.end() || it->is_null()) {
+            if (!optional) {
+                error_ = Field(key) + " is missing";
+            }
+            return nullptr;
+        }
+        return &*it;
+    }
+
+    std::string Text(const std::string& key)
+    {
+        const Json* value = Find(key);
+        if (value != nullptr && !value->is_string()) {
+            Fail(Field(key), "a string");
+        }
+        return value != nullptr && value->is_string() ? value->get<std::string>() : std::string();
+    }
+
+    bool Flag(const std::string& key)
+    {
+        const Json* value = Find(key);
+        if (value != nullptr && !value->is_boolean()) {
+            Fail(Field(key), "true or false");
+        }
+        return value != nullptr && value->is_boolean() && value->get<bool>();
+    }
+
+    // An integer; `absent` when the field is optional and missing or null.
+    int64_t Integer(const std::string& key, bool optional = false, int64_t absent = -1)
+    {
+        const Json* value = Find(key, optional);
+        if (value != nullptr && !value->is_number_integer()) {
+            Fail(Field(key), "an integer");
+        }
+        return value != nullptr && value->is_number_integer() ? value->get<int64_t>() : absent;
+    }
+
+    TimeSpan Span(const Json& value, const std::string& path)
+    {
+        if (!value.is_array() || value.size() != 2 || !value[0].is_number_integer() || !value[1].is_number_integer() ||
+            value[1].get<int64_t>() < value[0].get<int64_t>()) {
+            Fail(path, "[beginMs, endMs] with beginMs <= endMs");
+            return TimeSpan{};
+        }
+        return TimeSpan{value[0].get<int64_t>(), value[1].get<int64_t>()};
+    }
+
+    TimeSpan Window(const std::string& key)
+    {
+        const Json* value = Find(key);
+        return value != nullptr ? Span(*value, Field(key)) : TimeSpan{};
+    }
+
+    SpanList Spans(const std::string& key, bool optional = false)
+    {
+        const Json* value = Find(key, optional);
+        SpanList spans;
+        if (value == nullptr) {
+            return spans;
+        }
+        if (!value->is_array()) {
+            Fail(Field(key), "a list of [beginMs, endMs]");
+            return spans;
+        }
+        for (size_t i = 0; i < value->size() && error_.empty(); ++i) {
+            spans.push_back(Span((*value)[i], Field(key) + "[" + std::to_string(i) + "]"));
+        }
+        return NormaliseSpans(std::move(spans));
+    }
+
+    std::string Field(const std::string& key) const { return path_ + "." + key; }
+
+private:
+    void Fail(const std::string& path, const std::string& expected)
+    {
+        if (error_.empty()) {
+            error_ = path + " must be " + expected;
+        }
+    }
+
+    const Json& object_;
+    std::string path_;
+    std::string& error_;
+};
+
+RuleVerdict ReadVerdict(const Json& json, const std::string& path, std::string& error)
+{
+    FieldReader reader(json, path, error);
+    RuleVerdict verdict;
+    for (const StateField& state : StateFields()) {
+        verdict.*state.spans = reader.Spans(state.name, state.spans != &RuleVerdict::asleep);
+    }
+    verdict.announcedWakeMs = reader.Integer("announcedWake", true);
+    return verdict;
+}
+
+NightRecord ReadNight(const Json& json, const std::string& path, std::string& error)
+{
+    FieldReader reader(json, path, error);
+    NightRecord night;
+    night.person = reader.Text("person");
+    night.night = reader.Text("night");
+    night.index = static_cast<int32_t>(reader.Integer("index"));
+    night.weekend = reader.Flag("weekend");
+    night.window = reader.Window("window");
+    night.sleep = reader.Spans("sleep");
+    night.awakeScreenOff = reader.Spans("awakeScreenOff");
+    night.wakeLockMs = reader.Integer("wakeLockMs", true);
+    night.trainings = static_cast<int32_t>(reader.Integer("trainings"));
+    const Json* rules = reader.Find("rules");
+    if (rules != nullptr) {
+        FieldReader ruleReader(*rules, reader.Field("rules"), error);
+        for (size_t rule = 0; rule < kRuleCount; ++rule) {
+            const std::string name = RuleName(static_cast<Rule>(rule));
+            const Json* verdict = ruleReader.Find(name);
+            if (verdict != nullptr) {
+                night.verdicts[rule] = ReadVerdict(*verdict, ruleReader.Field(name), error);
+            }
+        }
+    }
+    return night;
+}
+
+// ------------------------------------------------------------------ text summary
+
+std::string Cell(const std::string& text, size_t width)
+{
+    return text.size() >= width ? text + " " : text + std::string(width - text.size(), ' ');
+}
+
+std::string StatsText(const Stats& stats, int32_t decimals)
+{
+    if (stats.count == 0) {
+        return "-";
+    }
+    const double scale = std::pow(10.0, decimals);
+    // Rounded first, so that -0.4 prints as 0 and not as -0.
+    const auto rounded = [scale](double value) { return std::round(value * scale) / scale + 0.0; };
+    char text[64];
+    std::snprintf(text, sizeof(text), "%.*f / %.*f", decimals, rounded(stats.median), decimals, rounded(stats.p90));
+    return text;
+}
+
+constexpr size_t kLabelWidth = 34;
+constexpr size_t kRuleWidth = 18;
+
+void Row(std::ostringstream& out, const std::string& label, const std::array<std::string, kRuleCount>& cells)
+{
+    out << "  " << Cell(label, kLabelWidth);
+    for (const std::string& cell : cells) {
+        out << Cell(cell, kRuleWidth);
+    }
+    out << "\n";
+}
+
+void GroupTable(std::ostringstream& out, const std::string& title, const GroupSummary& group)
+{
+    out << Cell(title + " (" + std::to_string(group.nights) + " nights)", kLabelWidth + 2);
+    for (size_t rule = 0; rule < kRuleCount; ++rule) {
+        out << Cell(RuleName(static_cast<Rule>(rule)), kRuleWidth);
+    }
+    out << "\n";
+    std::array<std::string, kRuleCount> cells;
+    for (size_t rule = 0; rule < kRuleCount; ++rule) {
+        cells[rule] = std::to_string(group.rules[rule].missed);
+    }
+    Row(out, "missed nights", cells);
+    for (size_t i = 0; i < ScoreFields().size(); ++i) {
+        for (size_t rule = 0; rule < kRuleCount; ++rule) {
+            cells[rule] = StatsText(group.rules[rule].fields[i], ScoreFields()[i].textDecimals);
+        }
+        Row(out, ScoreFields()[i].label, cells);
+    }
+    for (size_t i = 0; i < StateFields().size(); ++i) {
+        for (size_t rule = 0; rule < kRuleCount; ++rule) {
+            cells[rule] = std::to_string(group.rules[rule].stateNights[i]);
+        }
+        Row(out, std::string("nights with ") + StateFields()[i].label, cells);
+    }
+    out << "  " << Cell("wake-lock s per night", kLabelWidth) << StatsText(group.wakeLockSec, 0) << "\n";
+}
+
+} // namespace
+
+const char* RuleName(Rule rule)
+{
+    switch (rule) {
+    case Rule::PLUGIN:
+        return "plugin";
+    case Rule::IDLE:
+        return "idle";
+    case Rule::TIME_OF_DAY:
+        return "time_of_day";
+    }
+    return "unknown";
+}
+
+const std::vector<ScoreField>& ScoreFields()
+{
+    static const std::vector<ScoreField> fields = {
+        {"onsetLatencyMin", "onset latency, min", 0, &NightScore::onsetLatencyMin},
+        {"wakeLatencyMin", "wake latency, min", 0, &NightScore::wakeLatencyMin},
+        {"coverage", "coverage of true sleep", 2, &NightScore::coverage},
+        {"falseSleepMin", "false sleep, min", 0, &NightScore::falseSleepMin},
+        {"falseSleepShare", "false sleep, share 21-08", 2, &NightScore::falseSleepShare},
+        {"wakeErrorMin", "wake-up error, min", 0, &NightScore::wakeErrorMin},
+        {"lightMin", "light sleep, min", 0, &NightScore::lightMin},
+        {"easyWakeupMin", "easy wake-up, min", 0, &NightScore::easyWakeupMin},
+        {"notCareChargeMin", "not-care-charge, min", 0, &NightScore::notCareChargeMin},
+    };
+    return fields;
+}
+
+double Percentile(std::vector<double> values, double share)
+{
+    if (values.empty()) {
+        return kNaN;
+    }
+    std::sort(values.begin(), values.end());
+    const double rank = share * static_cast<double>(values.size() - 1);
+    const size_t below = static_cast<size_t>(std::floor(rank));
+    const size_t above = std::min(below + 1, values.size() - 1);
+    return values[below] + (values[above] - values[below]) * (rank - static_cast<double>(below));
+}
+
+NightScore ScoreNight(const NightRecord& night, const RuleVerdict& verdict)
+{
+    NightScore score;
+    const SpanList covered = IntersectSpans(verdict.asleep, night.sleep);
+    score.missed = covered.empty();
+    const int64_t onset = night.sleep.empty() ? 0 : night.sleep.front().beginMs;
+    const int64_t wake = night.sleep.empty() ? 0 : night.sleep.back().endMs;
+    score.onsetLatencyMin = kNaN;
+    score.wakeLatencyMin = kNaN;
+    if (!score.missed) {
+        const auto first = std::find_if(
+            verdict.asleep.begin(), verdict.asleep.end(), [onset](const TimeSpan& s) { return s.endMs > onset; });
+        const auto last = std::find_if(
+            verdict.asleep.rbegin(), verdict.asleep.rend(), [wake](const TimeSpan& s) { return s.beginMs < wake; });
+        score.onsetLatencyMin = Minutes(first->beginMs - onset);
+        score.wakeLatencyMin = Minutes(last->endMs - wake);
+    }
+    score.coverage = ShareOrNaN(TotalSpanMs(covered), TotalSpanMs(night.sleep));
+    const SpanList falseSleep = SubtractSpans(UniteSpans(verdict.asleep, verdict.light), night.sleep);
+    score.falseSleepMin = Minutes(TotalSpanMs(falseSleep));
+    score.falseSleepShare =
+        ShareOrNaN(TotalSpanMs(IntersectSpans(falseSleep, night.awakeScreenOff)), TotalSpanMs(night.awakeScreenOff));
+    score.wakeErrorMin =
+        verdict.announcedWakeMs >= 0 && !night.sleep.empty() ? Minutes(verdict.announcedWakeMs - wake) : kNaN;
+    score.lightMin = MinutesOrNaN(verdict.light);
+    score.easyWakeupMin = MinutesOrNaN(verdict.easyWakeup);
+    score.notCareChargeMin = MinutesOrNaN(verdict.notCareCharge);
+    return score;
+}
+
+RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const std::vector<TimelineLine>& lines,
+    const std::vector<int64_t>& wakeLockMsPerNight)
+{
+    const std::vector<NightReport> reports = SummariseNights(lines, trace.nights);
+    const SpanList screenOff = ScreenOffSpans(trace);
+    const SpanList idle = IdleRuleSpans(trace);
+    const std::vector<TimeSpan> timeOfDay = TimeOfDayRuleSpans(trace);
+    std::vector<NightRecord> nights;
+    for (size_t i = 0; i < trace.nights.size(); ++i) {
+        const NightTruth& truth = trace.nights[i];
+        NightRecord night;
+        night.person = person;
+        night.night = FormatCivilDate(truth.wakeDate);
+        night.index = static_cast<int32_t>(i);
+        night.weekend = truth.weekend;
+        night.window = NightWindow(truth);
+        night.sleep = NormaliseSpans(truth.SleepSpans());
+        night.awakeScreenOff = AwakeScreenOff(screenOff, night);
+        night.wakeLockMs = i < wakeLockMsPerNight.size() ? wakeLockMsPerNight[i] : -1;
+        night.trainings = static_cast<int32_t>(reports[i].trainingMs.size());
+        night.verdicts[static_cast<size_t>(Rule::PLUGIN)] = PluginVerdict(reports[i]);
+        night.verdicts[static_cast<size_t>(Rule::IDLE)].asleep = ClipSpans(idle, night.window);
+        night.verdicts[static_cast<size_t>(Rule::TIME_OF_DAY)] = TimeOfDayVerdict(timeOfDay[i], night.window);
+        nights.push_back(std::move(night));
+    }
+    return Finish(std::move(nights));
+}
+
+RunMetrics MergeMetrics(const std::vector<RunMetrics>& parts)
+{
+    std::vector<NightRecord> nights;
+    for (const RunMetrics& part : parts) {
+        nights.insert(nights.end(), part.nights.begin(), part.nights.end());
+    }
+    std::stable_sort(
+        nights.begin(), nights.end(), [](const NightRecord& a, const NightRecord& b) { return a.person < b.person; });
+    return Finish(std::move(nights));
+}
+
+std::string MetricsToJson(const RunMetrics& metrics)
+{
+    Json rules = Json::array();
+    for (size_t rule = 0; rule < kRuleCount; ++rule) {
+        rules.push_back(RuleName(static_cast<Rule>(rule)));
+    }
+    // One night per line keeps a long run's file readable and easy to diff.
+    std::string text = "{\"version\":" + std::to_string(kMetricsVersion) + ",\n\"rules\":" + rules.dump() +
+                       ",\n\"persons\":" + PersonsJson(metrics.summary.persons).dump() + ",\n\"nights\":[";
+    for (size_t i = 0; i < metrics.nights.size(); ++i) {
+        text += (i == 0 ? "\n" : ",\n") + NightJson(metrics.nights[i]).dump();
+    }
+    text += "],\n\"summary\":" + SummaryJson(metrics.summary).dump(2) + "}\n";
+    return text;
+}
+
+bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& error)
+{
+    const Json json = Json::parse(text, nullptr, false);
+    if (json.is_discarded()) {
+        error = "metrics: not valid JSON";
+        return false;
+    }
+    error.clear();
+    FieldReader reader(json, "metrics", error);
+    const int64_t version = reader.Integer("version");
+    if (error.empty() && version != kMetricsVersion) {
+        error = "metrics.version " + std::to_string(version) + " is not supported (expected " +
+                std::to_string(kMetricsVersion) + ")";
+    }
+    const Json* list = reader.Find("nights");
+    if (list != nullptr && !list->is_array()) {
+        error = "metrics.nights must be a list";
+    }
+    std::vector<NightRecord> nights;
+    for (size_t i = 0; error.empty() && i < list->size(); ++i) {
+        nights.push_back(ReadNight((*list)[i], "metrics.nights[" + std::to_string(i) + "]", error));
+    }
+    if (!error.empty()) {
+        return false;
+    }
+    metrics = Finish(std::move(nights));
+    return true;
+}
+
+std::string FormatMetricsSummary(const RunMetrics& metrics)
+{
+    const MetricsSummary& summary = metrics.summary;
+    std::ostringstream out;
+    out << "Sleep detection against the truth: " << summary.persons.size() << " person(s), " << summary.all.nights
+        << " nights; values are median / 90th percentile; latencies and errors are detected minus true\n\n";
+    GroupTable(out, "after the first week", summary.afterFirstWeek);
+    out << "\n";
+    GroupTable(out, "first week", summary.firstWeek);
+    out << "\ntrainings per week (over persons): " << StatsText(summary.trainingsPerWeek, 1) << "\n";
+    return out.str();
+}
+
+} // namespace OHOS::Sim

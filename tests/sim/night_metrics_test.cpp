@@ -1,0 +1,334 @@
+// Scores of hand-made nights with known answers, the run's summary, and metrics.json read back and
+// merged.
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "local_calendar.h"
+#include "night_metrics.h"
+#include "night_summary.h"
+#include "scoped_time_zone.h"
+#include "sim_cli.h"
+#include "time_spans.h"
+#include "trace_generator.h"
+
+namespace OHOS::Sim {
+namespace {
+
+using Emulator::ScopedTimeZone;
+
+const std::string kCentralEurope = "CET-1CEST,M3.5.0,M10.5.0/3";
+
+// Epoch ms of hour:minute after the local midnight that starts 2026-01-05 (hours >= 24 run on).
+int64_t At(double hour, double minute = 0)
+{
+    return LocalTimeMs(CivilDate{2026, 1, 5}, hour * 60 + minute);
+}
+
+TimeSpan Hours(double begin, double end)
+{
+    return TimeSpan{At(begin), At(end)};
+}
+
+bool Near(double actual, double expected)
+{
+    return std::isnan(expected) ? std::isnan(actual) : std::fabs(actual - expected) < 1e-9;
+}
+
+TEST(PercentileTest, InterpolatesBetweenTheClosestRanks)
+{
+    struct Case {
+        std::vector<double> values;
+        double share;
+        double expected;
+    };
+    const double nan = std::nan("");
+    const std::vector<Case> cases = {
+        {{}, 0.5, nan},
+        {{7}, 0.9, 7},
+        {{4, 1, 3, 2}, 0.5, 2.5},
+        {{3, 1, 2}, 0.5, 2},
+        {{3, 1, 2}, 0.9, 2.8},
+        {{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, 0.9, 9.1},
+        {{-5, 5}, 0.9, 4},
+        {{2, 2, 9}, 1.0, 9},
+    };
+    for (const Case& c : cases) {
+        EXPECT_TRUE(Near(Percentile(c.values, c.share), c.expected))
+            << c.values.size() << " values, share " << c.share << ": " << Percentile(c.values, c.share);
+    }
+}
+
+TEST(TimeSpansTest, SetOperationsOnSpanLists)
+{
+    struct Case {
+        const char* name;
+        SpanList actual;
+        SpanList expected;
+    };
+    const SpanList a = NormaliseSpans({{50, 60}, {10, 20}, {15, 30}, {40, 40}, {70, 65}});
+    const SpanList b = {{0, 12}, {25, 55}};
+    const std::vector<Case> cases = {
+        {"normalise sorts, joins and drops empty spans", a, {{10, 30}, {50, 60}}},
+        {"touching spans join", NormaliseSpans({{0, 5}, {5, 9}}), {{0, 9}}},
+        {"intersect", IntersectSpans(a, b), {{10, 12}, {25, 30}, {50, 55}}},
+        {"subtract", SubtractSpans(a, b), {{12, 25}, {55, 60}}},
+        {"subtract a hole", SubtractSpans({{0, 100}}, {{10, 20}, {30, 40}}), {{0, 10}, {20, 30}, {40, 100}}},
+        {"unite", UniteSpans(a, b), {{0, 60}}},
+        {"clip", ClipSpans(a, TimeSpan{15, 55}), {{15, 30}, {50, 55}}},
+    };
+    for (const Case& c : cases) {
+        ASSERT_EQ(c.actual.size(), c.expected.size()) << c.name;
+        for (size_t i = 0; i < c.actual.size(); ++i) {
+            EXPECT_EQ(c.actual[i].beginMs, c.expected[i].beginMs) << c.name << " [" << i << "]";
+            EXPECT_EQ(c.actual[i].endMs, c.expected[i].endMs) << c.name << " [" << i << "]";
+        }
+    }
+    EXPECT_EQ(TotalSpanMs(a), 30);
+}
+
+// One hand-made night: the truth, the awake screen-off time and a rule's verdict, with the scores
+// it must get (NaN: the score does not apply).
+struct ScoreCase {
+    const char* name;
+    SpanList sleep;
+    SpanList awakeScreenOff;
+    SpanList asleep;
+    SpanList light;
+    int64_t announcedWakeMs;
+    bool missed;
+    double onsetMin;
+    double wakeMin;
+    double coverage;
+    double falseMin;
+    double falseShare;
+    double wakeErrorMin;
+};
+
+TEST(ScoreNightTest, HandMadeNightsGetTheirKnownScores)
+{
+    ScopedTimeZone zone("UTC0");
+    const double nan = std::nan("");
+    const std::vector<ScoreCase> cases = {
+        {"late start, early end", {Hours(23, 31)}, {Hours(21, 23)}, {Hours(23.5, 30.5)}, {}, At(31, 15), false, 30, -30,
+            420.0 / 480, 0, 0, 15},
+        {"missed night: no deep sleep", {Hours(23, 31)}, {Hours(21, 23)}, {}, {}, -1, true, nan, nan, 0, 0, 0, nan},
+        {"missed night: deep sleep only while awake in the evening", {Hours(23, 31)}, {Hours(21, 23)}, {Hours(22, 23)},
+            {}, At(30), true, nan, nan, 0, 60, 0.5, -60},
+        {"an awakening slept through counts as false sleep", {Hours(23, 26), Hours(26.5, 31)}, {Hours(26, 26.5)},
+            {Hours(23, 31)}, {}, -1, false, 0, 0, 1, 30, 1, nan},
+        {"deep sleep before the onset", {Hours(23, 31)}, {Hours(21, 23)}, {Hours(22.5, 29), Hours(29.5, 31.5)}, {}, -1,
+            false, -30, 30, 450.0 / 480, 60, 0.25, nan},
+        {"light sleep while awake is false sleep too", {Hours(23, 31)}, {Hours(21, 23)}, {Hours(23, 31)},
+            {Hours(22, 23.5)}, -1, false, 0, 0, 1, 60, 0.5, nan},
+        {"no awake screen-off time: no share", {Hours(23, 31)}, {}, {Hours(22, 31)}, {}, -1, false, -60, 0, 1, 60, nan,
+            nan},
+    };
+    for (const ScoreCase& c : cases) {
+        NightRecord night;
+        night.sleep = c.sleep;
+        night.awakeScreenOff = c.awakeScreenOff;
+        RuleVerdict verdict;
+        verdict.asleep = c.asleep;
+        verdict.light = c.light;
+        verdict.announcedWakeMs = c.announcedWakeMs;
+        const NightScore score = ScoreNight(night, verdict);
+        EXPECT_EQ(score.missed, c.missed) << c.name;
+        EXPECT_TRUE(Near(score.onsetLatencyMin, c.onsetMin)) << c.name << ": onset " << score.onsetLatencyMin;
+        EXPECT_TRUE(Near(score.wakeLatencyMin, c.wakeMin)) << c.name << ": wake " << score.wakeLatencyMin;
+        EXPECT_TRUE(Near(score.coverage, c.coverage)) << c.name << ": coverage " << score.coverage;
+        EXPECT_TRUE(Near(score.falseSleepMin, c.falseMin)) << c.name << ": false " << score.falseSleepMin;
+        EXPECT_TRUE(Near(score.falseSleepShare, c.falseShare)) << c.name << ": share " << score.falseSleepShare;
+        EXPECT_TRUE(Near(score.wakeErrorMin, c.wakeErrorMin)) << c.name << ": wake error " << score.wakeErrorMin;
+        EXPECT_EQ(std::isnan(score.lightMin), c.light.empty()) << c.name;
+    }
+}
+
+TimelineLine Published(int64_t t, const std::string& action, bool isSleep, int64_t wakeupMs = -1)
+{
+    TimelineLine params{{"isSleep", isSleep}};
+    if (wakeupMs >= 0) {
+        params["wakeupTime"] = wakeupMs;
+    }
+    return TimelineLine{{"t", t}, {"type", TIMELINE_COMMON_EVENT}, {"action", action},
+        {"want", {{"action", action}, {"params", params}}}};
+}
+
+TraceEvent Event(int64_t t, TraceKind kind)
+{
+    TraceEvent event;
+    event.timeMs = t;
+    event.kind = kind;
+    return event;
+}
+
+// The night that ends on Sunday 2026-03-29, when Central European clocks jump from 02:00 to 03:00:
+// the noon-to-noon window is 23 hours and latencies count real minutes.
+TEST(RunMetricsTest, ANightAcrossTheSpringDaylightSavingChange)
+{
+    ScopedTimeZone zone(kCentralEurope);
+    const CivilDate saturday{2026, 3, 28};
+    const auto local = [&saturday](double hour) { return LocalTimeMs(saturday, hour * 60); };
+    NightTruth night;
+    night.wakeDate = CivilDate{2026, 3, 29};
+    night.weekend = true;
+    night.onsetMs = local(25); // 01:00 winter time
+    night.wakeMs = local(31);  // 07:00 summer time: five real hours later
+    Trace trace;
+    trace.startMs = local(12);
+    trace.endMs = LocalTimeMs(night.wakeDate, kNoonMin);
+    trace.nights = {night};
+    trace.events = {Event(local(12), TraceKind::BOOT), Event(local(12), TraceKind::STILL),
+        Event(local(21), TraceKind::SCREEN_ON), Event(local(24.5), TraceKind::SCREEN_OFF),
+        Event(local(31.5), TraceKind::SCREEN_ON)};
+    const std::vector<TimelineLine> lines = {Published(local(25.5), DEEP_SLEEP_EVENT, true, local(31.25)),
+        Published(local(25.5), EASY_WAKEUP_EVENT, true), Published(local(30), DEEP_SLEEP_EVENT, false),
+        Published(local(30), LIGHT_SLEEP_EVENT, true), Published(local(30.5), LIGHT_SLEEP_EVENT, false),
+        TimelineLine{{"t", local(20)}, {"type", TIMELINE_HOST_MESSAGE}, {"id", TRAINING_FINISHED_MESSAGE}}};
+    const RunMetrics metrics = ComputeRunMetrics("dst", trace, lines, {90000});
+    ASSERT_EQ(metrics.nights.size(), 1U);
+    const NightRecord& record = metrics.nights[0];
+    EXPECT_EQ(record.window.endMs - record.window.beginMs, 23 * kMsPerHour);
+    EXPECT_EQ(record.night, "2026-03-29");
+    EXPECT_EQ(record.trainings, 1);
+    EXPECT_EQ(record.wakeLockMs, 90000);
+    // Screen off from 00:30 winter time to 07:30 summer time (six real hours), less five asleep.
+    EXPECT_EQ(TotalSpanMs(record.awakeScreenOff), 60 * kMsPerMinute);
+    const NightScore& plugin = record.scores[static_cast<size_t>(Rule::PLUGIN)];
+    EXPECT_DOUBLE_EQ(plugin.onsetLatencyMin, 30);
+    EXPECT_DOUBLE_EQ(plugin.wakeLatencyMin, -60); // 06:00 summer time
+    EXPECT_DOUBLE_EQ(plugin.coverage, 3.5 / 5);
+    EXPECT_DOUBLE_EQ(plugin.wakeErrorMin, 15);
+    EXPECT_DOUBLE_EQ(plugin.lightMin, 30);
+    EXPECT_DOUBLE_EQ(plugin.easyWakeupMin, 9.5 * 60); // still on at noon: cut at the window's end
+    EXPECT_TRUE(std::isnan(plugin.notCareChargeMin));
+    // The idle rule counts from an hour after the screen went off until it went on.
+    const NightScore& idle = record.scores[static_cast<size_t>(Rule::IDLE)];
+    EXPECT_DOUBLE_EQ(idle.onsetLatencyMin, 30);
+    EXPECT_DOUBLE_EQ(idle.wakeLatencyMin, 30);
+    EXPECT_TRUE(record.scores[static_cast<size_t>(Rule::TIME_OF_DAY)].missed); // nothing learned yet
+    const RuleSummary& summary = metrics.summary.firstWeek.rules[static_cast<size_t>(Rule::PLUGIN)];
+    EXPECT_EQ(summary.stateNights, (std::array<int32_t, 4>{1, 1, 1, 0}));
+    EXPECT_EQ(metrics.summary.firstWeek.wakeLockSec.median, 90);
+    EXPECT_EQ(metrics.summary.afterFirstWeek.nights, 0);
+}
+
+// A generated person whose plug-in sleeps from 20 minutes after each true onset to 10 minutes
+// before each true wake, with every other night missed.
+RunMetrics GeneratedPerson(const std::string& name, uint64_t seed)
+{
+    Scenario scenario = DefaultScenario();
+    scenario.days = 10;
+    scenario.seed = seed;
+    SetProcessTimeZone(scenario.timeZone);
+    const Trace trace = GenerateTrace(scenario);
+    std::vector<TimelineLine> lines;
+    std::vector<int64_t> wakeLocks;
+    for (size_t i = 0; i < trace.nights.size(); ++i) {
+        const NightTruth& night = trace.nights[i];
+        if (i % 2 == 0) {
+            lines.push_back(Published(night.onsetMs + 20 * kMsPerMinute, DEEP_SLEEP_EVENT, true, night.wakeMs));
+            lines.push_back(Published(night.wakeMs - 10 * kMsPerMinute, DEEP_SLEEP_EVENT, false));
+        }
+        wakeLocks.push_back(static_cast<int64_t>(i * 1000 + seed));
+    }
+    return ComputeRunMetrics(name, trace, lines, wakeLocks);
+}
+
+TEST(RunMetricsTest, MissedNightsAreCountedAndTheFirstWeekIsApart)
+{
+    ScopedTimeZone zone("UTC0");
+    const RunMetrics metrics = GeneratedPerson("p001", 3);
+    const size_t plugin = static_cast<size_t>(Rule::PLUGIN);
+    const MetricsSummary& summary = metrics.summary;
+    ASSERT_EQ(summary.all.nights, 10);
+    EXPECT_EQ(summary.firstWeek.nights, 7);
+    EXPECT_EQ(summary.afterFirstWeek.nights, 3);
+    EXPECT_EQ(summary.all.rules[plugin].missed, 5);
+    EXPECT_EQ(summary.firstWeek.rules[plugin].missed, 3);
+    const Stats& onset = summary.all.rules[plugin].fields[0];
+    EXPECT_EQ(std::string(ScoreFields()[0].name), "onsetLatencyMin");
+    EXPECT_EQ(onset.count, 5); // missed nights are not zeros
+    EXPECT_DOUBLE_EQ(onset.median, 20);
+    EXPECT_NE(FormatMetricsSummary(metrics).find("missed nights"), std::string::npos);
+}
+
+TEST(MergeMetricsTest, ShardsMergeIntoExactlyTheUnshardedMetrics)
+{
+    ScopedTimeZone zone("UTC0");
+    const std::vector<RunMetrics> persons = {
+        GeneratedPerson("p001", 1), GeneratedPerson("p002", 2), GeneratedPerson("p003", 3), GeneratedPerson("p004", 4)};
+    const std::string whole = MetricsToJson(MergeMetrics(persons));
+    // Shards by person index modulo 3, each written and read back, merged in any order.
+    std::vector<RunMetrics> shards(3);
+    for (size_t k = 0; k < shards.size(); ++k) {
+        std::vector<RunMetrics> members;
+        for (size_t i = k; i < persons.size(); i += shards.size()) {
+            members.push_back(persons[i]);
+        }
+        std::string error;
+        ASSERT_TRUE(MetricsFromJson(MetricsToJson(MergeMetrics(members)), shards[k], error)) << error;
+    }
+    EXPECT_EQ(MetricsToJson(MergeMetrics({shards[2], shards[0], shards[1]})), whole);
+    RunMetrics oneShard;
+    std::string error;
+    ASSERT_TRUE(MetricsFromJson(whole, oneShard, error)) << error;
+    EXPECT_EQ(MetricsToJson(MergeMetrics({oneShard})), whole);
+    EXPECT_EQ(oneShard.summary.persons.size(), 4U);
+    EXPECT_EQ(oneShard.summary.persons[3].name, "p004");
+}
+
+TEST(MetricsDocumentationTest, HelpAndFileNameEveryScore)
+{
+    ScopedTimeZone zone("UTC0");
+    const std::string json = MetricsToJson(GeneratedPerson("p001", 1));
+    for (const ScoreField& field : ScoreFields()) {
+        EXPECT_NE(SleepsimUsage().find(field.name), std::string::npos) << field.name;
+        EXPECT_NE(json.find("\"" + std::string(field.name) + "\""), std::string::npos) << field.name;
+    }
+}
+
+TEST(MetricsFromJsonTest, NamesTheBadFieldAndLeavesTheMetricsUnchanged)
+{
+    ScopedTimeZone zone("UTC0");
+    const std::string night = R"({"person":"a","night":"2026-01-06","index":0,"weekend":false,"window":[0,100],)"
+                              R"("sleep":SLEEP,"awakeScreenOff":[],"wakeLockMs":null,"trainings":0,"rules":RULES})";
+    const std::string rules = R"({"plugin":{"asleep":[]},"idle":{"asleep":[]},"time_of_day":{"asleep":[]}})";
+    const auto file = [&](const std::string& sleep, const std::string& ruleText) {
+        std::string text = night;
+        text.replace(text.find("SLEEP"), 5, sleep);
+        text.replace(text.find("RULES"), 5, ruleText);
+        return R"({"version":1,"nights":[)" + text + "]}";
+    };
+    struct Case {
+        std::string text;
+        std::string error;
+    };
+    const std::vector<Case> cases = {
+        {"{", "metrics: not valid JSON"},
+        {R"({"version":2,"nights":[]})", "metrics.version 2 is not supported (expected 1)"},
+        {R"({"version":1})", "metrics.nights is missing"},
+        {file("[[10,5]]", rules), "metrics.nights[0].sleep[0] must be [beginMs, endMs] with beginMs <= endMs"},
+        {file("[]", R"({"plugin":{"asleep":[]},"idle":{"asleep":[]}})"),
+            "metrics.nights[0].rules.time_of_day is missing"},
+        {file("[]", R"({"plugin":{"asleep":[[1,2]],"light":5},"idle":{"asleep":[]},"time_of_day":{"asleep":[]}})"),
+            "metrics.nights[0].rules.plugin.light must be a list of [beginMs, endMs]"},
+    };
+    RunMetrics metrics = GeneratedPerson("kept", 5);
+    const std::string before = MetricsToJson(metrics);
+    for (const Case& c : cases) {
+        std::string error;
+        EXPECT_FALSE(MetricsFromJson(c.text, metrics, error)) << c.text;
+        EXPECT_EQ(error, c.error) << c.text;
+    }
+    EXPECT_EQ(MetricsToJson(metrics), before);
+    std::string error;
+    ASSERT_TRUE(MetricsFromJson(file("[[10,50]]", rules), metrics, error)) << error;
+    EXPECT_TRUE(metrics.nights[0].scores[0].missed);
+    EXPECT_EQ(metrics.nights[0].wakeLockMs, -1);
+}
+
+} // namespace
+} // namespace OHOS::Sim
