@@ -425,11 +425,16 @@ bool GatherPopulationMetrics(
     return GatherMetrics(FinishedPersonDirs(outDir, record.persons), outDir, summary, error);
 }
 
-bool MergeShards(
-    const std::vector<std::string>& shardDirs, const std::string& outDir, std::string& summary, std::string& error)
+namespace {
+
+// A person of a merged population with the folder of the shard that ran it.
+using ShardPerson = std::pair<PersonEntry, std::string>;
+
+// Reads every shard's person list, checks that the folders are shards 1 ... N of one population, each
+// once, and returns their persons in population order.
+bool CollectShards(const std::vector<std::string>& shardDirs, std::vector<ShardPerson>& persons, std::string& error)
 {
     std::map<int32_t, std::string> dirOfShard;
-    std::vector<std::pair<PersonEntry, std::string>> persons; // with the folder of its shard
     int32_t count = 0;
     for (const std::string& dir : shardDirs) {
         PopulationRecord record;
@@ -461,6 +466,18 @@ bool MergeShards(
     }
     std::sort(
         persons.begin(), persons.end(), [](const auto& a, const auto& b) { return a.first.index < b.first.index; });
+    return true;
+}
+
+} // namespace
+
+bool MergeShards(
+    const std::vector<std::string>& shardDirs, const std::string& outDir, std::string& summary, std::string& error)
+{
+    std::vector<ShardPerson> persons;
+    if (!CollectShards(shardDirs, persons, error)) {
+        return false;
+    }
     PopulationRecord merged;
     std::vector<std::string> personDirs;
     for (const auto& [entry, dir] : persons) {
