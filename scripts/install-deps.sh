@@ -5,6 +5,8 @@ set -euo pipefail
 
 packages=(cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev libsqlite3-dev libpugixml-dev
   nlohmann-json3-dev tzdata)
+# The cluster test starts a one-node Slurm cluster (skipped without these).
+packages+=(slurm-wlm munge)
 
 missing=()
 for package in "${packages[@]}"; do

@@ -1,6 +1,7 @@
 #ifndef SIM_INCLUDE_SIM_DRIVER_H
 #define SIM_INCLUDE_SIM_DRIVER_H
 
+#include <atomic>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -22,6 +23,9 @@ struct SimOptions {
     // Emulator::SetStorageSyncEnabled): the same files, much less waiting. For population runs
     // whose data folders are not kept for their durability.
     bool noSync = false;
+    // Kept at the number of nights replayed so far, for a parent process showing the progress of
+    // several runs (may live in memory shared across processes); nullptr for none.
+    std::atomic<int64_t>* nightsDone = nullptr;
 };
 
 struct DumpAnswer {

@@ -1,9 +1,11 @@
 #include "sim_cli.h"
 
+#include <map>
 #include <nlohmann/json.hpp>
 
 #include "builtin_scenarios.h"
 #include "population.h"
+#include "population_runner.h"
 #include "recorded_schedules.h"
 #include "scenario.h"
 #include "sim_driver.h"
@@ -12,6 +14,23 @@
 namespace OHOS::Sim {
 
 namespace {
+
+// Options of a run of many persons, as given on the command line.
+struct PopulationCli {
+    std::string count; // --population N
+    std::string file;  // --population-file FILE
+    std::string csv;   // --persons-from CSV
+    std::string shard; // --shard K/N
+    std::string jobs;  // --jobs N
+
+    bool Requested() const { return !count.empty() || !file.empty() || !csv.empty(); }
+    bool AnyGiven() const { return Requested() || !shard.empty() || !jobs.empty(); }
+};
+
+// The population options, each taking a value, and where it goes.
+const std::map<std::string, std::string PopulationCli::*> kPopulationOptions = {{"--population", &PopulationCli::count},
+    {"--population-file", &PopulationCli::file}, {"--persons-from", &PopulationCli::csv},
+    {"--shard", &PopulationCli::shard}, {"--jobs", &PopulationCli::jobs}};
 
 struct CliOptions {
     bool help = false;
@@ -24,6 +43,7 @@ struct CliOptions {
     // Scenario fields set on the command line, applied after the file.
     nlohmann::ordered_json overrides = nlohmann::ordered_json::object();
     SimOptions run; // output folder and end-of-run dump words
+    PopulationCli population;
 };
 
 // A command-line value as JSON: numbers and booleans as such, anything else as a string, so that
@@ -76,7 +96,8 @@ bool ParseArgs(const std::vector<std::string>& args, CliOptions& options, std::s
             continue;
         }
         const bool takesValue = arg == "--scenario" || arg == "-s" || arg == "--out" || arg == "-o" ||
-                                arg == "--seed" || arg == "--days" || arg == "--builtin" || arg == "--person";
+                                arg == "--seed" || arg == "--days" || arg == "--builtin" || arg == "--person" ||
+                                kPopulationOptions.count(arg) > 0;
         if (!takesValue) {
             error = "unknown argument '" + arg + "' (see sleepsim --help)";
             return false;
@@ -94,6 +115,8 @@ bool ParseArgs(const std::vector<std::string>& args, CliOptions& options, std::s
             options.builtin = value;
         } else if (arg == "--person") {
             options.personPick = value;
+        } else if (kPopulationOptions.count(arg) > 0) {
+            options.population.*kPopulationOptions.at(arg) = value;
         } else {
             options.overrides[arg.substr(2)] = ValueAsJson(value);
         }
@@ -104,10 +127,11 @@ bool ParseArgs(const std::vector<std::string>& args, CliOptions& options, std::s
 // A replay takes its scenario from the trace: scenario files and fields do not apply.
 bool CheckReplayArgs(const CliOptions& options, std::string& error)
 {
-    if (!options.replayPath.empty() && (!options.scenarioPath.empty() || !options.overrides.empty() ||
-                                          !options.builtin.empty() || !options.personPick.empty())) {
-        error = "replay takes the scenario from the trace; a scenario file, --builtin, --person, --seed or "
-                "--days cannot be given";
+    const bool scenarioGiven = !options.scenarioPath.empty() || !options.overrides.empty() ||
+                               !options.builtin.empty() || !options.personPick.empty();
+    if (!options.replayPath.empty() && (scenarioGiven || options.population.AnyGiven())) {
+        error = "replay takes the scenario from the trace; a scenario file, --builtin, --person, --seed, --days "
+                "or a population option cannot be given";
         return false;
     }
     return true;
@@ -182,6 +206,123 @@ void PrintDumps(const SimResult& result, std::ostream& out)
     }
 }
 
+// The persons of a population run, from the one source the command line named.
+bool LoadPersons(
+    const PopulationCli& population, const Scenario& base, std::vector<Scenario>& persons, std::string& error)
+{
+    if (!population.count.empty() + !population.file.empty() + !population.csv.empty() > 1) {
+        error = "give only one of --population, --population-file and --persons-from";
+        return false;
+    }
+    if (!population.count.empty()) {
+        int32_t count = 0;
+        if (!ParsePositiveCount(population.count, count)) {
+            error = "--population '" + population.count + "': expected a number of persons of at least 1";
+            return false;
+        }
+        persons = GeneratePopulation(base, count);
+        return true;
+    }
+    if (!population.file.empty()) {
+        return LoadPopulationFile(population.file, base, persons, error);
+    }
+    return LoadPersonsFromCsv(population.csv, base, persons, error);
+}
+
+bool BuildPopulationOptions(const CliOptions& options, PopulationOptions& run, std::string& error)
+{
+    const PopulationCli& population = options.population;
+    if (!population.Requested()) {
+        error = "--shard and --jobs need a population: --population, --population-file or --persons-from";
+        return false;
+    }
+    if (!options.run.endDumpWords.empty()) {
+        error = "'dump' works on a single run only; run the person alone to see its dump";
+        return false;
+    }
+    if (!population.shard.empty() && !ParseShard(population.shard, run.shard, error)) {
+        return false;
+    }
+    if (!population.jobs.empty() && !ParsePositiveCount(population.jobs, run.jobs)) {
+        error = "--jobs '" + population.jobs + "': expected a number of processes of at least 1";
+        return false;
+    }
+    run.outDir = options.run.outDir;
+    run.run = options.run;
+    run.run.noSync = true; // the persons' data folders are not kept for their durability
+    return true;
+}
+
+int RunPopulationCli(const CliOptions& options, const Scenario& base, std::ostream& out, std::ostream& err)
+{
+    std::vector<Scenario> persons;
+    PopulationOptions run;
+    std::string error;
+    if (!BuildPopulationOptions(options, run, error) || !LoadPersons(options.population, base, persons, error) ||
+        !CheckPersonNames(persons, error)) {
+        err << "sleepsim: " << error << "\n";
+        return EXIT_BAD_INPUT;
+    }
+    run.progress = options.quiet ? nullptr : &err;
+    run.messages = &err;
+    out << "sleepsim: " << persons.size() << " persons, shard " << run.shard.index << "/" << run.shard.count << ", "
+        << run.jobs << " at once, output in " << run.outDir << "\n";
+    const PopulationResult result = RunPopulation(persons, run);
+    std::string summary;
+    if (!result.ok || !GatherPopulationMetrics(run.outDir, {run.shard, result.persons}, summary, error)) {
+        err << "sleepsim: " << (result.ok ? error : result.error) << "\n";
+        return EXIT_RUN_FAILED;
+    }
+    out << "\n" << summary;
+    if (!result.failures.empty()) {
+        err << "sleepsim: " << result.failures.size() << " of " << result.persons.size()
+            << " persons failed and are left out of the metrics:\n";
+        for (const std::string& failure : result.failures) {
+            err << "  " << failure << "\n";
+        }
+        return EXIT_RUN_FAILED;
+    }
+    return EXIT_RUN_OK;
+}
+
+// sleepsim merge --out DIR SHARD_DIR...
+int RunMergeCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err)
+{
+    std::string outDir;
+    std::vector<std::string> shardDirs;
+    for (size_t i = 0; i < args.size(); ++i) {
+        if (args[i] == "--help" || args[i] == "-h") {
+            out << SleepsimUsage();
+            return EXIT_RUN_OK;
+        }
+        if (args[i] == "--out" || args[i] == "-o") {
+            if (i + 1 >= args.size() || args[i + 1].empty()) {
+                err << "sleepsim merge: option '" << args[i] << "' needs a value\n";
+                return EXIT_BAD_INPUT;
+            }
+            outDir = args[++i];
+        } else if (!args[i].empty() && args[i][0] == '-') {
+            err << "sleepsim merge: unknown argument '" << args[i] << "' (see sleepsim --help)\n";
+            return EXIT_BAD_INPUT;
+        } else {
+            shardDirs.push_back(args[i]);
+        }
+    }
+    if (outDir.empty() || shardDirs.empty()) {
+        err << "sleepsim merge: needs --out DIR and the folder of every shard, e.g. sleepsim merge --out all "
+               "shard-1 shard-2\n";
+        return EXIT_BAD_INPUT;
+    }
+    std::string summary;
+    std::string error;
+    if (!MergeShards(shardDirs, outDir, summary, error)) {
+        err << "sleepsim merge: " << error << "\n";
+        return EXIT_RUN_FAILED;
+    }
+    out << summary;
+    return EXIT_RUN_OK;
+}
+
 std::string MetricsHelp()
 {
     return "Metrics (metrics.json; summarised at the end of summary.txt, see \"Reading the metrics\" in\n"
@@ -205,6 +346,9 @@ std::string SleepsimUsage()
 {
     return "Usage: sleepsim [options] [SCENARIO.json] [dump WORDS...]\n"
            "       sleepsim replay TRACE.jsonl [--out DIR] [--no-sync] [-q] [dump WORDS...]\n"
+           "       sleepsim [options] (--population N | --population-file FILE | --persons-from CSV)\n"
+           "                [--shard K/N] [--jobs N]\n"
+           "       sleepsim merge --out DIR SHARD_DIR...\n"
            "\n"
            "Simulates a person and their phone over days and nights on virtual time and runs the sleep\n"
            "detection plug-in through it. Same scenario and seed give byte-identical outputs.\n"
@@ -229,6 +373,20 @@ std::string SleepsimUsage()
            "      --no-sync        writes the SQLite stores and preferences files without syncing them\n"
            "                       to disk (PRAGMA synchronous=OFF, no fsync): same outputs, much\n"
            "                       faster; a crash of the machine may lose the data folder's last writes\n"
+           "\n"
+           "Populations (the scenario and the options above are the base every person varies):\n"
+           "      --population N   N generated persons, drawn from the seed\n"
+           "      --population-file FILE  a JSON list of persons, each overriding the base\n"
+           "      --persons-from CSV  one person per participant of a recorded-nights file\n"
+           "      --shard K/N      runs only the persons whose 0-based index i has i % N == K-1\n"
+           "      --jobs N         persons simulated at once (default 1); outputs do not depend on it\n"
+           "                       Each person runs in its own process and writes DIR/persons/<name>/\n"
+           "                       (a single-run folder); DIR/population.json lists the persons in\n"
+           "                       order, DIR/metrics.json and DIR/summary.txt hold all their metrics.\n"
+           "                       A failed person is reported and the others go on (exit code 1).\n"
+           "  merge --out DIR SHARD_DIR...  combines the folders of all shards of a population into\n"
+           "                       DIR/population.json, metrics.json and summary.txt, exactly as one\n"
+           "                       unsharded run writes them\n"
            "  -h, --help           this text\n"
            "  dump WORDS...        passes the words to the plug-in's dump command at the end of the run\n"
            "                       and prints its answer, e.g. sleepsim dump -D --strategy\n"
@@ -250,6 +408,9 @@ std::string SleepsimUsage()
 
 int RunSleepsimCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err)
 {
+    if (!args.empty() && args.front() == "merge") {
+        return RunMergeCli({args.begin() + 1, args.end()}, out, err);
+    }
     CliOptions options;
     std::string error;
     if (!ParseArgs(args, options, error)) {
@@ -273,6 +434,9 @@ int RunSleepsimCli(const std::vector<std::string>& args, std::ostream& out, std:
     if (options.printScenario) {
         out << ScenarioToJson(scenario);
         return EXIT_RUN_OK;
+    }
+    if (options.population.AnyGiven()) {
+        return RunPopulationCli(options, scenario, out, err);
     }
     out << "sleepsim: " << scenario.days << " days from " << FormatCivilDate(scenario.startDate) << " ("
         << scenario.timeZone << "), seed " << scenario.seed << ", output in " << options.run.outDir << "\n";

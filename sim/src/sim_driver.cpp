@@ -1,7 +1,6 @@
 #include "sim_driver.h"
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -16,6 +15,7 @@
 #include "hisysevent.h"
 #include "notification_helper.h"
 #include "parameters.h"
+#include "progress_meter.h"
 #include "settings_store.h"
 #include "simulated_phone.h"
 #include "sleep_detection.h"
@@ -42,9 +42,6 @@ constexpr int32_t kChargingStatusCharging = 1;
 const std::string kSmartPowerPermission = "ohos.permission.PERCEIVE_SMART_POWER_SCENARIO";
 const std::string kNextAlarmKey = "nearestAlarmingTime";
 const std::string kLatencyTaskName = "sleepsim_event_latency";
-const std::string kPersonName = "default"; // the one person of a single run
-constexpr auto kProgressAfter = std::chrono::seconds(3);
-constexpr auto kProgressEvery = std::chrono::seconds(1);
 
 TimelineLine WantJson(const std::optional<AAFwk::Want>& want)
 {
@@ -73,40 +70,6 @@ bool IsKeptLine(const TimelineLine& line)
     }
     return type == TIMELINE_COMMON_EVENT || type == TIMELINE_TRUTH || type == TIMELINE_PARAMETER;
 }
-
-// Prints "day N of M" to the progress stream once a run has taken a few seconds.
-class ProgressLine {
-public:
-    ProgressLine(std::ostream* out, const Trace& trace)
-        : out_(out), trace_(trace), started_(std::chrono::steady_clock::now()), lastShown_(started_)
-    {
-    }
-    void Update(int64_t virtualMs)
-    {
-        const auto now = std::chrono::steady_clock::now();
-        if (out_ == nullptr || now - started_ < kProgressAfter || now - lastShown_ < kProgressEvery) {
-            return;
-        }
-        lastShown_ = now;
-        shown_ = true;
-        const int64_t days = (trace_.endMs - trace_.startMs) / kMsPerDay;
-        *out_ << "\rsleepsim: day " << (virtualMs - trace_.startMs) / kMsPerDay + 1 << " of " << days << " ("
-              << FormatLocalTime(virtualMs).substr(0, 16) << ")" << std::flush;
-    }
-    void Finish()
-    {
-        if (shown_) {
-            *out_ << "\rsleepsim: done" << std::string(30, ' ') << "\n" << std::flush;
-        }
-    }
-
-private:
-    std::ostream* out_;
-    const Trace& trace_;
-    std::chrono::steady_clock::time_point started_;
-    std::chrono::steady_clock::time_point lastShown_;
-    bool shown_ = false;
-};
 
 class Driver {
 public:
@@ -249,7 +212,7 @@ private:
             [this](const DumpRequest& a, const DumpRequest& b) { return DumpTime(a) < DumpTime(b); });
         size_t nextNight = 0;
         size_t nextDump = 0;
-        ProgressLine progress(options_.progress, trace_);
+        ProgressMeter progress(options_.progress, IsTerminal(options_.progress));
         for (const TraceEvent& event : trace_.events) {
             for (; nextDump < dumps.size() && DumpTime(dumps[nextDump]) <= event.timeMs; ++nextDump) {
                 AnswerDump(dumps[nextDump], result);
@@ -260,7 +223,7 @@ private:
             Apply(event);
             Settle();
             timeline_.FlushBefore(clock_->WallTimeMs());
-            progress.Update(event.timeMs);
+            ReportProgress(progress, event.timeMs);
         }
         MarkTruth(nextNight, trace_.endMs);
         SampleWakeLocks(trace_.endMs);
@@ -270,6 +233,15 @@ private:
             AnswerDump(dumps[nextDump], result);
         }
         progress.Finish();
+    }
+
+    void ReportProgress(ProgressMeter& progress, int64_t virtualMs) const
+    {
+        const int64_t nightsDone = (virtualMs - trace_.startMs) / kMsPerDay;
+        progress.Update({0, 0, nightsDone, (trace_.endMs - trace_.startMs) / kMsPerDay});
+        if (options_.nightsDone != nullptr) {
+            options_.nightsDone->store(nightsDone, std::memory_order_relaxed);
+        }
     }
 
     int64_t DumpTime(const DumpRequest& request) const { return request.atMs < 0 ? trace_.endMs : request.atMs; }
@@ -414,7 +386,7 @@ private:
         result.nights = SummariseNights(lines, trace_.nights);
         std::ofstream scenarioOut(OutPath(SCENARIO_FILE), std::ios::binary | std::ios::trunc);
         scenarioOut << ScenarioToJson(scenario_);
-        result.metrics = ComputeRunMetrics(kPersonName, trace_, lines, WakeLockMsPerNight());
+        result.metrics = ComputeRunMetrics(scenario_.name, trace_, lines, WakeLockMsPerNight());
         std::ofstream summaryOut(OutPath(SUMMARY_FILE), std::ios::binary | std::ios::trunc);
         summaryOut << FormatSummaryTable(result.nights) << "\n" << FormatMetricsSummary(result.metrics);
         scenarioOut.flush();

@@ -1,0 +1,100 @@
+#ifndef SIM_INCLUDE_POPULATION_RUNNER_H
+#define SIM_INCLUDE_POPULATION_RUNNER_H
+
+#include <cstdint>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "scenario.h"
+#include "sim_driver.h"
+
+namespace OHOS::Sim {
+
+// Files of a population output folder, besides one single-run folder per person in PERSONS_DIR.
+inline const std::string PERSONS_DIR = "persons";
+inline const std::string POPULATION_FILE = "population.json"; // which persons, in which order
+
+// A part of a population: the persons whose 0-based index i has i % count == index - 1.
+struct Shard {
+    int32_t index = 1; // 1 ... count
+    int32_t count = 1;
+};
+
+// Reads a whole number of at least 1 (a count of persons, processes, ...).
+bool ParsePositiveCount(const std::string& text, int32_t& value);
+
+// Reads "K/N" (1 <= K <= N); on failure names the value and what is expected in `error`.
+bool ParseShard(const std::string& text, Shard& shard, std::string& error);
+
+// One person of a run: its place in the whole population and whether its simulation finished.
+struct PersonEntry {
+    int32_t index = 0; // 0-based, in the whole (unsharded) population
+    std::string name;
+    bool ok = false;
+};
+
+// The persons a shard runs, with their indices in the whole population.
+std::vector<PersonEntry> ShardEntries(const std::vector<Scenario>& persons, const Shard& shard);
+
+// Runs one person in a child process: gets the person and the options of its single run (output
+// folder, progress counter) and returns the child's exit code.
+using PersonRunner = std::function<int(const Scenario& person, const SimOptions& options)>;
+
+// The ordinary runner: RunSimulation, its error (if any) on stderr, EXIT_RUN_OK or EXIT_RUN_FAILED.
+int RunPersonSimulation(const Scenario& person, const SimOptions& options);
+
+struct PopulationOptions {
+    std::string outDir = "sleepsim-out";
+    Shard shard;
+    int32_t jobs = 1;                 // persons simulated at once, each in its own process
+    SimOptions run;                   // options of every person's run; outDir and progress are set per person
+    std::ostream* progress = nullptr; // progress of the whole population; nullptr for none
+    std::ostream* messages = nullptr; // a line per failed person; nullptr for none
+    PersonRunner runPerson = RunPersonSimulation;
+};
+
+struct PopulationResult {
+    bool ok = false;   // the output folder was written (persons may still have failed)
+    std::string error; // why not
+    std::vector<PersonEntry> persons;
+    std::vector<std::string> failures; // "p002: killed by signal 11 (Segmentation fault)"
+};
+
+// Checks the names (letters, digits, '-', '_'; no two alike); on failure names the person.
+bool CheckPersonNames(const std::vector<Scenario>& persons, std::string& error);
+
+// Runs the shard's persons, each in a forked child process (the platform keeps process-wide state,
+// so one simulation per process) writing OUT/persons/<name>/, at most `jobs` at once. A failed or
+// crashed child is reported and the others go on. Writes OUT/population.json. The outputs do not
+// depend on the job count.
+PopulationResult RunPopulation(const std::vector<Scenario>& persons, const PopulationOptions& options);
+
+// What a population output folder holds: the shard it ran and its persons, read from population.json.
+struct PopulationRecord {
+    Shard shard;
+    std::vector<PersonEntry> persons;
+};
+
+std::string PopulationToJson(const PopulationRecord& record);
+bool ReadPopulationFile(const std::string& dir, PopulationRecord& record, std::string& error);
+
+// Reads each folder's metrics.json (in the given order), merges them and writes OUT/metrics.json and
+// OUT/summary.txt, whose text is also put in `summary`. A missing or unreadable file is named in `error`.
+bool GatherMetrics(
+    const std::vector<std::string>& personDirs, const std::string& outDir, std::string& summary, std::string& error);
+
+// Gathers the metrics of the persons that finished in a population output folder.
+bool GatherPopulationMetrics(
+    const std::string& outDir, const PopulationRecord& record, std::string& summary, std::string& error);
+
+// Combines the output folders of all shards of one population into OUT: population.json,
+// metrics.json and summary.txt exactly as one unsharded run writes them. Every shard 1 ... N must
+// be given once; the persons' folders stay in the shard folders.
+bool MergeShards(
+    const std::vector<std::string>& shardDirs, const std::string& outDir, std::string& summary, std::string& error);
+
+} // namespace OHOS::Sim
+
+#endif // SIM_INCLUDE_POPULATION_RUNNER_H
