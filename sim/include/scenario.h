@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "local_calendar.h"
+#include "scenario_faults.h"
 
 namespace OHOS::Sim {
 
@@ -77,6 +78,7 @@ struct Scenario {
     Habits habits;
     BatteryHabits battery;
     std::vector<DumpRequest> dumps;
+    std::vector<ScenarioFault> faults;
 };
 
 // The built-in person: a regular sleeper whose phone charges in the evening, not all night.

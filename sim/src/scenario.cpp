@@ -379,8 +379,9 @@ bool ReadObject(const Json& object, const std::string& prefix, Scenario& scenari
 {
     for (auto it = object.begin(); it != object.end(); ++it) {
         const std::string path = prefix + it.key();
-        const bool ok =
-            path == "dumps" ? ReadDumps(it.value(), scenario, error) : ReadMember(path, it.value(), scenario, error);
+        const bool ok = path == "dumps"    ? ReadDumps(it.value(), scenario, error)
+                        : path == "faults" ? ReadScenarioFaults(it.value(), scenario.faults, error)
+                                           : ReadMember(path, it.value(), scenario, error);
         if (!ok) {
             return false;
         }
@@ -527,6 +528,7 @@ std::string ScenarioToJson(const Scenario& scenario)
         dumps.push_back(item);
     }
     root["dumps"] = dumps;
+    root["faults"] = ScenarioFaultsToJson(scenario.faults);
     return root.dump(2) + "\n";
 }
 
@@ -541,6 +543,7 @@ std::string ScenarioFieldHelp()
     out << "  dumps\n      dump requests passed to the plug-in during the run: a list of objects\n"
         << "      {\"words\": [\"-D\", \"--strategy\"], \"at\": \"YYYY-MM-DD HH:MM\"}; without \"at\" at the end.\n"
         << "      Default [].\n";
+    out << ScenarioFaultsHelp();
     return out.str();
 }
 

@@ -103,6 +103,11 @@ std::vector<SysEventRecord> ReadSysEvents(const std::string& eventName);
 void ClearSysEvents();
 // While true, every HiSysEvent::Write fails with ERR_WRITE_FAILED and writes nothing.
 void SetSysEventWriteFails(bool fails);
+// Makes the nth write from now fail, and with `persistent` every later one; restarts the count.
+// nth <= 0 disarms.
+void FailNthSysEventWrite(int nth, bool persistent);
+// Writes counted since the last FailNthSysEventWrite.
+int SysEventWriteCount();
 
 } // namespace OHOS::Emulator
 
