@@ -8,7 +8,7 @@ namespace OHOS::Sim {
 
 // The platform calls a scenario can make fail, by class name: "database" (each statement step of the
 // sleep database), "preferences_write" (each file-system step of a preferences write),
-// "sensor_list", "sensor_subscribe", "sensor_activate", "movement_subscribe", "settings_query",
+// "sensor_subscribe", "sensor_activate", "movement_subscribe", "settings_query",
 // "notification_subscribe", "event_publish" and "sysevent_write".
 const std::vector<std::string>& PlatformFaultClasses();
 bool IsPlatformFaultClass(const std::string& name);

@@ -49,7 +49,6 @@ const std::vector<FaultClass>& Classes()
             [] { return Emulator::RdbFaults::OperationCount() - DatabaseBase(); }},
         {"preferences_write", [](int nth, bool persistent) { Emulator::FailPreferencesWriteStep(nth, persistent); },
             [] { return Emulator::PreferencesWriteStepCount(); }},
-        PhoneClass("sensor_list", PhoneFault::GET_ALL_SENSORS),
         PhoneClass("sensor_subscribe", PhoneFault::SUBSCRIBE_SENSOR),
         PhoneClass("sensor_activate", PhoneFault::ACTIVATE_SENSOR),
         PhoneClass("movement_subscribe", PhoneFault::MOVEMENT_SUBSCRIBE),
