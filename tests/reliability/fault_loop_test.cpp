@@ -27,7 +27,8 @@ constexpr int kPointsPerMode = 12;
 // environment observations are taken whatever the plug-in decides, so a clean run has them all;
 // notification records are kept only while a detected sleep is being recorded, so their number
 // follows the detection and is reported, not compared.
-const std::vector<std::string> kBufferedTables = {"raw_screen_state", "sleep_environment", "sleep_notification_records"};
+const std::vector<std::string> kBufferedTables = {
+    "raw_screen_state", "sleep_environment", "sleep_notification_records"};
 const std::set<std::string> kDecisionIndependentTables = {"raw_screen_state", "sleep_environment"};
 
 struct LoopTally {

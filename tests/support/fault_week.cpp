@@ -4,11 +4,13 @@
 #include <filesystem>
 #include <fstream>
 #include <sqlite3.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
+#include "local_calendar.h"
 #include "sim_driver.h"
 
 namespace OHOS::Sim {
@@ -18,6 +20,8 @@ namespace {
 constexpr int kRunFailedExit = 3;
 constexpr int64_t kMsPerNight = 24LL * 60 * 60 * 1000;
 const std::string kSleepStateAction = "COMMON_EVENT_USER_SLEEP_STATE_CHANGED";
+constexpr int kTrainingFinishedMessage = 2001;
+constexpr int64_t kNoonMinute = 12 * 60;
 
 std::string Ending(int status)
 {
@@ -42,38 +46,43 @@ Scenario FaultWeekScenario(const FaultWeekPlan& plan)
     return scenario;
 }
 
-struct WeekChild {
-    const FaultWeekPlan* plan;
+struct SimulationChild {
+    const Scenario* scenario;
     const std::string* outDir;
 };
 
-int RunWeekInChild(void* argument)
+int RunSimulationBody(void* argument)
 {
-    const auto* child = static_cast<const WeekChild*>(argument);
+    const auto* child = static_cast<const SimulationChild*>(argument);
     SimOptions options;
     options.outDir = *child->outDir;
-    return RunSimulation(FaultWeekScenario(*child->plan), options).ok ? 0 : kRunFailedExit;
+    return RunSimulation(*child->scenario, options).ok ? 0 : kRunFailedExit;
 }
 
-// The counted calls and the deep-sleep starts per night, from the run's timeline.
-void ReadTimeline(const std::string& path, FaultWeekOutcome& outcome)
+// The deep-sleep starts per night and ends, training messages and fault entries of a timeline.
+void ReadTimeline(const std::string& path, int64_t startMs, int nights, SimRunOutcome& outcome)
 {
-    outcome.deepStartsByNight.assign(kFaultWeekNights, 0);
+    outcome.deepStartsByNight.assign(static_cast<size_t>(nights), 0);
     std::ifstream in(path);
-    int64_t startMs = -1;
     for (std::string text; std::getline(in, text);) {
         const auto line = nlohmann::json::parse(text, nullptr, false);
         if (line.is_discarded()) {
             continue;
         }
+        const int64_t t = line.value("t", int64_t{0});
         if (line.value("type", "") == "fault") {
-            startMs = startMs < 0 ? line.value("t", int64_t{0}) : startMs;
-            outcome.calls = line.value("calls", outcome.calls);
+            outcome.faults.push_back(line);
         }
-        const bool deepStart = line.value("action", "") == kSleepStateAction &&
-                               line["want"]["params"].value("isSleep", false);
-        const int64_t night = startMs < 0 ? -1 : (line.value("t", int64_t{0}) - startMs) / kMsPerNight;
-        if (deepStart && night >= 0 && night < kFaultWeekNights) {
+        if (line.value("type", "") == "host_message" && line.value("id", 0) == kTrainingFinishedMessage) {
+            ++outcome.trainingsFinished;
+        }
+        if (line.value("action", "") != kSleepStateAction) {
+            continue;
+        }
+        const int64_t night = (t - startMs) / kMsPerNight;
+        if (!line["want"]["params"].value("isSleep", false)) {
+            outcome.deepEndsMs.push_back(t);
+        } else if (t >= startMs && night < nights) {
             ++outcome.deepStartsByNight[static_cast<size_t>(night)];
         }
     }
@@ -144,8 +153,8 @@ void ReadDatabase(const std::string& dataRoot, ChildRunOutcome& outcome)
         return;
     }
     std::vector<std::vector<std::string>> answer;
-    outcome.integrity = Exec(db, "PRAGMA integrity_check", answer) && answer.size() == 1 ? answer[0][0]
-                                                                                         : "integrity_check failed";
+    outcome.integrity =
+        Exec(db, "PRAGMA integrity_check", answer) && answer.size() == 1 ? answer[0][0] : "integrity_check failed";
     std::vector<std::vector<std::string>> tables;
     Exec(db, "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite_%'", tables);
     for (const auto& table : tables) {
@@ -165,22 +174,35 @@ ChildRunOutcome RunInChild(const std::string& dataRoot, int (*body)(void*), void
         _exit(body(argument));
     }
     int status = 0;
-    if (pid < 0 || waitpid(pid, &status, 0) != pid) {
+    struct rusage usage {};
+    if (pid < 0 || wait4(pid, &status, 0, &usage) != pid) {
         outcome.ending = "fork failed";
         return outcome;
     }
     outcome.ending = Ending(status);
+    outcome.peakRssKb = usage.ru_maxrss;
     ReadDatabase(dataRoot, outcome);
+    return outcome;
+}
+
+SimRunOutcome RunSimulationInChild(const Scenario& scenario, const std::string& outDir)
+{
+    SimulationChild child{&scenario, &outDir};
+    SimRunOutcome outcome;
+    static_cast<ChildRunOutcome&>(outcome) = RunInChild(outDir + "/" + DATA_DIR, RunSimulationBody, &child);
+    SetProcessTimeZone(scenario.timeZone);
+    ReadTimeline(outDir + "/" + TIMELINE_FILE, LocalTimeMs(scenario.startDate, kNoonMinute), scenario.days, outcome);
+    outcome.insertFailures = CountLogLines(outDir + "/" + LOG_FILE, "insert fail");
     return outcome;
 }
 
 FaultWeekOutcome RunFaultWeek(const std::string& outDir, const FaultWeekPlan& plan)
 {
-    WeekChild child{&plan, &outDir};
     FaultWeekOutcome outcome;
-    static_cast<ChildRunOutcome&>(outcome) = RunInChild(outDir + "/" + DATA_DIR, RunWeekInChild, &child);
-    ReadTimeline(outDir + "/" + TIMELINE_FILE, outcome);
-    outcome.insertFailures = CountLogLines(outDir + "/" + LOG_FILE, "insert fail");
+    static_cast<SimRunOutcome&>(outcome) = RunSimulationInChild(FaultWeekScenario(plan), outDir);
+    for (const nlohmann::json& fault : outcome.faults) {
+        outcome.calls = fault.value("calls", outcome.calls);
+    }
     return outcome;
 }
 

@@ -6,16 +6,33 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "scenario.h"
 
 namespace OHOS::Sim {
 
 // How a child process ended and what it left behind.
 struct ChildRunOutcome {
-    std::string ending;    // "exit 0", "exit 3", "signal 11"
-    std::string integrity; // PRAGMA integrity_check of the sleep database, or why it could not run
+    std::string ending;                  // "exit 0", "exit 3", "signal 11"
+    std::string integrity;               // PRAGMA integrity_check of the sleep database, or why it could not run
     std::map<std::string, int64_t> rows; // rows per table of the sleep database
+    int64_t peakRssKb = 0;               // the child's peak resident memory
 };
+
+// What a simulation run in a child published, read from its output folder. Nights run noon to noon
+// from the start of the run.
+struct SimRunOutcome : ChildRunOutcome {
+    std::vector<int> deepStartsByNight; // deep-sleep starts published per night
+    std::vector<int64_t> deepEndsMs;    // times of the published deep-sleep ends
+    std::vector<nlohmann::json> faults; // the timeline's fault entries
+    int trainingsFinished = 0;          // training-finished messages the plug-in received
+    int insertFailures = 0;             // failed inserts the plug-in logged
+};
+
+// Runs `scenario` with RunSimulation in a forked child (the platform's singletons stay out of this
+// process) with outputs in `outDir`, waits for it and reads its outcome.
+SimRunOutcome RunSimulationInChild(const Scenario& scenario, const std::string& outDir);
 
 // One week of the default person with a platform fault class armed at the first phone event and
 // cleared at noon of the fifth day, so the last two nights run without it.
@@ -25,10 +42,8 @@ struct FaultWeekPlan {
     bool persistent = false;
 };
 
-struct FaultWeekOutcome : ChildRunOutcome {
-    int calls = -1;                     // calls of the class from arming to clearing
-    std::vector<int> deepStartsByNight; // deep-sleep starts published per night (noon to noon)
-    int insertFailures = 0;             // failed inserts the plug-in logged
+struct FaultWeekOutcome : SimRunOutcome {
+    int calls = -1; // calls of the class from arming to clearing
 };
 
 // Number of nights of a fault week, and the first night after the fault is cleared.
@@ -38,8 +53,7 @@ constexpr int kFirstNightAfterClearing = 5;
 // A scratch folder for child runs: on a memory file system when there is one (no disk syncs).
 std::string FaultScratchDir(const std::string& name);
 
-// Runs the plan's week in a forked child (the platform's singletons stay out of this process) with
-// outputs in `outDir`, waits for it and reads its outcome.
+// Runs the plan's week with RunSimulationInChild.
 FaultWeekOutcome RunFaultWeek(const std::string& outDir, const FaultWeekPlan& plan);
 
 // Forks, runs `body` in the child (which exits with its result), and reads the sleep database
