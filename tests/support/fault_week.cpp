@@ -76,7 +76,7 @@ void ReadTimeline(const std::string& path, int64_t startMs, int nights, SimRunOu
         if (line.value("type", "") == "host_message" && line.value("id", 0) == kTrainingFinishedMessage) {
             ++outcome.trainingsFinished;
         }
-        if (line.value("action", "") != kSleepStateAction) {
+        if (line.value("type", "") != "common_event" || line.value("action", "") != kSleepStateAction) {
             continue;
         }
         const int64_t night = (t - startMs) / kMsPerNight;
