@@ -74,8 +74,8 @@ bool CheckRun(const FaultWeekPlan& plan, const FaultWeekOutcome& clean, const Fa
     // The tables are created once, when the database file is first made, and the plug-in does not
     // check the creation results: a failed creation leaves that table missing, and every later save
     // into it is refused. Apart from that, one failing call refuses at most one save.
-    const bool tableMissing = std::any_of(clean.rows.begin(), clean.rows.end(),
-        [&run](const auto& table) { return run.rows.count(table.first) == 0; });
+    const bool tableMissing = std::any_of(
+        clean.rows.begin(), clean.rows.end(), [&run](const auto& table) { return run.rows.count(table.first) == 0; });
     tally.tablesNeverCreated += tableMissing ? 1 : 0;
     expect(plan.persistent || tableMissing || run.insertFailures <= 1,
         "one failing call refused " + std::to_string(run.insertFailures) + " saves");

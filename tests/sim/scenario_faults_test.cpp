@@ -41,7 +41,8 @@ INSTANTIATE_TEST_SUITE_P(Fields, ScenarioFaultErrorTest,
         BadFault{R"({"at": "2026-01-06 02:00"})", "field 'faults[0].kind': expected one of"},
         BadFault{R"({"at": "2026-01-06 02:00", "kind": "meteor"})", "got \"meteor\""},
         BadFault{R"({"kind": "service_restart"})", "field 'faults[0].at': missing"},
-        BadFault{R"({"at": "2026-01-06 2:00", "kind": "service_restart"})", "field 'faults[0].at': expected a local time"},
+        BadFault{
+            R"({"at": "2026-01-06 2:00", "kind": "service_restart"})", "field 'faults[0].at': expected a local time"},
         BadFault{R"({"at": "2026-01-06 02:00", "kind": "service_restart", "user": 3})",
             "unknown field 'faults[0].user' for kind \"service_restart\""},
         BadFault{R"({"at": "2026-01-06 02:00", "kind": "clock_set"})", "field 'faults[0].minutes': missing"},
@@ -136,7 +137,8 @@ TEST(ScenarioFaultsTest, ChargingFaultsHoldTheChargerFromTheirTime)
         const int64_t at = traces.Ms("2026-01-06 15:00");
         EXPECT_EQ(CountKind(traces.faulty, TraceKind::POWER_CONNECTED, at, traces.faulty.endMs + 1), c.connectsAfter)
             << c.kind;
-        EXPECT_EQ(CountKind(traces.faulty, TraceKind::POWER_DISCONNECTED, at + 1, traces.faulty.endMs + 1), 0) << c.kind;
+        EXPECT_EQ(CountKind(traces.faulty, TraceKind::POWER_DISCONNECTED, at + 1, traces.faulty.endMs + 1), 0)
+            << c.kind;
         EXPECT_EQ(CountKind(traces.faulty, TraceKind::POWER_CONNECTED, 0, at),
             CountKind(traces.clean, TraceKind::POWER_CONNECTED, 0, at))
             << c.kind;
@@ -184,10 +186,7 @@ void PrintTo(const FaultOutcomeCase& c, std::ostream* os)
 
 class ScenarioFaultOutcomeTest : public testing::TestWithParam<FaultOutcomeCase> {
 protected:
-    static void SetUpTestSuite()
-    {
-        clean_ = new SimRunOutcome(RunSimulationInChild(WeekScenario(""), Dir("clean")));
-    }
+    static void SetUpTestSuite() { clean_ = new SimRunOutcome(RunSimulationInChild(WeekScenario(""), Dir("clean"))); }
     static void TearDownTestSuite()
     {
         delete clean_;
@@ -244,16 +243,16 @@ INSTANTIATE_TEST_SUITE_P(Kinds, ScenarioFaultOutcomeTest,
             R"({"at": "2026-01-08 01:00", "kind": "user_switch", "user": 101},
                {"at": "2026-01-08 07:30", "kind": "user_switch", "user": 100})",
             3, nullptr},
-        FaultOutcomeCase{"clock_back_an_hour", R"({"at": "2026-01-08 03:00", "kind": "clock_set", "minutes": -60})", 3,
-            nullptr},
-        FaultOutcomeCase{"clock_forward_an_hour", R"({"at": "2026-01-08 03:00", "kind": "clock_set", "minutes": 60})",
-            3, nullptr},
-        FaultOutcomeCase{"clock_back_a_day", R"({"at": "2026-01-08 03:00", "kind": "clock_set", "minutes": -1440})", 2,
-            nullptr},
-        FaultOutcomeCase{"clock_forward_a_day",
-            R"({"at": "2026-01-08 03:00", "kind": "clock_set", "minutes": 1440})", 4, nullptr},
-        FaultOutcomeCase{"time_zone_change", R"({"at": "2026-01-08 03:00", "kind": "time_zone", "zone": "GMT0"})", 3,
-            nullptr},
+        FaultOutcomeCase{
+            "clock_back_an_hour", R"({"at": "2026-01-08 03:00", "kind": "clock_set", "minutes": -60})", 3, nullptr},
+        FaultOutcomeCase{
+            "clock_forward_an_hour", R"({"at": "2026-01-08 03:00", "kind": "clock_set", "minutes": 60})", 3, nullptr},
+        FaultOutcomeCase{
+            "clock_back_a_day", R"({"at": "2026-01-08 03:00", "kind": "clock_set", "minutes": -1440})", 2, nullptr},
+        FaultOutcomeCase{
+            "clock_forward_a_day", R"({"at": "2026-01-08 03:00", "kind": "clock_set", "minutes": 1440})", 4, nullptr},
+        FaultOutcomeCase{
+            "time_zone_change", R"({"at": "2026-01-08 03:00", "kind": "time_zone", "zone": "GMT0"})", 3, nullptr},
         FaultOutcomeCase{"ten_thousand_notifications",
             R"({"at": "2026-01-07 23:00", "kind": "notification_flood", "count": 10000})", 3,
             [](const SimRunOutcome& run, const SimRunOutcome& clean) {
@@ -261,8 +260,8 @@ INSTANTIATE_TEST_SUITE_P(Kinds, ScenarioFaultOutcomeTest,
                 EXPECT_LT(run.peakRssKb, clean.peakRssKb * 3 / 2);
                 EXPECT_LT(Rows(run, "sleep_notification_records"), Rows(clean, "sleep_notification_records") + 100);
             }},
-        FaultOutcomeCase{"three_hundred_unlocks",
-            R"({"at": "2026-01-07 23:00", "kind": "unlock_flood", "count": 300})", 3,
+        FaultOutcomeCase{"three_hundred_unlocks", R"({"at": "2026-01-07 23:00", "kind": "unlock_flood", "count": 300})",
+            3,
             [](const SimRunOutcome& run, const SimRunOutcome& clean) {
                 EXPECT_LT(run.peakRssKb, clean.peakRssKb * 3 / 2);
                 EXPECT_LE(Rows(run, "raw_screen_state"), Rows(clean, "raw_screen_state") + 900);
