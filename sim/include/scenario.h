@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "local_calendar.h"
+#include "scenario_faults.h"
 
 namespace OHOS::Sim {
 
@@ -93,6 +94,7 @@ struct Scenario {
     BatteryHabits battery;
     std::vector<DumpRequest> dumps;
     std::vector<ScheduledNight> schedule; // recorded nights, by wake date; other nights follow the habits
+    std::vector<ScenarioFault> faults;
 };
 
 // Whether `name` is acceptable as a person's id (non-empty, at most 64 letters, digits, '-', '_').

@@ -26,6 +26,15 @@ enum class TraceKind {
     NOTIFICATION,  // text: the posting application's bundle name
     BADGE_CLEARED, // text: the application whose notifications the user dealt with
     CALL_STATE,    // number: telephony call state (4 incoming, 0 active, 6 disconnected)
+    // Faults (scenario "faults"):
+    SERVICE_RESTART,        // the standby service restarts: the strategy is destroyed and a new one created
+    USER_SWITCH,            // number: the user id that comes to the foreground
+    CLOCK_SET,              // number: milliseconds the wall clock is moved by (later events already moved)
+    TIME_ZONE,              // text: the new time zone (TZ value)
+    SENSORS_SILENT,         // active sensors stop delivering samples ...
+    SENSORS_ANSWER,         // ... and deliver again
+    PLATFORM_FAULT,         // text: fault class; number: the nth call fails; value 1: and every later one
+    PLATFORM_FAULT_CLEARED, // text: fault class; its calls work again
 };
 
 struct TraceEvent {

@@ -497,6 +497,7 @@ bool ReadObject(const Json& object, const std::string& prefix, Scenario& scenari
         const std::string path = prefix + it.key();
         const bool ok = path == "dumps"      ? ReadDumps(it.value(), scenario, error)
                         : path == "schedule" ? ReadSchedule(it.value(), scenario, error)
+                        : path == "faults"   ? ReadScenarioFaults(it.value(), scenario.faults, error)
                                              : ReadMember(path, it.value(), scenario, error);
         if (!ok) {
             return false;
@@ -666,6 +667,7 @@ std::string ScenarioToJson(const Scenario& scenario)
         schedule.push_back(item);
     }
     root["schedule"] = schedule;
+    root["faults"] = ScenarioFaultsToJson(scenario.faults);
     return root.dump(2) + "\n";
 }
 
@@ -687,6 +689,7 @@ std::string ScenarioFieldHelp()
         << "      (2 to 16 hours of sleep), and the phone unlocks of 00:00-06:00 (count, total minutes, first\n"
         << "      one in minutes after 00:00), spread over the sleep. Nights not listed follow the habits.\n"
         << "      Default [].\n";
+    out << ScenarioFaultsHelp();
     return out.str();
 }
 

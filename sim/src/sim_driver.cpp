@@ -14,7 +14,9 @@
 #include "hilog.h"
 #include "hisysevent.h"
 #include "notification_helper.h"
+#include "os_account_manager.h"
 #include "parameters.h"
+#include "platform_faults.h"
 #include "progress_meter.h"
 #include "settings_store.h"
 #include "simulated_phone.h"
@@ -376,7 +378,64 @@ private:
             DispatchCommonEvent(CommonEventSupport::COMMON_EVENT_CALL_STATE_CHANGED, want);
             break;
         }
+        case TraceKind::SERVICE_RESTART:
+        case TraceKind::USER_SWITCH:
+        case TraceKind::CLOCK_SET:
+        case TraceKind::TIME_ZONE:
+        case TraceKind::SENSORS_SILENT:
+        case TraceKind::SENSORS_ANSWER:
+        case TraceKind::PLATFORM_FAULT:
+        case TraceKind::PLATFORM_FAULT_CLEARED:
+            ApplyFault(event);
+            break;
         }
+    }
+
+    void ApplyFault(const TraceEvent& event)
+    {
+        TimelineLine fields{{"kind", TraceKindName(event.kind)}};
+        switch (event.kind) {
+        case TraceKind::SERVICE_RESTART:
+            RestartService();
+            break;
+        case TraceKind::USER_SWITCH:
+            fields["user"] = event.number;
+            Emulator::SetForegroundOsAccount(static_cast<int32_t>(event.number));
+            DispatchCommonEvent(CommonEventSupport::COMMON_EVENT_USER_SWITCHED);
+            break;
+        case TraceKind::CLOCK_SET:
+            fields["shiftMs"] = event.number;
+            clock_->SetWallTimeMs(clock_->WallTimeMs() + event.number);
+            break;
+        case TraceKind::TIME_ZONE:
+            fields["zone"] = event.text;
+            SetProcessTimeZone(event.text);
+            break;
+        case TraceKind::SENSORS_SILENT:
+        case TraceKind::SENSORS_ANSWER:
+            Emulator::SimulatedPhone::GetInstance().SetFault(
+                Emulator::PhoneFault::SENSOR_SAMPLES_LOST, event.kind == TraceKind::SENSORS_SILENT);
+            break;
+        case TraceKind::PLATFORM_FAULT:
+            fields.update({{"class", event.text}, {"nth", event.number}, {"persistent", event.value != 0}});
+            ArmPlatformFault(event.text, static_cast<int>(event.number), event.value != 0);
+            break;
+        default: // PLATFORM_FAULT_CLEARED
+            fields.update({{"class", event.text}, {"calls", PlatformFaultCalls(event.text)}});
+            DisarmPlatformFault(event.text);
+            break;
+        }
+        timeline_.Add(event.timeMs, TIMELINE_FAULT, fields);
+    }
+
+    // The standby service restarts: the strategy is destroyed and a new one is created and started.
+    void RestartService()
+    {
+        host_->OnDestroy();
+        Settle();
+        strategy_ = std::make_shared<DevStandbyMgr::UserSleepStrategy>();
+        host_->RegisterStrategy(strategy_);
+        host_->OnCreated();
     }
 
     bool WriteOutputs(SimResult& result)

@@ -79,6 +79,22 @@ const char* TraceKindName(TraceKind kind)
         return "badge_cleared";
     case TraceKind::CALL_STATE:
         return "call_state";
+    case TraceKind::SERVICE_RESTART:
+        return "service_restart";
+    case TraceKind::USER_SWITCH:
+        return "user_switch";
+    case TraceKind::CLOCK_SET:
+        return "clock_set";
+    case TraceKind::TIME_ZONE:
+        return "time_zone";
+    case TraceKind::SENSORS_SILENT:
+        return "sensors_silent";
+    case TraceKind::SENSORS_ANSWER:
+        return "sensors_answer";
+    case TraceKind::PLATFORM_FAULT:
+        return "platform_fault";
+    case TraceKind::PLATFORM_FAULT_CLEARED:
+        return "platform_fault_cleared";
     }
     return "unknown";
 }
@@ -102,6 +118,19 @@ std::string TraceEventToJson(const TraceEvent& event)
     case TraceKind::NOTIFICATION:
     case TraceKind::BADGE_CLEARED:
         line["pkg"] = event.text;
+        break;
+    case TraceKind::USER_SWITCH:
+    case TraceKind::CLOCK_SET:
+        line["value"] = event.number;
+        break;
+    case TraceKind::TIME_ZONE:
+    case TraceKind::PLATFORM_FAULT_CLEARED:
+        line["text"] = event.text;
+        break;
+    case TraceKind::PLATFORM_FAULT:
+        line["text"] = event.text;
+        line["value"] = event.number;
+        line["persistent"] = event.value != 0;
         break;
     default:
         // Any other kind: the values it carries, under their own names.

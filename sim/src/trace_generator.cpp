@@ -263,7 +263,9 @@ Trace BuildTrace(const Scenario& scenario, const PersonPlan& plan)
 
 Trace GenerateTrace(const Scenario& scenario)
 {
-    return BuildTrace(scenario, PlanPerson(scenario));
+    Trace trace = BuildTrace(scenario, PlanPerson(scenario));
+    ApplyScenarioFaults(scenario.faults, trace);
+    return trace;
 }
 
 } // namespace OHOS::Sim

@@ -1,5 +1,6 @@
 #include "trace_reader.h"
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <map>
@@ -110,7 +111,7 @@ bool ReadNight(const Json& line, NightTruth& night, std::string& why)
 }
 
 // "value" holds a decimal or an integer depending on the kind; "number" an integer; "pkg" or
-// "text" a text.
+// "text" a text; "persistent" (a platform fault) a boolean, kept as the decimal 1 or 0.
 bool ReadEventValues(const Json& line, TraceEvent& event, std::string& why)
 {
     if (line.contains("value")) {
@@ -136,7 +137,25 @@ bool ReadEventValues(const Json& line, TraceEvent& event, std::string& why)
             event.text = line[field].get<std::string>();
         }
     }
+    if (line.contains("persistent")) {
+        if (!line["persistent"].is_boolean()) {
+            why = "\"persistent\" must be true or false";
+            return false;
+        }
+        event.value = line["persistent"].get<bool>() ? 1 : 0;
+    }
     return true;
+}
+
+// Events run in time order on the phone's clock; a clock set moves that clock, so the event after
+// it may lie up to the shift before it.
+int64_t EarliestNextEventMs(const Trace& trace)
+{
+    if (trace.events.empty()) {
+        return trace.startMs;
+    }
+    const TraceEvent& last = trace.events.back();
+    return last.kind == TraceKind::CLOCK_SET ? last.timeMs + std::min<int64_t>(last.number, 0) : last.timeMs;
 }
 
 bool ReadEvent(const Json& line, const Trace& trace, TraceEvent& event, std::string& why)
@@ -151,7 +170,7 @@ bool ReadEvent(const Json& line, const Trace& trace, TraceEvent& event, std::str
         return false;
     }
     event.kind = kind->second;
-    const int64_t previous = trace.events.empty() ? trace.startMs : trace.events.back().timeMs;
+    const int64_t previous = EarliestNextEventMs(trace);
     if (event.timeMs < previous || event.timeMs > trace.endMs) {
         why = "\"t\" " + std::to_string(event.timeMs) + " is out of order: events run in time order from " +
               std::to_string(previous) + " to the trace's end " + std::to_string(trace.endMs);

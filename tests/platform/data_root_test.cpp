@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 
 namespace OHOS::Emulator {
@@ -20,7 +21,11 @@ TEST(DataRootTest, RootComesFromTheEnvironmentOrTheOverrideAndPathsMapUnderItOnc
 {
     SetDataRoot("");
     unsetenv("SLEEP_DATA_ROOT");
-    EXPECT_EQ(GetDataRoot(), "./sleep-data");
+    const std::string here = std::filesystem::current_path().string();
+    EXPECT_EQ(GetDataRoot(), here + "/sleep-data");
+    SetDataRoot("out/./run/data/"); // relative roots are taken from the current folder
+    EXPECT_EQ(MapPhonePath("/data/a"), here + "/out/run/data/data/a");
+    SetDataRoot("");
     setenv("SLEEP_DATA_ROOT", "/var/tmp/sleep", 1);
     EXPECT_EQ(MapPhonePath("/data/a"), "/var/tmp/sleep/data/a");
 

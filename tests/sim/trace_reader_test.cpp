@@ -24,11 +24,16 @@
 namespace OHOS::Sim {
 namespace {
 
+// Eight days with a clock set back an hour mid-night: the trace's event times then step back.
 Scenario ShortScenario()
 {
     Scenario scenario = DefaultScenario();
     scenario.days = 8;
     scenario.seed = 5;
+    std::string error;
+    EXPECT_TRUE(ParseScenario(
+        R"({"faults": [{"at": "2026-01-08 03:00", "kind": "clock_set", "minutes": -60}]})", scenario, error))
+        << error;
     return scenario;
 }
 

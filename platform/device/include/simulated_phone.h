@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "call_fault.h"
 #include "event_handler.h"
 
 namespace OHOS::Emulator {
@@ -120,6 +121,14 @@ public:
     void SetFault(PhoneFault fault, bool on, int32_t sensorTypeId = kAnySensor);
     bool HasFault(PhoneFault fault, int32_t sensorTypeId = kAnySensor) const;
     void ClearFaults();
+    // Makes the nth call of `fault`'s kind from now (counted over every sensor type) fail, and with
+    // `persistent` every later one; restarts its count. nth <= 0 disarms. ClearFaults disarms too.
+    void FailNthCall(PhoneFault fault, int nth, bool persistent);
+    // Calls of `fault`'s kind counted since it was last armed.
+    int FaultCallCount(PhoneFault fault) const;
+    // Called by the services before a call that can be made to fail: counts it and tells whether it
+    // fails (switched on with SetFault, or the armed nth call).
+    bool CallFails(PhoneFault fault, int32_t sensorTypeId = kAnySensor);
 
     // Running locks (used by power_mgr_client.cpp). Ids are never reused.
     int32_t CreateRunningLockRecord(const std::string& name);
@@ -159,6 +168,7 @@ private:
     std::vector<ContinuousTask> continuousTasks_;
     std::map<int32_t, bool> frozenUids_;
     std::set<std::pair<PhoneFault, int32_t>> faults_;
+    std::map<PhoneFault, CallFault> callFaults_;
     mutable std::map<int32_t, LockRecord> locks_;
     int32_t nextLockId_ = 1;
 };

@@ -89,7 +89,7 @@ int32_t MovementClient::SubscribeCallback(
         return kMovementInvalidParam;
     }
     SimulatedPhone& phone = SimulatedPhone::GetInstance();
-    if (phone.HasFault(PhoneFault::MOVEMENT_SUBSCRIBE)) {
+    if (phone.CallFails(PhoneFault::MOVEMENT_SUBSCRIBE)) {
         return kMovementServiceRefused;
     }
     {
@@ -119,7 +119,7 @@ int32_t MovementClient::UnsubscribeCallback(int32_t type, int32_t event, const s
     if (callback == nullptr) {
         return kMovementInvalidParam;
     }
-    if (SimulatedPhone::GetInstance().HasFault(PhoneFault::MOVEMENT_UNSUBSCRIBE)) {
+    if (SimulatedPhone::GetInstance().CallFails(PhoneFault::MOVEMENT_UNSUBSCRIBE)) {
         return kMovementServiceRefused;
     }
     std::lock_guard<std::mutex> lock(mutex_);

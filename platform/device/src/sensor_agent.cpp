@@ -118,7 +118,7 @@ void ScheduleSample(const RegistrationKey& key, uint64_t generation, int64_t int
 
 bool Fails(PhoneFault fault, int32_t typeId)
 {
-    return SimulatedPhone::GetInstance().HasFault(fault, typeId);
+    return SimulatedPhone::GetInstance().CallFails(fault, typeId);
 }
 
 } // namespace

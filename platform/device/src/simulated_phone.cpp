@@ -41,6 +41,7 @@ void SimulatedPhone::ResetLocked()
     continuousTasks_.clear();
     frozenUids_.clear();
     faults_.clear();
+    callFaults_.clear();
     locks_.clear();
 }
 
@@ -231,6 +232,27 @@ void SimulatedPhone::ClearFaults()
 {
     std::lock_guard<std::mutex> lock(mutex_);
     faults_.clear();
+    callFaults_.clear();
+}
+
+void SimulatedPhone::FailNthCall(PhoneFault fault, int nth, bool persistent)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    callFaults_[fault].FailNth(nth, persistent);
+}
+
+int SimulatedPhone::FaultCallCount(PhoneFault fault) const
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = callFaults_.find(fault);
+    return it == callFaults_.end() ? 0 : it->second.Calls();
+}
+
+bool SimulatedPhone::CallFails(PhoneFault fault, int32_t sensorTypeId)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    const bool armedHit = callFaults_[fault].OnCall();
+    return armedHit || faults_.count({fault, kAnySensor}) > 0 || faults_.count({fault, sensorTypeId}) > 0;
 }
 
 int64_t SimulatedPhone::NowBootMs()

@@ -85,6 +85,11 @@ public:
     void Unsubscribe(int32_t id);
     // Makes every following publish fail (return false, deliver nothing) until cleared.
     void SetPublishFails(bool fails);
+    // Makes the nth publish from now fail, and with `persistent` every later one; restarts the
+    // count. nth <= 0 disarms.
+    void FailNthPublish(int nth, bool persistent);
+    // Publish calls counted since the last FailNthPublish or Reset.
+    int PublishCallCount() const;
     // Drops all subscribers and clears the failure switch.
     void Reset();
 };

@@ -108,6 +108,11 @@ void SetSysEventWriteFails(bool fails);
 // thread and in writing order (writers are serialised); nullptr for none. The listener must not
 // write or read events.
 void SetSysEventListener(std::function<void(const SysEventRecord&)> listener);
+// Makes the nth write from now fail, and with `persistent` every later one; restarts the count.
+// nth <= 0 disarms.
+void FailNthSysEventWrite(int nth, bool persistent);
+// Writes counted since the last FailNthSysEventWrite.
+int SysEventWriteCount();
 
 } // namespace OHOS::Emulator
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "call_fault.h"
 #include "notification_subscriber.h"
 
 namespace OHOS::AppExecFwk {
@@ -72,6 +73,11 @@ public:
     // Fault switches: every following subscribe / unsubscribe fails until cleared.
     void SetSubscribeFails(bool fails);
     void SetUnsubscribeFails(bool fails);
+    // Makes the nth subscribe from now fail, and with `persistent` every later one; restarts the
+    // count. nth <= 0 disarms.
+    void FailNthSubscribe(int nth, bool persistent);
+    // Subscribe calls counted since the last FailNthSubscribe or Reset.
+    int SubscribeCallCount() const;
 
     bool IsSubscribed(const Notification::NotificationSubscriber& subscriber) const;
     size_t SubscriberCount() const;
@@ -95,7 +101,7 @@ private:
     mutable std::mutex mutex_;
     std::shared_ptr<AppExecFwk::EventHandler> handler_;
     std::vector<std::shared_ptr<SubscriberLink>> links_;
-    bool subscribeFails_ = false;
+    CallFault subscribeFault_;
     bool unsubscribeFails_ = false;
     int32_t nextNotificationId_ = 1;
 };

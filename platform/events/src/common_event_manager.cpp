@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <mutex>
 
+#include "call_fault.h"
+
 namespace OHOS::EventFwk {
 
 const std::string CommonEventSupport::COMMON_EVENT_SCREEN_ON = "usual.event.SCREEN_ON";
@@ -109,7 +111,7 @@ struct BusState {
     std::mutex mutex;
     std::vector<Subscriber> subscribers;
     int32_t nextId = 1;
-    bool publishFails = false;
+    CallFault publishFault;
 };
 
 BusState& Bus()
@@ -149,7 +151,17 @@ void CommonEventBus::SetPublishFails(bool fails)
 {
     BusState& bus = Bus();
     std::lock_guard<std::mutex> lock(bus.mutex);
-    bus.publishFails = fails;
+    bus.publishFault.SetAlways(fails);
+}
+
+void CommonEventBus::FailNthPublish(int nth, bool persistent)
+{
+    Bus().publishFault.FailNth(nth, persistent);
+}
+
+int CommonEventBus::PublishCallCount() const
+{
+    return Bus().publishFault.Calls();
 }
 
 void CommonEventBus::Reset()
@@ -157,7 +169,7 @@ void CommonEventBus::Reset()
     BusState& bus = Bus();
     std::lock_guard<std::mutex> lock(bus.mutex);
     bus.subscribers.clear();
-    bus.publishFails = false;
+    bus.publishFault.Reset();
 }
 
 } // namespace OHOS::Emulator
@@ -170,7 +182,7 @@ bool CommonEventManager::PublishCommonEvent(const CommonEventData& data, const C
     std::vector<Emulator::CommonEventBus::Callback> receivers;
     {
         std::lock_guard<std::mutex> lock(bus.mutex);
-        if (bus.publishFails) {
+        if (bus.publishFault.OnCall()) {
             return false;
         }
         for (const Emulator::Subscriber& subscriber : bus.subscribers) {

@@ -1,11 +1,11 @@
 #include "hisysevent.h"
 
-#include <atomic>
 #include <charconv>
 #include <cstdio>
 #include <fstream>
 #include <mutex>
 
+#include "call_fault.h"
 #include "data_root.h"
 #include "time_service_client.h"
 
@@ -15,7 +15,11 @@ namespace {
 constexpr char kSysEventPhonePath[] = "/data/log/hisysevent/sys_event.jsonl";
 constexpr char kSysEventPhoneDir[] = "/data/log/hisysevent";
 
-std::atomic<bool> g_writeFails{false};
+CallFault& WriteFault()
+{
+    static CallFault fault;
+    return fault;
+}
 
 std::function<void(const SysEventRecord&)>& Listener()
 {
@@ -90,7 +94,17 @@ void SetSysEventListener(std::function<void(const SysEventRecord&)> listener)
 
 void SetSysEventWriteFails(bool fails)
 {
-    g_writeFails.store(fails);
+    WriteFault().SetAlways(fails);
+}
+
+void FailNthSysEventWrite(int nth, bool persistent)
+{
+    WriteFault().FailNth(nth, persistent);
+}
+
+int SysEventWriteCount()
+{
+    return WriteFault().Calls();
 }
 
 } // namespace OHOS::Emulator
@@ -110,7 +124,7 @@ int32_t HiSysEvent::WriteEvent(
     if (domain.empty() || eventName.empty()) {
         return ERR_INVALID_EVENT;
     }
-    if (Emulator::g_writeFails.load()) {
+    if (Emulator::WriteFault().OnCall()) {
         return ERR_WRITE_FAILED;
     }
     nlohmann::ordered_json event;

@@ -76,13 +76,23 @@ void NotificationCenter::ChangeBadge(const std::string& bundleName, int32_t badg
 void NotificationCenter::SetSubscribeFails(bool fails)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    subscribeFails_ = fails;
+    subscribeFault_.SetAlways(fails);
 }
 
 void NotificationCenter::SetUnsubscribeFails(bool fails)
 {
     std::lock_guard<std::mutex> lock(mutex_);
     unsubscribeFails_ = fails;
+}
+
+void NotificationCenter::FailNthSubscribe(int nth, bool persistent)
+{
+    subscribeFault_.FailNth(nth, persistent);
+}
+
+int NotificationCenter::SubscribeCallCount() const
+{
+    return subscribeFault_.Calls();
 }
 
 bool NotificationCenter::IsSubscribed(const NotificationSubscriber& subscriber) const
@@ -102,7 +112,7 @@ void NotificationCenter::Reset()
     std::lock_guard<std::mutex> lock(mutex_);
     handler_.reset();
     links_.clear();
-    subscribeFails_ = false;
+    subscribeFault_.Reset();
     unsubscribeFails_ = false;
     nextNotificationId_ = 1;
 }
@@ -112,7 +122,7 @@ int32_t NotificationCenter::Subscribe(const NotificationSubscriber& subscriber)
     auto link = subscriber.GetLink();
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        if (subscribeFails_) {
+        if (subscribeFault_.OnCall()) {
             return Notification::ERR_ANS_SERVICE_NOT_READY;
         }
         if (std::find(links_.begin(), links_.end(), link) != links_.end()) {

@@ -6,7 +6,8 @@
 namespace OHOS::Emulator {
 
 // The folder under which the phone's absolute paths ("/data/service/...") live on this machine.
-// Taken from the environment variable SLEEP_DATA_ROOT, default "./sleep-data", unless set.
+// Taken from the environment variable SLEEP_DATA_ROOT, default "./sleep-data", unless set; a
+// relative root is made absolute against the current folder.
 std::string GetDataRoot();
 // Overrides the data root for this process (tests, the simulator). Empty restores the default.
 void SetDataRoot(const std::string& root);

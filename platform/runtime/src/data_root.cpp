@@ -34,6 +34,15 @@ std::string WithoutTrailingSlashes(std::string path)
     return path;
 }
 
+// Services that accept only absolute paths (preferences) must work under a relative root too, so a
+// relative root is taken from the current folder.
+std::string Absolute(const std::string& path)
+{
+    std::error_code ec;
+    const std::filesystem::path absolute = std::filesystem::absolute(path, ec);
+    return ec ? path : WithoutTrailingSlashes(absolute.lexically_normal().string());
+}
+
 std::string OverrideRoot()
 {
     RootState& state = Root();
@@ -57,16 +66,16 @@ std::string GetDataRoot()
     }
     const char* fromEnvironment = std::getenv(kDataRootVariable);
     if (fromEnvironment != nullptr && fromEnvironment[0] != '\0') {
-        return WithoutTrailingSlashes(fromEnvironment);
+        return Absolute(fromEnvironment);
     }
-    return kDefaultDataRoot;
+    return Absolute(kDefaultDataRoot);
 }
 
 void SetDataRoot(const std::string& root)
 {
     RootState& state = Root();
     std::lock_guard<std::mutex> lock(state.mutex);
-    state.overrideRoot = root.empty() ? root : WithoutTrailingSlashes(root);
+    state.overrideRoot = root.empty() ? root : Absolute(root);
 }
 
 std::string MapPhonePath(const std::string& phonePath)

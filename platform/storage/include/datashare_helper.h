@@ -73,6 +73,11 @@ enum class DataShareFault {
 };
 void SetDataShareFault(DataShareFault fault, bool on);
 void ResetDataShareFaults();
+// Makes the nth call that `fault` names from now fail, and with `persistent` every later one;
+// restarts its count. nth <= 0 disarms.
+void FailNthDataShareCall(DataShareFault fault, int nth, bool persistent);
+// Calls that `fault` names, counted since it was last armed.
+int DataShareCallCount(DataShareFault fault);
 
 } // namespace OHOS::Emulator
 

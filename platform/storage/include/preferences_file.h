@@ -2,6 +2,7 @@
 #define PLATFORM_INCLUDE_PREFERENCES_FILE_H
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <variant>
@@ -48,6 +49,9 @@ void FailPreferencesWriteStep(int n, bool andLater);
 // Steps counted since the last FailPreferencesWriteStep or reset.
 int PreferencesWriteStepCount();
 void ResetPreferencesFaults();
+// Called before each counted write step with its number (tests stop the process at an exact point
+// with it); nullptr removes it. ResetPreferencesFaults removes it too.
+void SetPreferencesWriteStepObserver(std::function<void(int step)> observer);
 
 } // namespace OHOS::Emulator
 

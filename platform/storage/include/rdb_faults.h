@@ -1,6 +1,8 @@
 #ifndef PLATFORM_INCLUDE_RDB_FAULTS_H
 #define PLATFORM_INCLUDE_RDB_FAULTS_H
 
+#include <functional>
+
 namespace OHOS::Emulator {
 
 // Failure switches of the relational store, process-wide and thread-safe. Every database
@@ -28,6 +30,10 @@ public:
 
     // Called by the store before each operation: 0 to go ahead, or the error code to fail it with.
     static int OnOperation(bool writesToFile);
+
+    // Called before each counted operation with its number (tests stop the process at an exact
+    // point with it); nullptr removes it. Reset removes it too.
+    static void SetOperationObserver(std::function<void(int operation)> observer);
 };
 
 } // namespace OHOS::Emulator

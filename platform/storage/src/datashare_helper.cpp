@@ -1,8 +1,10 @@
 #include "datashare_helper.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
+#include "call_fault.h"
 #include "settings_store.h"
 
 namespace OHOS::DataShare {
@@ -11,6 +13,7 @@ namespace {
 struct FaultSwitches {
     std::mutex mutex;
     std::set<Emulator::DataShareFault> on;
+    std::map<Emulator::DataShareFault, Emulator::CallFault> calls;
 };
 
 FaultSwitches& Faults()
@@ -19,11 +22,13 @@ FaultSwitches& Faults()
     return faults;
 }
 
+// Counts one call that `fault` can hit; true when the call must fail.
 bool FaultOn(Emulator::DataShareFault fault)
 {
     FaultSwitches& faults = Faults();
     std::lock_guard<std::mutex> lock(faults.mutex);
-    return faults.on.count(fault) != 0;
+    const bool armedHit = faults.calls[fault].OnCall();
+    return armedHit || faults.on.count(fault) != 0;
 }
 
 // The table a URI names, or empty when it names none.
@@ -170,6 +175,22 @@ void ResetDataShareFaults()
     auto& faults = DataShare::Faults();
     std::lock_guard<std::mutex> lock(faults.mutex);
     faults.on.clear();
+    faults.calls.clear();
+}
+
+void FailNthDataShareCall(DataShareFault fault, int nth, bool persistent)
+{
+    auto& faults = DataShare::Faults();
+    std::lock_guard<std::mutex> lock(faults.mutex);
+    faults.calls[fault].FailNth(nth, persistent);
+}
+
+int DataShareCallCount(DataShareFault fault)
+{
+    auto& faults = DataShare::Faults();
+    std::lock_guard<std::mutex> lock(faults.mutex);
+    auto it = faults.calls.find(fault);
+    return it == faults.calls.end() ? 0 : it->second.Calls();
 }
 
 } // namespace OHOS::Emulator

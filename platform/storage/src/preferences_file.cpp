@@ -32,6 +32,7 @@ struct WriteFaults {
     int failAtStep = 0;
     bool failLaterSteps = false;
     int stepCount = 0;
+    std::function<void(int)> stepObserver;
 };
 
 WriteFaults& Faults()
@@ -44,8 +45,15 @@ WriteFaults& Faults()
 bool NextStepFails()
 {
     WriteFaults& faults = Faults();
-    std::lock_guard<std::mutex> lock(faults.mutex);
+    std::unique_lock<std::mutex> lock(faults.mutex);
     ++faults.stepCount;
+    if (faults.stepObserver) {
+        const std::function<void(int)> observer = faults.stepObserver;
+        const int step = faults.stepCount;
+        lock.unlock();
+        observer(step);
+        lock.lock();
+    }
     if (faults.flushFails) {
         return true;
     }
@@ -350,6 +358,14 @@ void ResetPreferencesFaults()
     faults.failAtStep = 0;
     faults.failLaterSteps = false;
     faults.stepCount = 0;
+    faults.stepObserver = nullptr;
+}
+
+void SetPreferencesWriteStepObserver(std::function<void(int step)> observer)
+{
+    auto& faults = NativePreferences::Faults();
+    std::lock_guard<std::mutex> lock(faults.mutex);
+    faults.stepObserver = std::move(observer);
 }
 
 } // namespace OHOS::Emulator

@@ -1,5 +1,6 @@
 #include "rdb_faults.h"
 
+#include <functional>
 #include <mutex>
 
 #include "rdb_errno.h"
@@ -15,6 +16,7 @@ struct FaultState {
     bool persistent = false;
     int operations = 0;
     int injected = 0;
+    std::function<void(int)> observer;
 };
 
 FaultState& State()
@@ -35,6 +37,14 @@ void RdbFaults::Reset()
     state.persistent = false;
     state.operations = 0;
     state.injected = 0;
+    state.observer = nullptr;
+}
+
+void RdbFaults::SetOperationObserver(std::function<void(int operation)> observer)
+{
+    FaultState& state = State();
+    std::lock_guard<std::mutex> lock(state.mutex);
+    state.observer = std::move(observer);
 }
 
 void RdbFaults::SetOpenFails(bool fails)
@@ -83,8 +93,15 @@ int RdbFaults::InjectedFailures()
 int RdbFaults::OnOperation(bool writesToFile)
 {
     FaultState& state = State();
-    std::lock_guard<std::mutex> lock(state.mutex);
+    std::unique_lock<std::mutex> lock(state.mutex);
     ++state.operations;
+    if (state.observer) {
+        const std::function<void(int)> observer = state.observer;
+        const int operation = state.operations;
+        lock.unlock();
+        observer(operation);
+        lock.lock();
+    }
     int error = NativeRdb::E_OK;
     if (state.failAt > 0 &&
         (state.operations == state.failAt || (state.persistent && state.operations > state.failAt))) {

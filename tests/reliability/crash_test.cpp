@@ -1,0 +1,298 @@
+// Crashes: a child process is killed (SIGKILL) at an exact step of a preferences write or a database
+// write, counted by the platform; afterwards the files must be whole and a restarted service must
+// close the sleep states that were active. Each kill point runs in its own process.
+//
+// CI runs about kPointsPerLoop kill points per loop; SLEEP_FAULT_POINTS=<n> about n, and
+// SLEEP_FAULT_FULL=1 every point. SLEEP_FAULT_REPORT=<file> appends one line per loop.
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include "common_event_manager.h"
+#include "data_root.h"
+#include "event_handler.h"
+#include "fault_week.h"
+#include "hilog.h"
+#include "preferences_file.h"
+#include "preferences_helper.h"
+#include "rdb_faults.h"
+#include "sim_driver.h"
+#include "sleep_database_manager.h"
+#include "sleep_detection.h"
+#include "sleep_shared_pref.h"
+#include "sleep_table.h"
+#include "standby_service_impl.h"
+#include "user_sleep_strategy.h"
+#include "virtual_clock.h"
+
+namespace OHOS::Sim {
+namespace {
+
+using DevStandbyMgr::SleepSharedPref;
+using NativePreferences::PreferencesMap;
+
+constexpr int kPointsPerLoop = 25;
+constexpr int kFlushes = 12;
+constexpr int kKeys = 40; // enough text for several write blocks
+constexpr int kBatches = 12;
+constexpr int kBatchRows = 10;
+constexpr int kRecoveredExit = 0;
+constexpr int kNotRecoveredExit = 4;
+const std::string kPrefPath = "/data/crash/values.xml";
+const std::string kSleepStateAction = "COMMON_EVENT_USER_SLEEP_STATE_CHANGED";
+
+void AppendReport(const std::string& loop, int range, int points, int survived, int activeAtCrash)
+{
+    if (const char* path = std::getenv("SLEEP_FAULT_REPORT")) {
+        std::ofstream(path, std::ios::app) << "crash\t" << loop << '\t' << range << '\t' << points << '\t' << survived
+                                           << "\tactiveAtCrash=" << activeAtCrash << '\n';
+    }
+}
+
+void KillAtStep(int step, int killAt)
+{
+    if (step == killAt) {
+        raise(SIGKILL);
+    }
+}
+
+struct KillPoint {
+    std::string root;
+    int killAt = 0;
+};
+
+// Writes kFlushes generations of kKeys values, each generation flushed in one write.
+int FlushGenerations(void* argument)
+{
+    const auto* point = static_cast<const KillPoint*>(argument);
+    Emulator::SetDataRoot(point->root);
+    const int killAt = point->killAt;
+    Emulator::SetPreferencesWriteStepObserver([killAt](int step) { KillAtStep(step, killAt); });
+    int error = 0;
+    auto preferences = NativePreferences::PreferencesHelper::GetPreferences(kPrefPath, error);
+    for (int generation = 1; preferences != nullptr && generation <= kFlushes; ++generation) {
+        for (int key = 0; key < kKeys; ++key) {
+            preferences->PutString(
+                "key" + std::to_string(key), std::string(200, 'a' + key % 26) + std::to_string(generation));
+        }
+        if (preferences->FlushSync() != NativePreferences::E_OK) {
+            return 1;
+        }
+    }
+    return 0;
+}
+
+// The generation every value of the file carries, -1 when they disagree, 0 when there is no file.
+int FileGeneration(const std::string& root, std::string& problem)
+{
+    PreferencesMap values;
+    const int read = NativePreferences::ReadPreferencesFile(root + kPrefPath, values);
+    if (read != NativePreferences::E_OK) {
+        problem = "unreadable (" + std::to_string(read) + ")";
+        return -1;
+    }
+    int generation = values.empty() ? 0 : -2;
+    for (const auto& [key, value] : values) {
+        const std::string* text = std::get_if<std::string>(&value);
+        const int carried = text == nullptr || text->size() <= 200 ? -1 : std::atoi(text->c_str() + 200);
+        generation = generation == -2 || generation == carried ? carried : -1;
+    }
+    if (generation < 0 || (generation > 0 && values.size() != kKeys)) {
+        problem = "torn: " + std::to_string(values.size()) + " keys of mixed generations";
+        return -1;
+    }
+    return generation;
+}
+
+// Inserts kBatches batches of kBatchRows screen states through the plug-in's database manager.
+int InsertBatches(void* argument)
+{
+    const auto* point = static_cast<const KillPoint*>(argument);
+    Emulator::SetDataRoot(point->root);
+    const int killAt = point->killAt;
+    Emulator::RdbFaults::SetOperationObserver([killAt](int operation) { KillAtStep(operation, killAt); });
+    auto database = DevStandbyMgr::SleepDatabaseManager::GetInstance();
+    for (int batch = 0; batch < kBatches; ++batch) {
+        std::vector<DevStandbyMgr::ScreenStateRecord> rows(kBatchRows);
+        for (int i = 0; i < kBatchRows; ++i) {
+            rows[i].timestamp = batch * kBatchRows + i;
+            rows[i].state = i % 2;
+        }
+        if (database->InsertEntries(DevStandbyMgr::ScreenStateRecord::TABLE_NAME, rows) != 0) {
+            return 1;
+        }
+    }
+    return 0;
+}
+
+// A night's simulation (two days of the default person) killed at a counted step.
+struct NightKill {
+    std::string outDir;
+    bool atDatabaseOperation = false;
+    int killAt = 0;
+};
+
+const std::string kCountFile = "steps.txt";
+
+// Without a kill point (killAt < 0) the run writes how many steps it counted into kCountFile.
+int RunKilledNight(void* argument)
+{
+    const auto* kill = static_cast<const NightKill*>(argument);
+    const int killAt = kill->killAt;
+    if (kill->atDatabaseOperation) {
+        Emulator::RdbFaults::SetOperationObserver([killAt](int operation) { KillAtStep(operation, killAt); });
+    } else {
+        Emulator::SetPreferencesWriteStepObserver([killAt](int step) { KillAtStep(step, killAt); });
+    }
+    Scenario scenario = DefaultScenario();
+    scenario.days = 2;
+    SimOptions options;
+    options.outDir = kill->outDir;
+    const bool ok = RunSimulation(scenario, options).ok;
+    if (killAt < 0) {
+        std::ofstream(kill->outDir + "/" + kCountFile)
+            << (kill->atDatabaseOperation ? Emulator::RdbFaults::OperationCount()
+                                          : Emulator::PreferencesWriteStepCount());
+    }
+    return ok ? 0 : 1;
+}
+
+// The service starts again on the killed run's data: OnCreated must publish the end of a deep sleep
+// the preferences still hold as active, store it as ended, and publish nothing when none was.
+int RestartAndCheckRecovery(void* argument)
+{
+    const std::string& root = *static_cast<const std::string*>(argument);
+    Emulator::DisableLogSink();
+    Emulator::SetDataRoot(root);
+    const bool wasAsleep = SleepSharedPref::GetBoolSettings(SleepSharedPref::USER_SLEEPING_AI, false);
+    auto clock = std::make_shared<Emulator::VirtualClock>(1767700000000);
+    Emulator::InstallClock(clock);
+    auto handler = AppExecFwk::EventHandler::CreateVirtual(clock);
+    int endsPublished = 0;
+    Emulator::CommonEventBus::GetInstance().Subscribe(
+        {}, {"ohos.permission.PERCEIVE_SMART_POWER_SCENARIO"}, [&endsPublished](const EventFwk::CommonEventData& data) {
+            const bool ended =
+                data.GetWant().GetAction() == kSleepStateAction && !data.GetWant().GetBoolParam("isSleep", true);
+            endsPublished += ended ? 1 : 0;
+        });
+    auto host = DevStandbyMgr::StandbyServiceImpl::GetInstance();
+    host->SetHandler(handler);
+    host->RegisterStrategy(std::make_shared<DevStandbyMgr::UserSleepStrategy>());
+    host->OnCreated();
+    handler->RunUntilIdle();
+    const bool stillAsleep = SleepSharedPref::GetBoolSettings(SleepSharedPref::USER_SLEEPING_AI, false);
+    const bool recovered = !stillAsleep && endsPublished == (wasAsleep ? 1 : 0);
+    return recovered ? kRecoveredExit : kNotRecoveredExit;
+}
+
+bool PreferenceFileSaysAsleep(const std::string& root)
+{
+    PreferencesMap values;
+    NativePreferences::ReadPreferencesFile(root + SleepSharedPref::SLEEP_SHARED_PREF_PATH, values);
+    auto it = values.find(SleepSharedPref::USER_SLEEPING_AI);
+    return it != values.end() && std::get_if<bool>(&it->second) != nullptr && std::get<bool>(it->second);
+}
+
+class CrashTest : public testing::Test {
+protected:
+    void TearDown() override
+    {
+        std::error_code ec;
+        std::filesystem::remove_all(dir_, ec);
+    }
+    const std::string dir_ = FaultScratchDir("crash");
+};
+
+TEST_F(CrashTest, PreferencesFileIsOldOrNewAfterAKillAtEveryWriteStep)
+{
+    // A flush takes eight steps: temporary file, three blocks, sync, close, rename, folder sync.
+    const int range = kFlushes * 8;
+    int points = 0;
+    int survived = 0;
+    int lastGeneration = 0;
+    for (int killAt = 1; killAt <= range; killAt += FaultStride(range, kPointsPerLoop)) {
+        std::error_code ec;
+        std::filesystem::remove_all(dir_, ec);
+        KillPoint point{dir_, killAt};
+        const ChildRunOutcome child = RunInChild(dir_, FlushGenerations, &point);
+        std::string problem;
+        const int generation = FileGeneration(dir_, problem);
+        ++points;
+        const bool ok = generation >= lastGeneration && problem.empty();
+        EXPECT_TRUE(ok) << "killed at write step " << killAt << " (" << child.ending << "): " << problem
+                        << ", generation " << generation << " after " << lastGeneration;
+        survived += ok ? 1 : 0;
+        lastGeneration = std::max(lastGeneration, generation);
+    }
+    EXPECT_GT(lastGeneration, 1);
+    AppendReport("preferences_write_step", range, points, survived, 0);
+}
+
+TEST_F(CrashTest, DatabaseIsIntactAndHoldsWholeBatchesAfterAKillAtEveryOperation)
+{
+    const int range = kBatches * (kBatchRows + 2) + 16; // the batches plus opening and creating tables
+    int points = 0;
+    int survived = 0;
+    for (int killAt = 1; killAt <= range; killAt += FaultStride(range, kPointsPerLoop)) {
+        std::error_code ec;
+        std::filesystem::remove_all(dir_, ec);
+        KillPoint point{dir_, killAt};
+        const ChildRunOutcome child = RunInChild(dir_, InsertBatches, &point);
+        ++points;
+        const bool hasFile = !FindSleepDatabase(dir_).empty();
+        const int64_t rows = child.rows.count("raw_screen_state") ? child.rows.at("raw_screen_state") : 0;
+        const bool ok = !hasFile || (child.integrity == "ok" && rows % kBatchRows == 0);
+        EXPECT_TRUE(ok) << "killed at operation " << killAt << " (" << child.ending << "): integrity "
+                        << child.integrity << ", " << rows << " rows";
+        survived += ok ? 1 : 0;
+    }
+    AppendReport("database_operation", range, points, survived, 0);
+}
+
+// Kills a simulated night at counted steps, then restarts the service on what it left.
+void KillNightsAndRestart(const std::string& dir, bool atDatabaseOperation, const std::string& loop)
+{
+    NightKill counting{dir + "/count", atDatabaseOperation, -1};
+    RunInChild(counting.outDir, RunKilledNight, &counting);
+    int range = 0;
+    std::ifstream(counting.outDir + "/" + kCountFile) >> range;
+    ASSERT_GT(range, 0);
+    int points = 0;
+    int survived = 0;
+    int activeAtCrash = 0;
+    for (int killAt = 1; killAt <= range; killAt += FaultStride(range, kPointsPerLoop)) {
+        NightKill kill{dir + "/night", atDatabaseOperation, killAt};
+        const ChildRunOutcome night = RunInChild(kill.outDir + "/" + DATA_DIR, RunKilledNight, &kill);
+        std::string root = kill.outDir + "/" + DATA_DIR;
+        const bool asleep = PreferenceFileSaysAsleep(root);
+        const ChildRunOutcome restart = RunInChild(root, RestartAndCheckRecovery, &root);
+        ++points;
+        activeAtCrash += asleep ? 1 : 0;
+        const bool intact = night.integrity == "ok" || night.integrity == "no database";
+        const bool ok =
+            intact && restart.ending == "exit 0" && (restart.integrity == "ok" || restart.integrity == "no database");
+        EXPECT_TRUE(ok) << loop << " " << killAt << " (" << night.ending << "): integrity " << night.integrity
+                        << ", restart " << restart.ending << (asleep ? ", deep sleep was active" : "");
+        survived += ok ? 1 : 0;
+    }
+    AppendReport(loop, range, points, survived, activeAtCrash);
+    EXPECT_GT(activeAtCrash, 0) << "no kill point fell inside a deep sleep";
+}
+
+TEST_F(CrashTest, RestartEndsTheStatesActiveWhenANightWasKilledInAPreferencesWrite)
+{
+    KillNightsAndRestart(dir_, false, "night_preferences_write_step");
+}
+
+TEST_F(CrashTest, RestartEndsTheStatesActiveWhenANightWasKilledInADatabaseWrite)
+{
+    KillNightsAndRestart(dir_, true, "night_database_operation");
+}
+
+} // namespace
+} // namespace OHOS::Sim

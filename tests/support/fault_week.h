@@ -1,0 +1,74 @@
+#ifndef TESTS_SUPPORT_FAULT_WEEK_H
+#define TESTS_SUPPORT_FAULT_WEEK_H
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "scenario.h"
+
+namespace OHOS::Sim {
+
+// How a child process ended and what it left behind.
+struct ChildRunOutcome {
+    std::string ending;                  // "exit 0", "exit 3", "signal 11"
+    std::string integrity;               // PRAGMA integrity_check of the sleep database, or why it could not run
+    std::map<std::string, int64_t> rows; // rows per table of the sleep database
+    int64_t peakRssKb = 0;               // the child's peak resident memory
+};
+
+// What a simulation run in a child published, read from its output folder. Nights run noon to noon
+// from the start of the run.
+struct SimRunOutcome : ChildRunOutcome {
+    std::vector<int> deepStartsByNight; // deep-sleep starts published per night
+    std::vector<int64_t> deepEndsMs;    // times of the published deep-sleep ends
+    std::vector<nlohmann::json> faults; // the timeline's fault entries
+    int trainingsFinished = 0;          // training-finished messages the plug-in received
+    int insertFailures = 0;             // failed inserts the plug-in logged
+};
+
+// Runs `scenario` with RunSimulation in a forked child (the platform's singletons stay out of this
+// process) with outputs in `outDir`, waits for it and reads its outcome.
+SimRunOutcome RunSimulationInChild(const Scenario& scenario, const std::string& outDir);
+
+// One week of the default person with a platform fault class armed at the first phone event and
+// cleared at noon of the fifth day, so the last two nights run without it.
+struct FaultWeekPlan {
+    std::string faultClass;
+    int nth = 0; // 0 only counts the class's calls
+    bool persistent = false;
+};
+
+struct FaultWeekOutcome : SimRunOutcome {
+    int calls = -1; // calls of the class from arming to clearing
+};
+
+// Number of nights of a fault week, and the first night after the fault is cleared.
+constexpr int kFaultWeekNights = 7;
+constexpr int kFirstNightAfterClearing = 5;
+
+// A scratch folder for child runs: on a memory file system when there is one (no disk syncs).
+std::string FaultScratchDir(const std::string& name);
+
+// Runs the plan's week with RunSimulationInChild.
+FaultWeekOutcome RunFaultWeek(const std::string& outDir, const FaultWeekPlan& plan);
+
+// Forks, runs `body` in the child (which exits with its result), and reads the sleep database
+// under `dataRoot` once the child has ended.
+ChildRunOutcome RunInChild(const std::string& dataRoot, int (*body)(void*), void* argument);
+
+// The sleep database below a data root ("" when there is none), and the outcome fields read from it.
+std::string FindSleepDatabase(const std::string& dataRoot);
+void ReadDatabase(const std::string& dataRoot, ChildRunOutcome& outcome);
+
+// The point stride of a loop over `count` injection points: every point when the environment
+// variable SLEEP_FAULT_FULL is set (to anything but 0), else about `pointsWanted` (or the number in
+// SLEEP_FAULT_POINTS) spread evenly.
+int FaultStride(int count, int pointsWanted);
+
+} // namespace OHOS::Sim
+
+#endif // TESTS_SUPPORT_FAULT_WEEK_H
