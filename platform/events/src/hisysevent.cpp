@@ -1,5 +1,8 @@
 #include "hisysevent.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <charconv>
 #include <cstdio>
@@ -113,7 +116,14 @@ int32_t HiSysEvent::WriteEvent(
     if (!Emulator::MakeDirectories(Emulator::MapPhonePath(Emulator::kSysEventPhoneDir))) {
         return ERR_WRITE_FAILED;
     }
-    std::ofstream file(Emulator::SysEventFilePath(), std::ios::app);
+    const std::string path = Emulator::SysEventFilePath();
+    // Created readable by its owner only; the stream would create it readable by everyone.
+    int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        return ERR_WRITE_FAILED;
+    }
+    close(fd);
+    std::ofstream file(path, std::ios::app);
     file << line;
     file.flush();
     return file ? SUCCESS : ERR_WRITE_FAILED;
