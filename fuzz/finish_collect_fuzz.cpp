@@ -1,0 +1,30 @@
+// Message 2000: the observation of the last ten minutes, carried in the message's Want. The
+// parameters may be missing, of another type or hold any value.
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "fuzz_world.h"
+#include "fuzzed_want.h"
+
+namespace {
+
+constexpr int32_t kFinishCollect = 2000;
+constexpr size_t kMaxParameters = 24;
+
+const std::vector<std::string> kObservationKeys = {"timestamp", "weekType", "scrOffDuration",
+    "lastUserStationaryStartDuration", "userStationaryDuration", "userMoveDuration", "chargeState", "light",
+    "proximityOri", "proximity", "unlockTimestamp", "scrOnCount", "lightDarkDuration", "proximityErrSize",
+    "proximityListSize", "nextAlarmClockTriggerTime"};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
+{
+    FuzzedDataProvider data(bytes, size);
+    OHOS::Fuzz::FuzzWorld::Get().Deliver(
+        kFinishCollect, OHOS::Fuzz::ConsumeWant(data, kObservationKeys, kMaxParameters));
+    return 0;
+}
