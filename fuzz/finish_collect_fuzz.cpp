@@ -1,5 +1,6 @@
 // Message 2000: the observation of the last ten minutes, carried in the message's Want. The
-// parameters may be missing, of another type or hold any value.
+// parameters may be missing, of another type or hold any value, except the observation time: the
+// collector reads it from the phone's clock, so it is kept within a clock's range (a million years).
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdint>
@@ -13,6 +14,7 @@ namespace {
 
 constexpr int32_t kFinishCollect = 2000;
 constexpr size_t kMaxParameters = 24;
+constexpr int64_t kClockRangeMs = int64_t{1} << 55;
 
 const std::vector<std::string> kObservationKeys = {"timestamp", "weekType", "scrOffDuration",
     "lastUserStationaryStartDuration", "userStationaryDuration", "userMoveDuration", "chargeState", "light",

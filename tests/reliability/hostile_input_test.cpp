@@ -1,5 +1,6 @@
-// Inputs that once made the plug-in compute an overflowing signed difference or sum (found by
-// fuzzing; the sanitizer build fails on them). Each must now be judged like any other input.
+// Alarm times come from the settings store, where another app writes them as text: any 64-bit
+// value may arrive. Such values once made the plug-in compute an overflowing signed difference
+// (found by fuzzing; the sanitizer build fails on them). They must be judged like any other.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -48,16 +49,15 @@ TEST(HostileInputTest, AlarmTimesAtTheEndsOfTheRangeAreFarFromNow)
     }
 }
 
-// A manual-prediction word and an observation whose times sit at the ends of the range are
+// A manual-prediction word and an observation whose alarm time sits at the ends of the range are
 // judged, and the verdict reaches the host.
-TEST(HostileInputTest, ObservationsWithExtremeTimesStillGetAVerdict)
+TEST(HostileInputTest, ObservationsWithExtremeAlarmTimesStillGetAVerdict)
 {
     Emulator::LogCapture quiet;
     Emulator::ScopedTimeZone zone{"CST-8"};
     EngineTestWorld world(Emulator::LocalTimeMs(2024, 3, 12, 23, 0));
     const std::string words[] = {
-        "9223372036854775807/0/0/0/0/0/0/0/0/5/5/0/0/0/0",
-        "-9223372036854775808/0/0/0/0/0/0/0/0/5/5/0/0/0/0",
+        "1710255600000/3600/0/0/3600/3600/0/0/0/5/5/0/0/0/-9223372036854775808",
         "1710255600000/3600/0/0/3600/3600/0/0/0/5/5/0/0/-9223372036854775808/9223372036854775807",
     };
     for (const std::string& word : words) {

@@ -82,7 +82,8 @@ struct TableBound {
     int64_t maxRows;
 };
 
-TEST_F(SoakTest, DatabaseKeepsOnlyRetainedHistoryWithinEveryTableLimit)
+// One run serves both checks: it is the longest test of the suite.
+TEST_F(SoakTest, DatabaseKeepsOnlyRetainedHistoryWithinEveryTableLimitAndPreferencesOnlyTheirKeys)
 {
     const fs::path database = FindOne("sleep.db");
     ASSERT_FALSE(database.empty());
@@ -112,10 +113,7 @@ TEST_F(SoakTest, DatabaseKeepsOnlyRetainedHistoryWithinEveryTableLimit)
     }
     EXPECT_EQ(QueryNumber(db, "SELECT COUNT(*) FROM pragma_integrity_check WHERE integrity_check = 'ok'"), 1);
     sqlite3_close(db);
-}
 
-TEST_F(SoakTest, PreferencesHoldOnlyThePluginsOwnKeys)
-{
     const std::set<std::string> known = {SleepSharedPref::IS_PROXIMITY_ERROR, SleepSharedPref::USER_SLEEPING,
         SleepSharedPref::USER_SLEEPING_AI, SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI,
         SleepSharedPref::USER_NOT_CARE_CHARGE_SLEEPING_AI, SleepSharedPref::USER_LIGHT_SLEEPING_AI,

@@ -951,9 +951,7 @@ bool SleepDetection::ParseManualRecord(const std::string& args, SleepDataRecord&
     ok = ok && ParseInt32(values[i++], record.proximityListSize);
     ok = ok && ParseInteger(values[i++], record.unlockTimestamp);
     ok = ok && ParseInteger(values[i++], record.nextAlarmClockTime);
-    // Wrapping addition: the typed timestamp may be any 64-bit value.
-    record.weekType = TimeProviderExt::TimestampToWeekIndex(
-        static_cast<int64_t>(static_cast<uint64_t>(record.timestamp) + HALF_DAY_MS));
+    record.weekType = TimeProviderExt::TimestampToWeekIndex(record.timestamp + HALF_DAY_MS);
     return ok;
 }
 
