@@ -26,7 +26,11 @@ const std::vector<std::string> kObservationKeys = {"timestamp", "weekType", "scr
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
 {
     FuzzedDataProvider data(bytes, size);
-    OHOS::Fuzz::FuzzWorld::Get().Deliver(
-        kFinishCollect, OHOS::Fuzz::ConsumeWant(data, kObservationKeys, kMaxParameters));
+    OHOS::AAFwk::Want want = OHOS::Fuzz::ConsumeWant(data, kObservationKeys, kMaxParameters);
+    const int64_t timestamp = want.GetLongParam("timestamp", -1);
+    if (timestamp <= -kClockRangeMs || timestamp >= kClockRangeMs) {
+        want.SetParam("timestamp", timestamp % kClockRangeMs);
+    }
+    OHOS::Fuzz::FuzzWorld::Get().Deliver(kFinishCollect, want);
     return 0;
 }
