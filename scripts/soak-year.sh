@@ -2,7 +2,8 @@
 # A simulated year of the default person: measures sleepsim's memory as the days pass and the size
 # of what the plug-in keeps on disk after 60 and after 366 days.
 # Usage: scripts/soak-year.sh [output folder, default soak-year]
-# Prints one line per progress report ("day N  rss KB  peak KB") and a closing table; the peak
+# Prints one line per progress report ("day N  rss KB  peak KB") and a closing table (sleepsim's
+# own summaries go to OUT/days-N.summary); the peak
 # resident size at day 366 should stay within 10% of the one at day 60, and the database and
 # preferences sizes bounded by the plug-in's pruning (90 days of history, table row limits).
 set -euo pipefail
@@ -33,7 +34,7 @@ file_size() {
 run_days() {
   local days=$1 run=$out/days-$1
   printf '{"days": %d}\n' "$days" >"$out/scenario-$days.json"
-  "$sleepsim" "$out/scenario-$days.json" --out "$run" 2>"$run.progress" &
+  "$sleepsim" "$out/scenario-$days.json" --out "$run" >"$run.summary" 2>"$run.progress" &
   local pid=$!
   : >"$run.memory"
   while kill -0 "$pid" 2>/dev/null; do
@@ -58,10 +59,11 @@ run_days 366
 peak60=$(peak_at "$out/days-366.memory" 60)
 peak366=$(tail -n 1 "$out/days-366.memory" | awk '{ print $7 }')
 echo
-echo "                       day 60        day 366"
-printf 'peak memory (KB)       %-13s %s\n' "$peak60" "$peak366"
-printf 'sleep.db (bytes)       %-13s %s\n' "$(file_size "$out/days-60" sleep.db)" "$(file_size "$out/days-366" sleep.db)"
-printf 'preferences (bytes)    %-13s %s\n' "$(file_size "$out/days-60" sleep_shared_pref.xml)" \
+echo "                            day 60        day 366"
+printf 'peak memory, year run (KB)  %-13s %s\n' "$peak60" "$peak366"
+printf 'peak memory, whole run (KB) %-13s %s\n' "$(tail -n 1 "$out/days-60.memory" | awk '{ print $7 }')" "$peak366"
+printf 'sleep.db (bytes)            %-13s %s\n' "$(file_size "$out/days-60" sleep.db)" "$(file_size "$out/days-366" sleep.db)"
+printf 'preferences (bytes)         %-13s %s\n' "$(file_size "$out/days-60" sleep_shared_pref.xml)" \
   "$(file_size "$out/days-366" sleep_shared_pref.xml)"
 awk -v a="$peak60" -v b="$peak366" 'BEGIN {
   growth = (b - a) * 100 / a
