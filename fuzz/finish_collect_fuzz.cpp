@@ -1,6 +1,7 @@
 // Message 2000: the observation of the last ten minutes, carried in the message's Want. The
-// parameters may be missing, of another type or hold any value, except the observation time: the
-// collector reads it from the phone's clock, so it is kept within a clock's range (a million years).
+// parameters may be missing, of another type or hold any value the collector could produce; the
+// next alarm time is text from the settings store that another app writes, so it may hold any
+// 64-bit value.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdint>
@@ -14,7 +15,6 @@ namespace {
 
 constexpr int32_t kFinishCollect = 2000;
 constexpr size_t kMaxParameters = 24;
-constexpr int64_t kClockRangeMs = int64_t{1} << 55;
 
 const std::vector<std::string> kObservationKeys = {"timestamp", "weekType", "scrOffDuration",
     "lastUserStationaryStartDuration", "userStationaryDuration", "userMoveDuration", "chargeState", "light",
@@ -26,10 +26,11 @@ const std::vector<std::string> kObservationKeys = {"timestamp", "weekType", "scr
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
 {
     FuzzedDataProvider data(bytes, size);
+    const bool anyAlarmTime = data.ConsumeBool();
+    const int64_t alarmTime = data.ConsumeIntegral<int64_t>();
     OHOS::AAFwk::Want want = OHOS::Fuzz::ConsumeWant(data, kObservationKeys, kMaxParameters);
-    const int64_t timestamp = want.GetLongParam("timestamp", -1);
-    if (timestamp <= -kClockRangeMs || timestamp >= kClockRangeMs) {
-        want.SetParam("timestamp", timestamp % kClockRangeMs);
+    if (anyAlarmTime) {
+        want.SetParam("nextAlarmClockTriggerTime", alarmTime);
     }
     OHOS::Fuzz::FuzzWorld::Get().Deliver(kFinishCollect, want);
     return 0;

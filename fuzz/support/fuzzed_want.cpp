@@ -7,6 +7,8 @@ namespace OHOS::Fuzz {
 namespace {
 
 constexpr size_t kMaxTextLength = 40;
+constexpr int32_t kInt32Range = int32_t{1} << 24;
+constexpr int64_t kInt64Range = int64_t{1} << 55;
 
 enum class ValueKind : uint8_t { BOOL, INT32, INT64, FLOAT, DOUBLE, TEXT, kMaxValue = TEXT };
 
@@ -34,10 +36,10 @@ void SetConsumedValue(FuzzedDataProvider& data, const std::string& key, AAFwk::W
         want.SetParam(key, data.ConsumeBool());
         break;
     case ValueKind::INT32:
-        want.SetParam(key, data.ConsumeIntegral<int32_t>());
+        want.SetParam(key, data.ConsumeIntegralInRange<int32_t>(-kInt32Range, kInt32Range));
         break;
     case ValueKind::INT64:
-        want.SetParam(key, data.ConsumeIntegral<int64_t>());
+        want.SetParam(key, data.ConsumeIntegralInRange<int64_t>(-kInt64Range, kInt64Range));
         break;
     case ValueKind::FLOAT:
         want.SetParam(key, ConsumeAnyBits<float, uint32_t>(data));
