@@ -4,8 +4,13 @@
 function(sleep_apply_options target)
   target_compile_options(${target} PRIVATE -Wall -Wextra)
   if(SLEEP_SANITIZE)
-    target_compile_options(${target} PRIVATE -fsanitize=${SLEEP_SANITIZE} -fno-omit-frame-pointer)
+    # Every report stops the program, so a sanitizer finding fails its test.
+    target_compile_options(${target} PRIVATE -fsanitize=${SLEEP_SANITIZE} -fno-sanitize-recover=all
+      -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE -fsanitize=${SLEEP_SANITIZE})
+  endif()
+  if(SLEEP_FUZZ_INSTRUMENTATION)
+    target_compile_options(${target} PRIVATE ${SLEEP_FUZZ_INSTRUMENTATION})
   endif()
 endfunction()
 

@@ -1,5 +1,8 @@
 #include "hisysevent.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <charconv>
 #include <cstdio>
 #include <fstream>
@@ -136,16 +139,18 @@ int32_t HiSysEvent::WriteEvent(
     const std::string line = event.dump() + "\n";
 
     std::lock_guard<std::mutex> lock(Emulator::FileMutex());
-    std::ofstream file(Emulator::SysEventFilePath(), std::ios::app);
-    if (!file.is_open()) { // the first event under this data root: create the folder
-        if (!Emulator::MakeDirectories(Emulator::MapPhonePath(Emulator::kSysEventPhoneDir))) {
-            return ERR_WRITE_FAILED;
-        }
-        file.open(Emulator::SysEventFilePath(), std::ios::app);
+    const std::string path = Emulator::SysEventFilePath();
+    // Created readable by its owner only; the folder is made with the first event under a data root.
+    int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    if (fd < 0 && Emulator::MakeDirectories(Emulator::MapPhonePath(Emulator::kSysEventPhoneDir))) {
+        fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     }
-    file << line;
-    file.flush();
-    if (!file) {
+    if (fd < 0) {
+        return ERR_WRITE_FAILED;
+    }
+    const bool written = write(fd, line.data(), line.size()) == static_cast<ssize_t>(line.size());
+    close(fd);
+    if (!written) {
         return ERR_WRITE_FAILED;
     }
     if (Emulator::Listener()) {

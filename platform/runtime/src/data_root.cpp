@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
@@ -26,14 +27,6 @@ RootState& Root()
     return state;
 }
 
-std::string WithoutTrailingSlashes(std::string path)
-{
-    while (path.size() > 1 && path.back() == '/') {
-        path.pop_back();
-    }
-    return path;
-}
-
 // Services that accept only absolute paths (preferences) must work under a relative root too, so a
 // relative root is taken from the current folder.
 std::string Absolute(const std::string& path)
@@ -54,6 +47,64 @@ bool IsUnder(const std::string& path, const std::string& root)
 {
     return path == root || (path.size() > root.size() && path.compare(0, root.size(), root) == 0 &&
                                (root.back() == '/' || path[root.size()] == '/'));
+}
+
+bool HasParentComponent(const std::string& path)
+{
+    for (size_t begin = 0; begin <= path.size();) {
+        size_t end = path.find('/', begin);
+        if (end == std::string::npos) {
+            end = path.size();
+        }
+        if (path.compare(begin, end - begin, "..") == 0) {
+            return true;
+        }
+        begin = end + 1;
+    }
+    return false;
+}
+
+bool Resolve(const std::string& path, std::string& resolved)
+{
+    char buffer[PATH_MAX];
+    if (realpath(path.c_str(), buffer) == nullptr) {
+        return false;
+    }
+    resolved = buffer;
+    return true;
+}
+
+// Where the deepest existing part of `path` really is, following symbolic links. False when a part
+// exists but does not resolve (a dangling link, which a later create would follow anywhere).
+bool ResolveExistingPart(std::string path, std::string& resolved)
+{
+    for (;;) {
+        if (Resolve(path, resolved)) {
+            return true;
+        }
+        struct stat info {};
+        if (lstat(path.c_str(), &info) == 0) {
+            return false;
+        }
+        size_t slash = path.find_last_of('/');
+        if (slash == std::string::npos || slash == 0) {
+            resolved.clear();
+            return true;
+        }
+        path.resize(slash);
+    }
+}
+
+// True unless following the links on the way to `path` leads out of `root`. A root that does not
+// exist yet has nothing inside it that could lead out.
+bool StaysInsideRoot(const std::string& path, const std::string& root)
+{
+    std::string realRoot;
+    if (!Resolve(root, realRoot)) {
+        return true;
+    }
+    std::string realPath;
+    return ResolveExistingPart(path, realPath) && IsUnder(realPath, realRoot);
 }
 
 } // namespace
@@ -81,10 +132,11 @@ void SetDataRoot(const std::string& root)
 std::string MapPhonePath(const std::string& phonePath)
 {
     const std::string root = GetDataRoot();
-    if (phonePath.empty() || phonePath[0] != '/' || IsUnder(phonePath, root)) {
-        return phonePath;
+    if (phonePath.empty() || phonePath[0] != '/' || HasParentComponent(phonePath)) {
+        return std::string();
     }
-    return (root == "/" ? std::string() : root) + phonePath;
+    std::string mapped = IsUnder(phonePath, root) ? phonePath : (root == "/" ? std::string() : root) + phonePath;
+    return StaysInsideRoot(mapped, root) ? mapped : std::string();
 }
 
 bool MakeDirectories(const std::string& path)

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 
 #include "sleep_database_manager.h"
 #include "sleep_log.h"
@@ -42,6 +41,13 @@ constexpr int32_t HOURS_PER_DAY = 24;
 constexpr int32_t MSEC_PER_SEC = 1000;
 const std::string WEEKDAY_COLUMN = "probability";
 const std::string WEEKEND_COLUMN = "probability_weekend";
+// a - b as two's-complement arithmetic wraps it: alarm times come from the settings store and may
+// be any 64-bit value, so their distance to now must not overflow.
+uint64_t WrappedDifference(int64_t a, int64_t b)
+{
+    return static_cast<uint64_t>(a) - static_cast<uint64_t>(b);
+}
+
 } // namespace
 
 UserSleepPredict::UserSleepPredict()
@@ -215,11 +221,12 @@ int32_t UserSleepPredict::SleepBayesPredict(const SleepDataRecord& last, SleepDa
 
 bool UserSleepPredict::IsNearClock(int64_t timestamp, int64_t nextAlarm) const
 {
-    uint64_t sinceLastClock = static_cast<uint64_t>(timestamp - lastClockTime);
+    uint64_t sinceLastClock = WrappedDifference(timestamp, lastClockTime);
     if (sinceLastClock >= 1 && sinceLastClock < AFTER_CLOCK_WINDOW_MS) {
         return true;
     }
-    return std::llabs(nextAlarm - timestamp) < NEXT_CLOCK_WINDOW_MS;
+    int64_t toNextAlarm = static_cast<int64_t>(WrappedDifference(nextAlarm, timestamp));
+    return toNextAlarm > -NEXT_CLOCK_WINDOW_MS && toNextAlarm < NEXT_CLOCK_WINDOW_MS;
 }
 
 bool UserSleepPredict::IsDayTime(float hour) const
@@ -461,7 +468,7 @@ bool UserSleepPredict::IsUseClockByUser(int64_t nextAlarm, int64_t timestamp) co
     if (nextAlarm == 0 || TimeProviderExt::TimestampToDayHour(nextAlarm) >= NOON_HOUR) {
         return false;
     }
-    return static_cast<uint64_t>(nextAlarm - timestamp) < ALARM_LOOKAHEAD_MS;
+    return WrappedDifference(nextAlarm, timestamp) < ALARM_LOOKAHEAD_MS;
 }
 
 int32_t UserSleepPredict::SetDefaultWakeupTime() const

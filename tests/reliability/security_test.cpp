@@ -1,0 +1,299 @@
+// What leaves the plug-in's hands is protected: its files are its owner's alone, text from outside
+// never becomes part of a database statement, its state events reach only permitted subscribers,
+// and no path leads out of the data root.
+#include <gtest/gtest.h>
+
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "common_event_manager.h"
+#include "data_root.h"
+#include "device_state.h"
+#include "engine_test_world.h"
+#include "hilog.h"
+#include "preferences_file.h"
+#include "preferences_helper.h"
+#include "scoped_time_zone.h"
+#include "settings_store.h"
+#include "sleep_history_builder.h"
+#include "sleep_reporter.h"
+#include "sleep_shared_pref.h"
+#include "standby_service_impl.h"
+#include "user_sleep_strategy.h"
+#include "virtual_clock.h"
+
+namespace OHOS::DevStandbyMgr {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int64_t kHourMs = 3600000;
+constexpr int64_t kMinuteMs = 60000;
+constexpr char kPermission[] = "ohos.permission.PERCEIVE_SMART_POWER_SCENARIO";
+
+std::vector<fs::path> FindFiles(const fs::path& root, const std::string& name)
+{
+    std::vector<fs::path> found;
+    for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        if (entry.path().filename() == name) {
+            found.push_back(entry.path());
+        }
+    }
+    return found;
+}
+
+// ---- Files and folders ----
+
+TEST(SecurityTest, EveryFileAndFolderTheServicesWriteIsReadableByItsOwnerOnly)
+{
+    Emulator::ScopedTimeZone zone{"CST-8"};
+    EngineTestWorld world(Emulator::LocalTimeMs(2024, 3, 12, 13, 0));
+    ASSERT_TRUE(Emulator::SleepHistoryBuilder(Emulator::SleepHabit{}, 3).Write(world.Now(), {3, 0, 0}));
+    SleepSharedPref::UpdateBoolSettings(SleepSharedPref::USER_SLEEPING, true);
+    ASSERT_TRUE(Emulator::PutSetting(Emulator::SETTINGS_TABLE, "next_alarm", "1"));
+    SleepReporter::WritePowerBrainStateHiSysEvent(1, 1, world.Now());
+
+    const fs::path root = Emulator::GetDataRoot();
+    size_t files = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        const fs::perms mode = entry.symlink_status().permissions() & fs::perms::all;
+        if (entry.is_directory()) {
+            EXPECT_EQ(mode, fs::perms::owner_all) << entry.path();
+        } else {
+            ++files;
+            EXPECT_EQ(mode, fs::perms::owner_read | fs::perms::owner_write) << entry.path();
+        }
+    }
+    // The database (with its write-ahead log), the preferences, the settings store, the events.
+    EXPECT_GE(files, 4u);
+    EXPECT_EQ(FindFiles(root, "sleep.db").size(), 1u);
+    EXPECT_EQ(FindFiles(root, "sleep_shared_pref.xml").size(), 1u);
+}
+
+// ---- Text from outside and the database ----
+
+// Every row of every table (schema included) as text, and the preferences file.
+std::string SnapshotOfStoredData()
+{
+    const fs::path root = Emulator::GetDataRoot();
+    std::ostringstream out;
+    for (const fs::path& path : FindFiles(root, "sleep.db")) {
+        sqlite3* db = nullptr;
+        EXPECT_EQ(sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
+        auto rows = [](void* stream, int columns, char** values, char**) {
+            for (int i = 0; i < columns; ++i) {
+                *static_cast<std::ostringstream*>(stream) << (values[i] ? values[i] : "NULL") << '|';
+            }
+            *static_cast<std::ostringstream*>(stream) << '\n';
+            return 0;
+        };
+        std::vector<std::string> tables;
+        sqlite3_exec(
+            db, "SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name",
+            [](void* names, int, char** values, char**) {
+                static_cast<std::vector<std::string>*>(names)->push_back(values[0]);
+                return 0;
+            },
+            &tables, nullptr);
+        sqlite3_exec(db, "SELECT type, name, sql FROM sqlite_master ORDER BY name", rows, &out, nullptr);
+        for (const std::string& table : tables) {
+            out << "== " << table << '\n';
+            sqlite3_exec(db, ("SELECT * FROM \"" + table + "\" ORDER BY rowid").c_str(), rows, &out, nullptr);
+        }
+        sqlite3_close(db);
+    }
+    for (const fs::path& path : FindFiles(root, "sleep_shared_pref.xml")) {
+        out << std::ifstream(path).rdbuf();
+    }
+    return out.str();
+}
+
+AAFwk::Want WantWithTextIn(const std::vector<std::string>& keys, const std::string& text)
+{
+    AAFwk::Want want;
+    for (const std::string& key : keys) {
+        want.SetParam(key, text);
+    }
+    return want;
+}
+
+// A trained history, then one night in which `text` arrives everywhere outside text can enter:
+// notification package names, the manual-prediction dump word, every parameter of an observation
+// and of a training result; then the buffers are saved and the model is trained again.
+std::string StoredDataAfterANightWith(const std::string& text)
+{
+    Emulator::LogCapture quiet;
+    Emulator::ScopedTimeZone zone{"CST-8"};
+    EngineTestWorld world(Emulator::LocalTimeMs(2024, 3, 12, 13, 0));
+    EXPECT_TRUE(Emulator::SleepHistoryBuilder(Emulator::SleepHabit{}, 5).Write(world.Now(), {20, 0, 0}));
+    world.Engine().SleepModelTrainTest();
+    world.Handler().RunUntilIdle();
+    world.RunUntil(world.Now() + 10 * kHourMs);
+    world.ScreenOff();
+
+    SleepDetection& engine = world.Engine();
+    AAFwk::Want notification;
+    notification.SetParam("timestamp", world.Now()).SetParam("pkg", text);
+    engine.HandleAddNotificationInfo(notification);
+    engine.HandleCancelNotificationInfo(notification.SetParam("timestamp", world.Now() + kMinuteMs));
+    engine.HandleNotificationAfterStopSleep();
+    engine.SleepPredictManualTest(text);
+    engine.SleepPredictManualTest(text + "/" + text + "/0/0/0/0/0/0/0/0/0/0/0/0/0");
+    SleepDataRecord record = SleepDataRecord::FromWant(
+        WantWithTextIn({"timestamp", "weekType", "scrOffDuration", "userStationaryDuration", "light", "proximity",
+                           "unlockTimestamp", "nextAlarmClockTriggerTime"},
+            text));
+    engine.HandleFinishCollect(record);
+    AAFwk::Want trained = WantWithTextIn(
+        {"notiProbWeekday", "notiProbWeekend", "weekdayThreeSigmaTimestamp", "weekendThreeSigmaTimestamp"}, text);
+    engine.HandleFinishTrain(trained.SetParam("isTrainSuccess", true));
+    engine.SaveDataToDatabase();
+    world.RunUntil(world.Now() + 8 * kHourMs);
+    engine.SleepModelTrainTest();
+    world.Handler().RunUntilIdle();
+    return SnapshotOfStoredData();
+}
+
+TEST(SecurityTest, QuotesAndStatementsInOutsideTextLeaveTheStoredDataExactlyAsPlainTextDoes)
+{
+    const std::string plain = StoredDataAfterANightWith("plain.package.name");
+    ASSERT_NE(plain.find("== sleep_environment"), std::string::npos);
+    const std::string hostile[] = {
+        "x'); DROP TABLE sleep_environment; --",
+        "0 OR 1=1",
+        "1; DELETE FROM raw_screen_state",
+        "x\" , label = 9 WHERE \"1\"=\"1",
+        "%s%n' || (SELECT sql FROM sqlite_master) || '",
+    };
+    for (const std::string& text : hostile) {
+        EXPECT_EQ(StoredDataAfterANightWith(text), plain) << text;
+    }
+}
+
+// ---- Permission-protected events ----
+
+struct Delivery {
+    std::vector<std::string> required;
+    std::vector<std::string> held;
+    bool delivered;
+};
+
+TEST(SecurityTest, AnEventReachesOnlySubscribersHoldingEveryPermissionItRequires)
+{
+    const Delivery cases[] = {
+        {{}, {}, true},
+        {{"p"}, {}, false},
+        {{"p"}, {"q"}, false},
+        {{"p"}, {"p"}, true},
+        {{"p", "q"}, {"p"}, false},
+        {{"p", "q"}, {"q", "p", "r"}, true},
+    };
+    auto& bus = Emulator::CommonEventBus::GetInstance();
+    for (const Delivery& delivery : cases) {
+        bus.Reset();
+        int received = 0;
+        bus.Subscribe({"action"}, delivery.held, [&received](const EventFwk::CommonEventData&) { ++received; });
+        AAFwk::Want want;
+        EventFwk::CommonEventPublishInfo info;
+        info.SetSubscriberPermissions(delivery.required);
+        EXPECT_TRUE(EventFwk::CommonEventManager::PublishCommonEvent(
+            EventFwk::CommonEventData(want.SetAction("action")), info));
+        EXPECT_EQ(received, delivery.delivered ? 1 : 0)
+            << delivery.required.size() << " required, " << delivery.held.size() << " held";
+    }
+    bus.Reset();
+}
+
+TEST(SecurityTest, ThePluginsSleepStatesReachOnlySubscribersWithTheSmartPowerPermission)
+{
+    Emulator::ScopedTimeZone zone{"CST-8"};
+    Emulator::ScopedDataRoot root;
+    Emulator::ScopedVirtualClock clock{Emulator::LocalTimeMs(2024, 3, 11, 23, 30)};
+    auto handler = AppExecFwk::EventHandler::CreateVirtual(clock.Shared());
+    auto host = StandbyServiceImpl::GetInstance();
+    host->SetHandler(handler);
+    auto& bus = Emulator::CommonEventBus::GetInstance();
+    std::vector<std::string> permitted;
+    int unpermitted = 0;
+    bus.Subscribe({}, {kPermission},
+        [&permitted](const EventFwk::CommonEventData& data) { permitted.push_back(data.GetWant().GetAction()); });
+    bus.Subscribe({}, {}, [&unpermitted](const EventFwk::CommonEventData&) { ++unpermitted; });
+    bus.Subscribe({}, {"ohos.permission.OTHER"}, [&unpermitted](const EventFwk::CommonEventData&) { ++unpermitted; });
+
+    auto strategy = std::make_shared<UserSleepStrategy>();
+    host->RegisterStrategy(strategy);
+    ASSERT_EQ(host->OnCreated(), ERR_OK);
+    DeviceState::GetInstance()->HandleScreenOff();
+    std::string answer;
+    host->ShellDump({"-S", "--strategy", "-RT", "--Sleep", "into"}, answer);
+    host->ShellDump({"-S", "--strategy", "-RT", "--Sleep", "exit"}, answer);
+    strategy->HandleStopEasyWakeupSleep();
+    handler->RunUntilIdle();
+
+    EXPECT_GE(permitted.size(), 4u) << answer;
+    EXPECT_EQ(unpermitted, 0);
+    handler->RemoveAllEvents();
+    host->Reset();
+    bus.Reset();
+}
+
+// ---- The data root ----
+
+class DataRootConfinementTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        fs::create_directories(root_.Path() + "/data/real");
+        fs::create_directory_symlink(outside_.Path(), root_.Path() + "/data/out");
+        fs::create_directory_symlink(root_.Path() + "/data/real", root_.Path() + "/data/in");
+        fs::create_symlink(outside_.Path() + "/created-by-link", root_.Path() + "/data/dangling");
+    }
+
+    // A second scratch folder stands for the rest of the machine; the root is the current one.
+    Emulator::ScopedDataRoot outside_;
+    Emulator::ScopedDataRoot root_;
+};
+
+TEST_F(DataRootConfinementTest, PathsThatCouldLeadOutOfTheRootAreRefused)
+{
+    const std::string root = root_.Path();
+    const std::pair<std::string, std::string> cases[] = {
+        {"/data/service/x.db", root + "/data/service/x.db"},
+        {"/data/real/x", root + "/data/real/x"},
+        {"/data/in/x", root + "/data/in/x"}, // a link that stays inside
+        {"/data/..hidden/x", root + "/data/..hidden/x"},
+        {root + "/data/x", root + "/data/x"}, // already under the root
+        {"/data/../../etc/passwd", ""},
+        {"/data/service/..", ""},
+        {root + "/../x", ""},
+        {"data/x", ""},
+        {"/data/out/x", ""},
+        {"/data/out", ""},
+        {"/data/out/deeper/still/x", ""},
+        {"/data/dangling", ""},
+        {"/data/dangling/x", ""},
+    };
+    for (const auto& [phonePath, expected] : cases) {
+        EXPECT_EQ(Emulator::MapPhonePath(phonePath), expected) << phonePath;
+    }
+}
+
+TEST_F(DataRootConfinementTest, ServicesWriteNothingThroughALinkThatLeavesTheRoot)
+{
+    int errCode = 0;
+    EXPECT_EQ(NativePreferences::PreferencesHelper::GetPreferences({"/data/out/prefs.xml"}, errCode), nullptr);
+    EXPECT_NE(errCode, 0);
+    EXPECT_NE(NativePreferences::WritePreferencesFile(Emulator::MapPhonePath("/data/dangling"), {{"k", 1}}),
+        NativePreferences::E_OK);
+    EXPECT_TRUE(fs::is_empty(outside_.Path()));
+}
+
+} // namespace
+} // namespace OHOS::DevStandbyMgr
