@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "report_html.h"
 #include "scenario.h"
 #include "sim_driver.h"
 
@@ -105,11 +106,28 @@ void PrintDumps(const SimResult& result, std::ostream& out)
     }
 }
 
+// "sleepsim report DIR": rebuilds the report page(s) of a finished output folder.
+int RunReportCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err)
+{
+    if (args.size() != 2 || args[1].empty() || args[1][0] == '-') {
+        err << "sleepsim: 'report' needs exactly one output folder, e.g. sleepsim report sleepsim-out\n";
+        return EXIT_BAD_INPUT;
+    }
+    std::string error;
+    if (!RebuildReports(args[1], error)) {
+        err << "sleepsim: " << error << "\n";
+        return EXIT_BAD_INPUT;
+    }
+    out << "sleepsim: wrote " << args[1] << "/" << REPORT_FILE << "\n";
+    return EXIT_RUN_OK;
+}
+
 } // namespace
 
 std::string SleepsimUsage()
 {
     return "Usage: sleepsim [options] [SCENARIO.json] [dump WORDS...]\n"
+           "       sleepsim report DIR\n"
            "\n"
            "Simulates a person and their phone over days and nights on virtual time and runs the sleep\n"
            "detection plug-in through it. Same scenario and seed give byte-identical outputs.\n"
@@ -118,8 +136,9 @@ std::string SleepsimUsage()
            "  -s, --scenario FILE  scenario file (JSON; also as the first plain argument); fields left\n"
            "                       out keep the defaults below\n"
            "  -o, --out DIR        output folder (default sleepsim-out): timeline.jsonl, trace.jsonl,\n"
-           "                       summary.txt, scenario.json, sleepsim.log and data/ (database,\n"
-           "                       preferences, settings, system events); replaced on each run\n"
+           "                       summary.txt, scenario.json, report.html (a page with a picture of\n"
+           "                       every night), sleepsim.log and data/ (database, preferences,\n"
+           "                       settings, system events); replaced on each run\n"
            "      --seed N         overrides the scenario's seed\n"
            "      --days N         overrides the scenario's number of days\n"
            "      --print-scenario prints the effective scenario as JSON and exits\n"
@@ -127,6 +146,8 @@ std::string SleepsimUsage()
            "  -h, --help           this text\n"
            "  dump WORDS...        passes the words to the plug-in's dump command at the end of the run\n"
            "                       and prints its answer, e.g. sleepsim dump -D --strategy\n"
+           "  report DIR           rebuilds DIR/report.html (for a population also each person's page)\n"
+           "                       from a finished output folder; every run writes it at its end\n"
            "\n"
            "Exit codes: 0 done, 1 the run failed, 2 bad argument or scenario (nothing run).\n"
            "\n"
@@ -137,6 +158,9 @@ std::string SleepsimUsage()
 
 int RunSleepsimCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err)
 {
+    if (!args.empty() && args[0] == "report") {
+        return RunReportCommand(args, out, err);
+    }
     CliOptions options;
     std::string error;
     if (!ParseArgs(args, options, error)) {

@@ -13,6 +13,7 @@
 #include "hisysevent.h"
 #include "notification_helper.h"
 #include "parameters.h"
+#include "report_html.h"
 #include "settings_store.h"
 #include "simulated_phone.h"
 #include "sleep_detection.h"
@@ -101,7 +102,7 @@ public:
         host_->OnDestroy();
         Settle();
         Uninstall();
-        result.ok = WriteOutputs(result);
+        result.ok = WriteOutputs(result) && WriteReport(options_.outDir, result.error);
         return result;
     }
 
