@@ -324,10 +324,15 @@ std::string DeepText(const RunRecord& record, const NightTruth& truth, const Tim
     return text;
 }
 
-std::string CoverageText(const ReportNight& night)
+std::string CoverageText(const RunRecord& record, const ReportNight& night)
 {
     std::string text;
-    for (const auto& [rule, scores] : night.scores) {
+    for (const std::string& rule : MetricsRules(record.metrics)) {
+        const auto scored = night.scores.find(rule);
+        if (scored == night.scores.end()) {
+            continue;
+        }
+        const RuleScores& scores = scored->second;
         if (!std::isnan(scores.coverage)) {
             text += (text.empty() ? " \u00b7 coverage " : ", ") + RuleTitle(rule) + " " +
                     Str(std::llround(scores.coverage * 100)) + "%";
@@ -365,7 +370,7 @@ std::string NightCaption(const RunRecord& record, size_t night)
     for (const Moment& training : ItemsIn(record.trainings, noonToNoon, [](const Moment& m) { return m.timeMs; })) {
         text += " \u00b7 training " + FormatLocalClock(training.timeMs) + " " + training.note;
     }
-    return text + CoverageText(entry);
+    return text + CoverageText(record, entry);
 }
 
 TimeSpan PictureWindow(const CivilDate& wakeDate)
