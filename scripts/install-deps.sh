@@ -4,7 +4,8 @@
 set -euo pipefail
 
 packages=(cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev libsqlite3-dev libpugixml-dev
-  nlohmann-json3-dev tzdata)
+  nlohmann-json3-dev tzdata
+  chromium)
 
 missing=()
 for package in "${packages[@]}"; do

@@ -39,6 +39,9 @@ inline const std::string RULE_PLUGIN = "plugin";
 inline const std::string RULE_IDLE = "idle";
 inline const std::string RULE_TIME_OF_DAY = "time_of_day";
 
+// metrics.json as read, keeping the order of its fields.
+using MetricsJson = nlohmann::ordered_json;
+
 // A moment with a short note, e.g. a deep-sleep end and why it ended.
 struct Moment {
     int64_t timeMs = 0;
@@ -82,7 +85,7 @@ struct RunRecord {
     std::vector<Moment> deepEnds; // note: why deep sleep stopped
     std::vector<Announcement> announcements;
     std::vector<Moment> trainings; // note: "ok" or "failed"
-    nlohmann::json metrics;        // metrics.json, null when the folder has none
+    MetricsJson metrics;           // metrics.json, null when the folder has none
 };
 
 // Reads trace.jsonl, timeline.jsonl, scenario.json (for the time zone and the person's name) and,
@@ -91,21 +94,21 @@ struct RunRecord {
 bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error);
 
 // Reads a JSON file; false with an error naming it when it is missing or malformed.
-bool ReadJsonFile(const std::string& path, nlohmann::json& value, std::string& error);
+bool ReadJsonFile(const std::string& path, MetricsJson& value, std::string& error);
 
 // Per-night records of metrics.json (tolerant of where a night keeps its rules): for each night,
 // its person, its date and, per rule, the rule's object.
 struct MetricsNight {
     std::string person;
     std::string night;
-    std::map<std::string, const nlohmann::json*> rules;
+    std::map<std::string, const MetricsJson*> rules;
 };
-std::vector<MetricsNight> MetricsNights(const nlohmann::json& metrics);
+std::vector<MetricsNight> MetricsNights(const MetricsJson& metrics);
 // A rule object's scores: the numeric field whose name mentions "onset" and the one mentioning
 // "coverage"; missed when the rule has no asleep span (or no onset latency).
-RuleScores ScoresOf(const nlohmann::json& rule);
+RuleScores ScoresOf(const MetricsJson& rule);
 // The rule names metrics.json lists, or the three known ones.
-std::vector<std::string> MetricsRules(const nlohmann::json& metrics);
+std::vector<std::string> MetricsRules(const MetricsJson& metrics);
 
 } // namespace OHOS::Sim
 

@@ -15,7 +15,7 @@ namespace OHOS::Sim {
 
 namespace {
 
-using Json = nlohmann::json;
+using Json = MetricsJson;
 
 const char* const kStyle = R"(body{font:13px/1.4 system-ui,sans-serif;margin:16px;color:#222}
 h1{font-size:20px;margin:0 0 4px}h2{font-size:16px;margin:18px 0 6px}
@@ -360,8 +360,9 @@ std::string HistogramSvg(
 
 const Histogram& OnsetHistogram()
 {
-    static const Histogram histogram{"Deep-sleep onset latency (minutes after the true onset)",
-        {"<0", "0-15", "15-30", "30-60", "60-120", "120+", "missed"}, {0, 15, 30, 60, 120}, true};
+    static const Histogram histogram{
+        "Onset latency (minutes from the true onset to the first asleep time; bins from the value shown)",
+        {"<0", "0", "15", "30", "60", "120+", "missed"}, {0, 15, 30, 60, 120}, true};
     return histogram;
 }
 
@@ -445,7 +446,7 @@ std::string PersonsTable(const std::vector<PersonRow>& rows, const std::vector<s
             }
             nights = std::max(nights, tally->second.nights);
             const double coverage = Mean(tally->second.coverage);
-            cells += "<td>" + FormatNumber(Median(tally->second.onsetMin)) + "</td><td>" +
+            cells += "<td>" + FormatNumber(std::round(Median(tally->second.onsetMin))) + "</td><td>" +
                      std::to_string(tally->second.missed) + "</td><td>" +
                      (std::isnan(coverage) ? std::string("\u2013") : FormatNumber(std::round(coverage * 100)) + "%") +
                      "</td>";

@@ -68,16 +68,16 @@ int64_t ParseLocalTimeText(const std::string& text)
     return LocalTimeMs(date, hour * 60 + minute) + second * kMsPerSecond + ms;
 }
 
-std::string StringField(const Json& line, const char* key)
+template <typename JsonObject> std::string StringField(const JsonObject& line, const char* key)
 {
     const auto it = line.find(key);
-    return it != line.end() && it->is_string() ? it->get<std::string>() : std::string();
+    return it != line.end() && it->is_string() ? it->template get<std::string>() : std::string();
 }
 
-int64_t IntField(const Json& line, const char* key, int64_t fallback)
+template <typename JsonObject> int64_t IntField(const JsonObject& line, const char* key, int64_t fallback)
 {
     const auto it = line.find(key);
-    return it != line.end() && it->is_number() ? it->get<int64_t>() : fallback;
+    return it != line.end() && it->is_number() ? it->template get<int64_t>() : fallback;
 }
 
 bool ReadTruth(const Json& line, NightTruth& night)
@@ -291,19 +291,19 @@ private:
     int64_t lastMs_ = 0;
 };
 
-double NumberOrNaN(const Json& value)
+double NumberOrNaN(const MetricsJson& value)
 {
     return value.is_number() ? value.get<double>() : std::numeric_limits<double>::quiet_NaN();
 }
 
 // The rule's asleep spans of one metrics night, appended to `spans`.
-void AppendAsleep(const Json& rule, std::vector<TimeSpan>& spans)
+void AppendAsleep(const MetricsJson& rule, std::vector<TimeSpan>& spans)
 {
     const auto asleep = rule.find("asleep");
     if (asleep == rule.end() || !asleep->is_array()) {
         return;
     }
-    for (const Json& span : *asleep) {
+    for (const MetricsJson& span : *asleep) {
         if (span.is_array() && span.size() == 2 && span[0].is_number() && span[1].is_number()) {
             spans.push_back(TimeSpan{span[0].get<int64_t>(), span[1].get<int64_t>()});
         }
@@ -337,7 +337,7 @@ void ReadMetrics(RunRecord& record)
 
 void ReadScenario(const std::string& dir, RunRecord& record)
 {
-    Json scenario;
+    MetricsJson scenario;
     std::string ignored;
     if (ReadJsonFile(dir + "/scenario.json", scenario, ignored) && scenario.is_object()) {
         record.timeZone = scenario.value("timeZone", std::string());
@@ -350,14 +350,14 @@ void ReadScenario(const std::string& dir, RunRecord& record)
 
 } // namespace
 
-bool ReadJsonFile(const std::string& path, Json& value, std::string& error)
+bool ReadJsonFile(const std::string& path, MetricsJson& value, std::string& error)
 {
     std::ifstream in(path, std::ios::binary);
     if (!in) {
         error = "cannot read '" + path + "'" + (FileExists(path) ? "" : ": no such file");
         return false;
     }
-    value = Json::parse(in, nullptr, false);
+    value = MetricsJson::parse(in, nullptr, false);
     if (value.is_discarded()) {
         error = "'" + path + "' is not valid JSON";
         return false;
@@ -396,14 +396,14 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
     return true;
 }
 
-std::vector<MetricsNight> MetricsNights(const Json& metrics)
+std::vector<MetricsNight> MetricsNights(const MetricsJson& metrics)
 {
     std::vector<MetricsNight> nights;
     if (!metrics.is_object() || !metrics.contains("nights") || !metrics["nights"].is_array()) {
         return nights;
     }
     const std::vector<std::string> rules = MetricsRules(metrics);
-    for (const Json& entry : metrics["nights"]) {
+    for (const MetricsJson& entry : metrics["nights"]) {
         if (!entry.is_object()) {
             continue;
         }
@@ -413,7 +413,7 @@ std::vector<MetricsNight> MetricsNights(const Json& metrics)
         if (night.night.empty()) {
             night.night = StringField(entry, "date");
         }
-        const Json& holder = entry.contains("rules") && entry["rules"].is_object() ? entry["rules"] : entry;
+        const MetricsJson& holder = entry.contains("rules") && entry["rules"].is_object() ? entry["rules"] : entry;
         for (const std::string& rule : rules) {
             if (holder.contains(rule) && holder[rule].is_object()) {
                 night.rules[rule] = &holder[rule];
@@ -424,7 +424,7 @@ std::vector<MetricsNight> MetricsNights(const Json& metrics)
     return nights;
 }
 
-RuleScores ScoresOf(const Json& rule)
+RuleScores ScoresOf(const MetricsJson& rule)
 {
     RuleScores scores;
     for (auto it = rule.begin(); it != rule.end(); ++it) {
@@ -445,11 +445,11 @@ RuleScores ScoresOf(const Json& rule)
     return scores;
 }
 
-std::vector<std::string> MetricsRules(const Json& metrics)
+std::vector<std::string> MetricsRules(const MetricsJson& metrics)
 {
     std::vector<std::string> rules;
     if (metrics.is_object() && metrics.contains("rules") && metrics["rules"].is_array()) {
-        for (const Json& rule : metrics["rules"]) {
+        for (const MetricsJson& rule : metrics["rules"]) {
             if (rule.is_string()) {
                 rules.push_back(rule.get<std::string>());
             }
