@@ -54,8 +54,13 @@ struct Announcement {
     int64_t wakeMs = 0;
 };
 
-// One 10-minute observation: the verdict sent after it (2002 awake, 2003 asleep, 2004 light) and
-// the Bayes result reported for its record (-1 when none was reported).
+// Verdicts the plug-in sends the host after an observation.
+constexpr int32_t VERDICT_AWAKE = 2002;
+constexpr int32_t VERDICT_ASLEEP = 2003;
+constexpr int32_t VERDICT_LIGHT = 2004;
+
+// One 10-minute observation: the verdict sent after it (0 when none) and the Bayes result
+// reported for its record (-1 when none was reported).
 struct Observation {
     int64_t timeMs = 0;
     int32_t verdict = 0;

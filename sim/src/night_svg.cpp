@@ -16,9 +16,6 @@ constexpr int32_t kHalfRow = kRowHeight / 2;
 constexpr int32_t kAxisHeight = 14;
 constexpr int32_t kRightMargin = 10;
 constexpr int32_t kLongestNightMin = 16 * 60;
-constexpr int32_t kObservationMessageAwake = 2002;
-constexpr int32_t kObservationMessageAsleep = 2003;
-constexpr int32_t kObservationMessageLight = 2004;
 
 enum Row {
     ROW_TRUTH,
@@ -185,11 +182,11 @@ std::string StopReasonsSvg(const RunRecord& record, const TimeSpan& window)
 std::string VerdictClass(int32_t verdict)
 {
     switch (verdict) {
-    case kObservationMessageAwake:
+    case VERDICT_AWAKE:
         return "oa";
-    case kObservationMessageAsleep:
+    case VERDICT_ASLEEP:
         return "os";
-    case kObservationMessageLight:
+    case VERDICT_LIGHT:
         return "ol";
     default:
         return "o0";

@@ -16,8 +16,6 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr int32_t kObservationMessage = 2000;
-constexpr int32_t kAwakeVerdict = 2002;
-constexpr int32_t kLightVerdict = 2004;
 constexpr int32_t kDeepSleepReportType = 100;
 const std::string kKeyFeatureEvent = "SLEEP_KEY_FEATURE";
 
@@ -256,7 +254,7 @@ private:
         const int64_t id = IntField(line, "id", 0);
         if (id == kObservationMessage) {
             record_.observations.push_back(Observation{t, 0, -1});
-        } else if (id >= kAwakeVerdict && id <= kLightVerdict && !record_.observations.empty() &&
+        } else if (id >= VERDICT_AWAKE && id <= VERDICT_LIGHT && !record_.observations.empty() &&
                    record_.observations.back().timeMs == t) {
             record_.observations.back().verdict = static_cast<int32_t>(id);
         } else if (id == TRAINING_FINISHED_MESSAGE) {
