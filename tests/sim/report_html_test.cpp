@@ -16,6 +16,7 @@
 #include "night_svg.h"
 #include "report_html.h"
 #include "scoped_time_zone.h"
+#include "sim_cli.h"
 #include "timeline.h"
 #include "trace.h"
 
@@ -377,6 +378,31 @@ TEST_F(ReportHtmlTest, MissingOrBadFilesAreNamed)
         EXPECT_FALSE(WriteReport(dir, error)) << c.what;
         EXPECT_NE(error.find(c.error), std::string::npos) << c.what << ": " << error;
     }
+}
+
+TEST_F(ReportHtmlTest, ReportCommandRebuildsThePageOrNamesWhatIsWrong)
+{
+    RunFolder run(dir_);
+    FillTwoNights(run);
+    run.Save();
+    struct Case {
+        std::vector<std::string> args;
+        int exitCode;
+        std::string message;
+    };
+    const std::vector<Case> cases = {
+        {{"report", dir_}, EXIT_RUN_OK, "wrote " + dir_ + "/report.html"},
+        {{"report"}, EXIT_BAD_INPUT, "'report' needs exactly one output folder"},
+        {{"report", dir_, "extra"}, EXIT_BAD_INPUT, "'report' needs exactly one output folder"},
+        {{"report", dir_ + "/absent"}, EXIT_BAD_INPUT, "absent' is not an output folder"},
+    };
+    for (const Case& c : cases) {
+        std::ostringstream out;
+        std::ostringstream err;
+        EXPECT_EQ(RunSleepsimCli(c.args, out, err), c.exitCode) << err.str();
+        EXPECT_NE((out.str() + err.str()).find(c.message), std::string::npos) << out.str() << err.str();
+    }
+    EXPECT_EQ(Count(ReadFile(dir_ + "/" + REPORT_FILE), "<figure class=\"night\""), 2u);
 }
 
 TEST_F(ReportHtmlTest, LeavesTheProcessTimeZoneAsItFoundIt)
