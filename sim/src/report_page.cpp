@@ -20,7 +20,7 @@ h1{font-size:20px;margin:0 0 4px}h2{font-size:16px;margin:18px 0 6px}
 table{border-collapse:collapse;margin:4px 0}td,th{padding:2px 8px;border-bottom:1px solid #ddd;text-align:right}
 th:first-child,td:first-child{text-align:left}th{background:#f3f3f3}
 figure{margin:10px 0 4px}figcaption{font-size:12px;margin-bottom:2px}
-svg text{font:9px sans-serif;fill:#333}.ax text{text-anchor:middle}.defs{position:absolute}
+text{font:10px sans-serif;fill:#333}.ax text{text-anchor:middle}.defs{position:absolute}
 .ln{fill:#f4f4f4}.gr{stroke:#e2e2e2}.bd{fill:#c9d7ee}.sl{fill:#2b4c8c}.so{fill:#f0a030}.ul{stroke:#b03000;stroke-width:2}
 .ch{fill:#3a9d3a}.st{fill:#a8a8a8}.dp{fill:#5b2a86}.lt{fill:#b48ad8}.ew{fill:#e0669a}.nc{fill:#2f9e8f}
 .id{fill:#707070}.td{fill:#c8962a}.al{stroke:#d00000;stroke-width:2}.pw{stroke:#5b2a86;stroke-width:2;stroke-dasharray:2 1}
