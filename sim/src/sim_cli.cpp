@@ -7,6 +7,7 @@
 #include "population.h"
 #include "population_runner.h"
 #include "recorded_schedules.h"
+#include "report_html.h"
 #include "scenario.h"
 #include "sim_driver.h"
 #include "trace_reader.h"
@@ -269,7 +270,8 @@ int RunPopulationCli(const CliOptions& options, const Scenario& base, std::ostre
         << run.jobs << " at once, output in " << run.outDir << "\n";
     const PopulationResult result = RunPopulation(persons, run);
     std::string summary;
-    if (!result.ok || !GatherPopulationMetrics(run.outDir, {run.shard, result.persons}, summary, error)) {
+    if (!result.ok || !GatherPopulationMetrics(run.outDir, {run.shard, result.persons}, summary, error) ||
+        !WriteReport(run.outDir, error)) {
         err << "sleepsim: " << (result.ok ? error : result.error) << "\n";
         return EXIT_RUN_FAILED;
     }
@@ -340,6 +342,22 @@ std::string MetricsHelp()
            "(asleep, light, easyWakeup, notCareCharge), each score as {count, median, p90}.\n";
 }
 
+// "sleepsim report DIR": rebuilds the report page(s) of a finished output folder.
+int RunReportCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err)
+{
+    if (args.size() != 2 || args[1].empty() || args[1][0] == '-') {
+        err << "sleepsim: 'report' needs exactly one output folder, e.g. sleepsim report sleepsim-out\n";
+        return EXIT_BAD_INPUT;
+    }
+    std::string error;
+    if (!RebuildReports(args[1], error)) {
+        err << "sleepsim: " << error << "\n";
+        return EXIT_BAD_INPUT;
+    }
+    out << "sleepsim: wrote " << args[1] << "/" << REPORT_FILE << "\n";
+    return EXIT_RUN_OK;
+}
+
 } // namespace
 
 std::string SleepsimUsage()
@@ -349,6 +367,7 @@ std::string SleepsimUsage()
            "       sleepsim [options] (--population N | --population-file FILE | --persons-from CSV)\n"
            "                [--shard K/N] [--jobs N]\n"
            "       sleepsim merge --out DIR SHARD_DIR...\n"
+           "       sleepsim report DIR\n"
            "\n"
            "Simulates a person and their phone over days and nights on virtual time and runs the sleep\n"
            "detection plug-in through it. Same scenario and seed give byte-identical outputs.\n"
@@ -357,8 +376,9 @@ std::string SleepsimUsage()
            "  -s, --scenario FILE  scenario file (JSON; also as the first plain argument); fields left\n"
            "                       out keep the defaults below\n"
            "  -o, --out DIR        output folder (default sleepsim-out): timeline.jsonl, trace.jsonl,\n"
-           "                       summary.txt, metrics.json, scenario.json, sleepsim.log and data/\n"
-           "                       (database, preferences, settings, system events); replaced on each run\n"
+           "                       summary.txt, metrics.json, scenario.json, report.html (a page with a\n"
+           "                       picture of every night), sleepsim.log and data/ (database,\n"
+           "                       preferences, settings, system events); replaced on each run\n"
            "      --builtin NAME   starts from a built-in scenario instead of the defaults (a scenario\n"
            "                       file and the options below still apply on top); see below\n"
            "      --person SOURCE:NAME\n"
@@ -393,6 +413,8 @@ std::string SleepsimUsage()
            "  replay TRACE.jsonl   replays the trace.jsonl of an earlier run (its scenario included)\n"
            "                       instead of generating one: the outputs are byte-identical to that\n"
            "                       run's; a bad line is named with its line number and nothing runs\n"
+           "  report DIR           rebuilds DIR/report.html (for a population also each person's page)\n"
+           "                       from a finished output folder; every run writes it at its end\n"
            "\n"
            "Exit codes: 0 done, 1 the run failed, 2 bad argument or scenario (nothing run).\n"
            "\n" +
@@ -410,6 +432,9 @@ int RunSleepsimCli(const std::vector<std::string>& args, std::ostream& out, std:
 {
     if (!args.empty() && args.front() == "merge") {
         return RunMergeCli({args.begin() + 1, args.end()}, out, err);
+    }
+    if (!args.empty() && args.front() == "report") {
+        return RunReportCommand(args, out, err);
     }
     CliOptions options;
     std::string error;

@@ -18,6 +18,7 @@
 #include "parameters.h"
 #include "platform_faults.h"
 #include "progress_meter.h"
+#include "report_html.h"
 #include "settings_store.h"
 #include "simulated_phone.h"
 #include "sleep_detection.h"
@@ -96,7 +97,7 @@ public:
         host_->OnDestroy();
         Settle();
         Uninstall();
-        result.ok = WriteOutputs(result);
+        result.ok = WriteOutputs(result) && WriteReport(options_.outDir, result.error);
         return result;
     }
 

@@ -158,6 +158,7 @@ std::string StoredDataAfterANightWith(const std::string& text)
     world.RunUntil(world.Now() + 8 * kHourMs);
     engine.SleepModelTrainTest();
     world.Handler().RunUntilIdle();
+    SleepDetection::WaitForTrainingThreads(); // the training prunes rows on its own thread
     return SnapshotOfStoredData();
 }
 

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <sqlite3.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -40,7 +41,7 @@ Scenario FaultWeekScenario(const FaultWeekPlan& plan)
     fault.at = "2026-01-05 12:00"; // the start of the default scenario
     fault.until = "2026-01-10 12:00";
     fault.faultClass = plan.faultClass;
-    fault.nth = plan.nth;
+    fault.nth = plan.nth > 0 ? plan.nth : std::numeric_limits<int32_t>::max();
     fault.persistent = plan.persistent;
     scenario.faults = {fault};
     return scenario;

@@ -38,7 +38,7 @@ SimRunOutcome RunSimulationInChild(const Scenario& scenario, const std::string& 
 // cleared at noon of the fifth day, so the last two nights run without it.
 struct FaultWeekPlan {
     std::string faultClass;
-    int nth = 0; // 0 only counts the class's calls
+    int nth = 0; // 0 only counts the class's calls (armed at a call the week never reaches)
     bool persistent = false;
 };
 

@@ -33,7 +33,11 @@ std::string Absolute(const std::string& path)
 {
     std::error_code ec;
     const std::filesystem::path absolute = std::filesystem::absolute(path, ec);
-    return ec ? path : WithoutTrailingSlashes(absolute.lexically_normal().string());
+    std::string normal = ec ? path : absolute.lexically_normal().string();
+    while (normal.size() > 1 && normal.back() == '/') {
+        normal.pop_back();
+    }
+    return normal;
 }
 
 std::string OverrideRoot()

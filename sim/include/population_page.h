@@ -1,0 +1,19 @@
+#ifndef SIM_INCLUDE_POPULATION_PAGE_H
+#define SIM_INCLUDE_POPULATION_PAGE_H
+
+#include <string>
+#include <vector>
+
+namespace OHOS::Sim {
+
+// The names of the person folders of a population output (<dir>/persons/<name>/), sorted.
+std::vector<std::string> PopulationPersons(const std::string& dir);
+
+// Writes <dir>/report.html for a population: its metrics (<dir>/metrics.json), histograms of onset
+// latency and coverage per rule over all nights, and one row per person, worst first (lowest mean
+// plug-in coverage, then most missed nights), linking to the person's page when it exists.
+bool WritePopulationReport(const std::string& dir, std::string& error);
+
+} // namespace OHOS::Sim
+
+#endif // SIM_INCLUDE_POPULATION_PAGE_H

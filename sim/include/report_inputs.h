@@ -1,0 +1,120 @@
+#ifndef SIM_INCLUDE_REPORT_INPUTS_H
+#define SIM_INCLUDE_REPORT_INPUTS_H
+
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "local_calendar.h"
+#include "trace.h"
+
+namespace OHOS::Sim {
+
+// What the report reads from a finished output folder, reduced to what its pictures and tables show.
+
+// Kinds of time the night pictures draw as bands.
+enum class Band {
+    IN_BED,          // into bed until asleep
+    ASLEEP,          // truly asleep (awakenings cut out)
+    SCREEN_ON,       // screen on
+    CHARGING,        // charger connected
+    STILL,           // the phone lies still
+    DEEP,            // deep sleep as published by the plug-in
+    LIGHT,           // light sleep as published
+    EASY_WAKEUP,     // easy wake-up as published
+    NOT_CARE_CHARGE, // not-care-charge sleep as published
+    IDLE_RULE,       // the idle yardstick's asleep time
+    TIME_OF_DAY,     // the time-of-day yardstick's asleep time
+    COUNT,
+};
+constexpr size_t kBandCount = static_cast<size_t>(Band::COUNT);
+
+// Rule names as metrics.json spells them.
+inline const std::string RULE_PLUGIN = "plugin";
+inline const std::string RULE_IDLE = "idle";
+inline const std::string RULE_TIME_OF_DAY = "time_of_day";
+
+// metrics.json as read, keeping the order of its fields.
+using MetricsJson = nlohmann::ordered_json;
+
+// A moment with a short note, e.g. a deep-sleep end and why it ended.
+struct Moment {
+    int64_t timeMs = 0;
+    std::string note;
+};
+
+// A wake-up time the plug-in announced with a deep-sleep start.
+struct Announcement {
+    int64_t atMs = 0;
+    int64_t wakeMs = 0;
+};
+
+// Verdicts the plug-in sends the host after an observation.
+constexpr int32_t VERDICT_AWAKE = 2002;
+constexpr int32_t VERDICT_ASLEEP = 2003;
+constexpr int32_t VERDICT_LIGHT = 2004;
+
+// One 10-minute observation: the verdict sent after it (0 when none) and the Bayes result
+// reported for its record (-1 when none was reported).
+struct Observation {
+    int64_t timeMs = 0;
+    int32_t verdict = 0;
+    int32_t bayes = -1;
+};
+
+// One rule's scores of one night as metrics.json gives them; NaN when absent.
+struct RuleScores {
+    double onsetLatencyMin = std::numeric_limits<double>::quiet_NaN();
+    double coverage = std::numeric_limits<double>::quiet_NaN(); // share 0..1
+    bool missed = true;                                         // no asleep time in the night
+};
+
+struct ReportNight {
+    NightTruth truth; // date, weekend, bed, phone down, onset, wake, alarm (truth times from the timeline)
+    std::map<std::string, RuleScores> scores; // by rule, when metrics.json has the night
+};
+
+struct RunRecord {
+    std::string person;
+    std::string timeZone;
+    std::vector<ReportNight> nights;
+    std::array<std::vector<TimeSpan>, kBandCount> bands; // each sorted by begin
+    std::vector<int64_t> unlocks;
+    std::vector<int64_t> alarms; // distinct alarm times the phone was set to
+    std::vector<Observation> observations;
+    std::vector<Moment> deepEnds; // note: why deep sleep stopped
+    std::vector<Announcement> announcements;
+    std::vector<Moment> trainings; // note: "ok" or "failed"
+    MetricsJson metrics;           // metrics.json, null when the folder has none
+};
+
+// Reads trace.jsonl, timeline.jsonl, scenario.json (for the time zone and the person's name) and,
+// when present, metrics.json of a single-run folder. Sets the process time zone to the scenario's.
+// Lines of unknown shape are skipped; a line that is not JSON is named in the error.
+bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error);
+
+// Reads a JSON file; false with an error naming it when it is missing or malformed.
+bool ReadJsonFile(const std::string& path, MetricsJson& value, std::string& error);
+
+// Per-night records of metrics.json (tolerant of where a night keeps its rules): for each night,
+// its person, its date and, per rule, the rule's object.
+struct MetricsNight {
+    std::string person;
+    std::string night;
+    std::map<std::string, const MetricsJson*> rules;
+};
+std::vector<MetricsNight> MetricsNights(const MetricsJson& metrics);
+// A rule object's scores: the numeric field whose name mentions "onset" and the one mentioning
+// "coverage"; missed when the rule has no asleep span (or no onset latency).
+RuleScores ScoresOf(const MetricsJson& rule);
+// The rule names metrics.json lists, or the three known ones.
+std::vector<std::string> MetricsRules(const MetricsJson& metrics);
+
+} // namespace OHOS::Sim
+
+#endif // SIM_INCLUDE_REPORT_INPUTS_H

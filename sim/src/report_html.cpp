@@ -1,0 +1,122 @@
+#include "report_html.h"
+
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <optional>
+
+#include "night_svg.h"
+#include "population_page.h"
+#include "population_runner.h"
+#include "report_inputs.h"
+#include "report_page.h"
+
+namespace OHOS::Sim {
+
+namespace {
+
+// Sets the process time zone back to what it was when the guard was made.
+class TimeZoneGuard {
+public:
+    TimeZoneGuard()
+    {
+        const char* zone = std::getenv("TZ");
+        if (zone != nullptr) {
+            previous_ = zone;
+        }
+    }
+    ~TimeZoneGuard()
+    {
+        if (previous_) {
+            SetProcessTimeZone(*previous_);
+        } else {
+            unsetenv("TZ");
+            tzset();
+        }
+    }
+    TimeZoneGuard(const TimeZoneGuard&) = delete;
+    TimeZoneGuard& operator=(const TimeZoneGuard&) = delete;
+
+private:
+    std::optional<std::string> previous_;
+};
+
+bool IsDirectory(const std::string& path)
+{
+    std::error_code ec;
+    return std::filesystem::is_directory(path, ec);
+}
+
+// Whether the folder is a person's folder inside a population output (persons/<name>/).
+bool InPopulation(const std::string& dir)
+{
+    const std::filesystem::path path = std::filesystem::absolute(dir).lexically_normal();
+    const std::filesystem::path folder = path.filename().empty() ? path.parent_path() : path;
+    return folder.parent_path().filename() == PERSONS_DIR;
+}
+
+std::string RunPage(const std::string& dir, const RunRecord& record)
+{
+    const bool withMetrics = !record.metrics.is_null();
+    std::string html = PageHead("Sleep report: " + record.person);
+    if (InPopulation(dir)) {
+        html += "<p><a href=\"../../" + REPORT_FILE + "\">\u2190 all persons</a></p>\n";
+    }
+    html += "<h1>Sleep report: " + EscapeHtml(record.person) + "</h1>\n<p class=\"note\">" +
+            std::to_string(record.nights.size()) + " nights";
+    if (!record.nights.empty()) {
+        html += " ending " + FormatCivilDate(record.nights.front().truth.wakeDate) + " to " +
+                FormatCivilDate(record.nights.back().truth.wakeDate);
+    }
+    html += ", local time " + EscapeHtml(record.timeZone) + "</p>\n";
+    if (withMetrics) {
+        html += "<h2>Metrics</h2>\n" + SummaryTable(record.metrics);
+    } else {
+        html += "<p class=\"note\">No metrics.json in this folder: the rules' scores are not shown.</p>\n";
+    }
+    html += "<h2>Nights</h2>\n" + NightLegendSvg(withMetrics) + NightSvgDefs(withMetrics);
+    for (size_t night = 0; night < record.nights.size(); ++night) {
+        html += "<figure class=\"night\" id=\"n" + FormatCivilDate(record.nights[night].truth.wakeDate) +
+                "\"><figcaption>" + NightCaption(record, night) + "</figcaption>" +
+                NightSvg(record, night, withMetrics) + "</figure>\n";
+    }
+    return html + "</body></html>\n";
+}
+
+bool WriteRunReport(const std::string& dir, std::string& error)
+{
+    RunRecord record;
+    return ReadRunFolder(dir, record, error) &&
+           WriteFileAtomically(dir + "/" + REPORT_FILE, RunPage(dir, record), error);
+}
+
+bool IsPopulation(const std::string& dir)
+{
+    return IsDirectory(dir + "/" + PERSONS_DIR);
+}
+
+} // namespace
+
+bool WriteReport(const std::string& outDir, std::string& error)
+{
+    if (!IsDirectory(outDir)) {
+        error = "'" + outDir + "' is not an output folder";
+        return false;
+    }
+    TimeZoneGuard zone;
+    return IsPopulation(outDir) ? WritePopulationReport(outDir, error) : WriteRunReport(outDir, error);
+}
+
+bool RebuildReports(const std::string& outDir, std::string& error)
+{
+    if (IsDirectory(outDir) && IsPopulation(outDir)) {
+        for (const std::string& name : PopulationPersons(outDir)) {
+            if (!WriteReport(outDir + "/" + PERSONS_DIR + "/" + name, error)) {
+                return false;
+            }
+        }
+    }
+    return WriteReport(outDir, error);
+}
+
+} // namespace OHOS::Sim

@@ -1,0 +1,442 @@
+#include "report_inputs.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+
+#include "night_summary.h"
+#include "trace_reader.h"
+
+namespace OHOS::Sim {
+
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr int32_t kObservationMessage = 2000;
+constexpr int32_t kDeepSleepReportType = 100;
+const std::string kKeyFeatureEvent = "SLEEP_KEY_FEATURE";
+
+bool FileExists(const std::string& path)
+{
+    std::error_code ec;
+    return std::filesystem::is_regular_file(path, ec);
+}
+
+// Calls `onLine` with every JSON line of a JSON Lines file; false with an error naming the file and
+// the line when the file cannot be read or a line is not JSON.
+bool ForEachJsonLine(const std::string& path, const std::function<void(const Json&)>& onLine, std::string& error)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        error = "cannot read '" + path + "'" + (FileExists(path) ? "" : ": no such file");
+        return false;
+    }
+    std::string text;
+    for (size_t number = 1; std::getline(in, text); ++number) {
+        if (text.empty()) {
+            continue;
+        }
+        const Json line = Json::parse(text, nullptr, false);
+        if (line.is_discarded()) {
+            error = path + ":" + std::to_string(number) + ": not a JSON line";
+            return false;
+        }
+        if (line.is_object()) {
+            onLine(line);
+        }
+    }
+    return true;
+}
+
+template <typename JsonObject> std::string StringField(const JsonObject& line, const char* key)
+{
+    const auto it = line.find(key);
+    return it != line.end() && it->is_string() ? it->template get<std::string>() : std::string();
+}
+
+template <typename JsonObject> int64_t IntField(const JsonObject& line, const char* key, int64_t fallback)
+{
+    const auto it = line.find(key);
+    return it != line.end() && it->is_number() ? it->template get<int64_t>() : fallback;
+}
+
+// Turns on/off changes of one state into spans; a span still open at the end runs to `endMs`.
+class SpanTracker {
+public:
+    void Set(int64_t t, bool on)
+    {
+        if (on && since_ < 0) {
+            since_ = t;
+        } else if (!on && since_ >= 0) {
+            spans_.push_back(TimeSpan{since_, t});
+            since_ = -1;
+        }
+    }
+    bool Open() const { return since_ >= 0; }
+    std::vector<TimeSpan> Finish(int64_t endMs)
+    {
+        Set(std::max(endMs, since_), false);
+        return std::move(spans_);
+    }
+
+private:
+    int64_t since_ = -1;
+    std::vector<TimeSpan> spans_;
+};
+
+// Turns the phone's events of the trace into the bands and marks of the picture.
+class PhoneEventReader {
+public:
+    explicit PhoneEventReader(RunRecord& record) : record_(record) {}
+
+    void Read(const TraceEvent& event)
+    {
+        const int64_t t = event.timeMs;
+        lastMs_ = std::max(lastMs_, t);
+        switch (event.kind) {
+        case TraceKind::SCREEN_ON:
+        case TraceKind::SCREEN_OFF:
+            screen_.Set(t, event.kind == TraceKind::SCREEN_ON);
+            break;
+        case TraceKind::POWER_CONNECTED:
+        case TraceKind::POWER_DISCONNECTED:
+            charging_.Set(t, event.kind == TraceKind::POWER_CONNECTED);
+            break;
+        case TraceKind::STILL:
+        case TraceKind::MOVE:
+            still_.Set(t, event.kind == TraceKind::STILL);
+            break;
+        case TraceKind::UNLOCK:
+            record_.unlocks.push_back(t);
+            break;
+        case TraceKind::NEXT_ALARM:
+            if (event.number > 0) {
+                record_.alarms.push_back(event.number);
+            }
+            break;
+        default:
+            break;
+        }
+    }
+
+    void Finish()
+    {
+        record_.bands[static_cast<size_t>(Band::SCREEN_ON)] = screen_.Finish(lastMs_);
+        record_.bands[static_cast<size_t>(Band::CHARGING)] = charging_.Finish(lastMs_);
+        record_.bands[static_cast<size_t>(Band::STILL)] = still_.Finish(lastMs_);
+        std::sort(record_.alarms.begin(), record_.alarms.end());
+        record_.alarms.erase(std::unique(record_.alarms.begin(), record_.alarms.end()), record_.alarms.end());
+        std::vector<TimeSpan>& inBed = record_.bands[static_cast<size_t>(Band::IN_BED)];
+        for (const ReportNight& night : record_.nights) {
+            if (night.truth.bedMs >= 0 && night.truth.onsetMs > night.truth.bedMs) {
+                inBed.push_back(TimeSpan{night.truth.bedMs, night.truth.onsetMs});
+            }
+        }
+    }
+
+private:
+    RunRecord& record_;
+    SpanTracker screen_;
+    SpanTracker charging_;
+    SpanTracker still_;
+    int64_t lastMs_ = 0;
+};
+
+bool IsSleepFlag(const Json& want)
+{
+    const auto params = want.find("params");
+    return params != want.end() && params->is_object() && params->value("isSleep", false);
+}
+
+// Reads what the plug-in published and was told, and the truth markers, from the timeline.
+class TimelineReader {
+public:
+    explicit TimelineReader(RunRecord& record) : record_(record) {}
+
+    void Read(const Json& line)
+    {
+        const int64_t t = IntField(line, "t", -1);
+        const std::string type = StringField(line, "type");
+        lastMs_ = std::max(lastMs_, t);
+        if (type == TIMELINE_TRUTH) {
+            asleep_.Set(t, StringField(line, "what") == "asleep");
+        } else if (type == TIMELINE_COMMON_EVENT) {
+            ReadPublished(t, line);
+        } else if (type == TIMELINE_HOST_MESSAGE) {
+            ReadMessage(t, line);
+        } else if (type == TIMELINE_SYSTEM_EVENT) {
+            ReadSystemEvent(t, line);
+        }
+    }
+
+    void Finish()
+    {
+        record_.bands[static_cast<size_t>(Band::ASLEEP)] = asleep_.Finish(lastMs_);
+        for (size_t i = 0; i < kTracked; ++i) {
+            record_.bands[static_cast<size_t>(kPublished[i].band)] = published_[i].Finish(lastMs_);
+        }
+        for (Moment& end : record_.deepEnds) {
+            const auto reason = stopReasons_.find(end.timeMs);
+            end.note = reason == stopReasons_.end() ? "" : StopReasonText(reason->second);
+        }
+        for (Observation& observation : record_.observations) {
+            const auto bayes = bayes_.find(observation.timeMs);
+            observation.bayes = bayes == bayes_.end() ? -1 : bayes->second;
+        }
+    }
+
+private:
+    struct Published {
+        const std::string& action;
+        Band band;
+    };
+    static constexpr size_t kTracked = 4;
+    inline static const Published kPublished[kTracked] = {{DEEP_SLEEP_EVENT, Band::DEEP},
+        {LIGHT_SLEEP_EVENT, Band::LIGHT}, {EASY_WAKEUP_EVENT, Band::EASY_WAKEUP},
+        {NOT_CARE_CHARGE_EVENT, Band::NOT_CARE_CHARGE}};
+
+    void ReadPublished(int64_t t, const Json& line)
+    {
+        const std::string action = StringField(line, "action");
+        const auto want = line.find("want");
+        if (want == line.end() || !want->is_object()) {
+            return;
+        }
+        const bool on = IsSleepFlag(*want);
+        if (action == DEEP_SLEEP_EVENT && !on && published_[0].Open()) {
+            record_.deepEnds.push_back(Moment{t, ""});
+        }
+        for (size_t i = 0; i < kTracked; ++i) {
+            if (action == kPublished[i].action) {
+                published_[i].Set(t, on);
+            }
+        }
+        if (action == DEEP_SLEEP_EVENT && on) {
+            const int64_t wakeup = IntField((*want)["params"], "wakeupTime", -1);
+            if (wakeup > 0) {
+                record_.announcements.push_back(Announcement{t, wakeup});
+            }
+        }
+    }
+
+    void ReadMessage(int64_t t, const Json& line)
+    {
+        const int64_t id = IntField(line, "id", 0);
+        if (id == kObservationMessage) {
+            record_.observations.push_back(Observation{t, 0, -1});
+        } else if (id >= VERDICT_AWAKE && id <= VERDICT_LIGHT && !record_.observations.empty() &&
+                   record_.observations.back().timeMs == t) {
+            record_.observations.back().verdict = static_cast<int32_t>(id);
+        } else if (id == TRAINING_FINISHED_MESSAGE) {
+            const auto want = line.find("want");
+            const bool ok = want != line.end() && want->is_object() &&
+                            (*want).value("params", Json::object()).value("isTrainSuccess", false);
+            record_.trainings.push_back(Moment{t, ok ? "ok" : "failed"});
+        }
+    }
+
+    void ReadSystemEvent(int64_t t, const Json& line)
+    {
+        const std::string name = StringField(line, "name");
+        const auto params = line.find("params");
+        if (params == line.end() || !params->is_object()) {
+            return;
+        }
+        if (name == POWER_BRAIN_STATE_EVENT && IntField(*params, "TYPE", 0) == kDeepSleepReportType &&
+            IntField(*params, "VALUE", 0) < 0) {
+            stopReasons_[t] = static_cast<int32_t>(IntField(*params, "VALUE", 0));
+        } else if (name == kKeyFeatureEvent) {
+            bayes_[IntField(*params, "RECORD_TIMESTAMP", -1)] =
+                static_cast<int32_t>(IntField(*params, "BAYES_RESULT", -1));
+        }
+    }
+
+    RunRecord& record_;
+    SpanTracker asleep_;
+    SpanTracker published_[kTracked];
+    std::map<int64_t, int32_t> stopReasons_; // by the time of the deep-sleep end they explain
+    std::map<int64_t, int32_t> bayes_;       // by the observation's timestamp
+    int64_t lastMs_ = 0;
+};
+
+double NumberOrNaN(const MetricsJson& value)
+{
+    return value.is_number() ? value.get<double>() : std::numeric_limits<double>::quiet_NaN();
+}
+
+// The rule's asleep spans of one metrics night, appended to `spans`.
+void AppendAsleep(const MetricsJson& rule, std::vector<TimeSpan>& spans)
+{
+    const auto asleep = rule.find("asleep");
+    if (asleep == rule.end() || !asleep->is_array()) {
+        return;
+    }
+    for (const MetricsJson& span : *asleep) {
+        if (span.is_array() && span.size() == 2 && span[0].is_number() && span[1].is_number()) {
+            spans.push_back(TimeSpan{span[0].get<int64_t>(), span[1].get<int64_t>()});
+        }
+    }
+}
+
+void ReadMetrics(RunRecord& record)
+{
+    std::map<std::string, ReportNight*> byDate;
+    for (ReportNight& night : record.nights) {
+        byDate[FormatCivilDate(night.truth.wakeDate)] = &night;
+    }
+    for (const MetricsNight& night : MetricsNights(record.metrics)) {
+        for (const auto& [rule, values] : night.rules) {
+            if (rule == RULE_IDLE || rule == RULE_TIME_OF_DAY) {
+                AppendAsleep(*values,
+                    record.bands[static_cast<size_t>(rule == RULE_IDLE ? Band::IDLE_RULE : Band::TIME_OF_DAY)]);
+            }
+            const auto it = byDate.find(night.night);
+            if (it != byDate.end()) {
+                it->second->scores[rule] = ScoresOf(*values);
+            }
+        }
+    }
+    for (auto* band :
+        {&record.bands[static_cast<size_t>(Band::IDLE_RULE)], &record.bands[static_cast<size_t>(Band::TIME_OF_DAY)]}) {
+        std::sort(
+            band->begin(), band->end(), [](const TimeSpan& a, const TimeSpan& b) { return a.beginMs < b.beginMs; });
+    }
+}
+
+void ReadScenario(const std::string& dir, RunRecord& record)
+{
+    MetricsJson scenario;
+    std::string ignored;
+    if (ReadJsonFile(dir + "/scenario.json", scenario, ignored) && scenario.is_object()) {
+        record.timeZone = scenario.value("timeZone", std::string());
+        record.person = scenario.value("name", std::string());
+    }
+    if (record.person.empty()) {
+        record.person = std::filesystem::path(dir).lexically_normal().filename().string();
+    }
+}
+
+} // namespace
+
+bool ReadJsonFile(const std::string& path, MetricsJson& value, std::string& error)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        error = "cannot read '" + path + "'" + (FileExists(path) ? "" : ": no such file");
+        return false;
+    }
+    value = MetricsJson::parse(in, nullptr, false);
+    if (value.is_discarded()) {
+        error = "'" + path + "' is not valid JSON";
+        return false;
+    }
+    return true;
+}
+
+bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error)
+{
+    record = RunRecord();
+    ReadScenario(dir, record);
+    if (record.timeZone.empty()) {
+        error = "'" + dir + "/scenario.json' is missing or names no time zone (needed for local times)";
+        return false;
+    }
+    SetProcessTimeZone(record.timeZone);
+    Scenario scenario;
+    Trace trace;
+    if (!ParseTraceFile(dir + "/trace.jsonl", scenario, trace, error)) {
+        return false;
+    }
+    SetProcessTimeZone(record.timeZone);
+    for (const NightTruth& truth : trace.nights) {
+        ReportNight night;
+        night.truth = truth;
+        record.nights.push_back(night);
+    }
+    PhoneEventReader phone(record);
+    for (const TraceEvent& event : trace.events) {
+        phone.Read(event);
+    }
+    phone.Finish();
+    TimelineReader timeline(record);
+    if (!ForEachJsonLine(
+            dir + "/timeline.jsonl", [&timeline](const Json& line) { timeline.Read(line); }, error)) {
+        return false;
+    }
+    timeline.Finish();
+    const std::string metricsPath = dir + "/metrics.json";
+    if (FileExists(metricsPath)) {
+        if (!ReadJsonFile(metricsPath, record.metrics, error)) {
+            return false;
+        }
+        ReadMetrics(record);
+    }
+    return true;
+}
+
+std::vector<MetricsNight> MetricsNights(const MetricsJson& metrics)
+{
+    std::vector<MetricsNight> nights;
+    if (!metrics.is_object() || !metrics.contains("nights") || !metrics["nights"].is_array()) {
+        return nights;
+    }
+    const std::vector<std::string> rules = MetricsRules(metrics);
+    for (const MetricsJson& entry : metrics["nights"]) {
+        if (!entry.is_object()) {
+            continue;
+        }
+        MetricsNight night;
+        night.person = StringField(entry, "person");
+        night.night = StringField(entry, "night");
+        if (night.night.empty()) {
+            night.night = StringField(entry, "date");
+        }
+        const MetricsJson& holder = entry.contains("rules") && entry["rules"].is_object() ? entry["rules"] : entry;
+        for (const std::string& rule : rules) {
+            if (holder.contains(rule) && holder[rule].is_object()) {
+                night.rules[rule] = &holder[rule];
+            }
+        }
+        nights.push_back(night);
+    }
+    return nights;
+}
+
+RuleScores ScoresOf(const MetricsJson& rule)
+{
+    RuleScores scores;
+    for (auto it = rule.begin(); it != rule.end(); ++it) {
+        std::string key = it.key();
+        std::transform(key.begin(), key.end(), key.begin(), [](unsigned char c) { return std::tolower(c); });
+        if (key.find("onset") != std::string::npos && std::isnan(scores.onsetLatencyMin)) {
+            scores.onsetLatencyMin = NumberOrNaN(it.value());
+        } else if (key.find("coverage") != std::string::npos && std::isnan(scores.coverage)) {
+            scores.coverage = NumberOrNaN(it.value());
+        }
+    }
+    if (scores.coverage > 1.0) {
+        scores.coverage /= 100.0; // given in percent
+    }
+    std::vector<TimeSpan> asleep;
+    AppendAsleep(rule, asleep);
+    scores.missed = rule.contains("asleep") ? asleep.empty() : std::isnan(scores.onsetLatencyMin);
+    return scores;
+}
+
+std::vector<std::string> MetricsRules(const MetricsJson& metrics)
+{
+    std::vector<std::string> rules;
+    if (metrics.is_object() && metrics.contains("rules") && metrics["rules"].is_array()) {
+        for (const MetricsJson& rule : metrics["rules"]) {
+            if (rule.is_string()) {
+                rules.push_back(rule.get<std::string>());
+            }
+        }
+    }
+    return rules.empty() ? std::vector<std::string>{RULE_PLUGIN, RULE_IDLE, RULE_TIME_OF_DAY} : rules;
+}
+
+} // namespace OHOS::Sim
