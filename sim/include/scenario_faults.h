@@ -44,12 +44,17 @@ struct ScenarioFault {
 
 // Reads the scenario's "faults" value; on failure returns false with a message naming the field.
 bool ReadScenarioFaults(const nlohmann::ordered_json& value, std::vector<ScenarioFault>& faults, std::string& error);
+// Whether every fault happens within the run from `startMs` to `endMs`; false with a message naming
+// the first that does not.
+bool CheckScenarioFaultTimes(
+    const std::vector<ScenarioFault>& faults, int64_t startMs, int64_t endMs, std::string& error);
 // The faults in the scenario file format.
 nlohmann::ordered_json ScenarioFaultsToJson(const std::vector<ScenarioFault>& faults);
 // The help text of the "faults" field.
 std::string ScenarioFaultsHelp();
 
-// Turns the faults into trace events, with local times resolved in the process's time zone: adds
+// Turns the faults into trace events, with local times resolved in the process's time zone (faults
+// outside the run are left out, and so are fault events past its end): adds
 // events (fault markers, floods), drops the charger events the charging faults rule out, and for a
 // clock set moves every later event and night by the change, so the trace stays in the phone's
 // clock order.

@@ -614,7 +614,9 @@ bool ParseScenario(const std::string& jsonText, Scenario& scenario, std::string&
         return false;
     }
     SetProcessTimeZone(parsed.timeZone);
-    if (!ResolveDumpTimes(parsed, error)) {
+    const int64_t startMs = LocalTimeMs(parsed.startDate, kNoonMin);
+    const int64_t endMs = LocalTimeMs(AddDays(parsed.startDate, parsed.days), kNoonMin);
+    if (!ResolveDumpTimes(parsed, error) || !CheckScenarioFaultTimes(parsed.faults, startMs, endMs, error)) {
         return false;
     }
     scenario = parsed;

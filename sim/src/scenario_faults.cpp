@@ -325,6 +325,20 @@ bool ReadScenarioFaults(const Json& value, std::vector<ScenarioFault>& faults, s
     return true;
 }
 
+bool CheckScenarioFaultTimes(
+    const std::vector<ScenarioFault>& faults, int64_t startMs, int64_t endMs, std::string& error)
+{
+    for (size_t i = 0; i < faults.size(); ++i) {
+        int64_t atMs = 0;
+        if (ResolveLocalTime(faults[i].at, atMs) && (atMs < startMs || atMs >= endMs)) {
+            error = "field 'faults[" + std::to_string(i) + "].at': \"" + faults[i].at + "\" is outside the run (" +
+                    FormatLocalTime(startMs).substr(0, 16) + " to " + FormatLocalTime(endMs).substr(0, 16) + ")";
+            return false;
+        }
+    }
+    return true;
+}
+
 Json ScenarioFaultsToJson(const std::vector<ScenarioFault>& faults)
 {
     Json list = Json::array();
@@ -373,12 +387,20 @@ void ApplyScenarioFaults(const std::vector<ScenarioFault>& faults, Trace& trace)
     std::vector<TraceEvent> added;
     std::vector<ScenarioFault> clockSets;
     for (const ScenarioFault& fault : faults) {
+        int64_t atMs = 0;
+        if (!ResolveLocalTime(fault.at, atMs) || atMs < trace.startMs || atMs >= trace.endMs) {
+            continue; // outside this run (a person of a population may start on another day)
+        }
         if (fault.kind == "clock_set") {
             clockSets.push_back(fault);
         } else {
             AddFaultEvents(fault, trace, added);
         }
     }
+    // Floods and fault ends that would reach past the run end with it.
+    added.erase(std::remove_if(added.begin(), added.end(),
+                    [&trace](const TraceEvent& event) { return event.timeMs > trace.endMs; }),
+        added.end());
     trace.events.insert(trace.events.end(), added.begin(), added.end());
     std::stable_sort(trace.events.begin(), trace.events.end(),
         [](const TraceEvent& a, const TraceEvent& b) { return a.timeMs < b.timeMs; });

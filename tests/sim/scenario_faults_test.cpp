@@ -53,7 +53,10 @@ INSTANTIATE_TEST_SUITE_P(Fields, ScenarioFaultErrorTest,
         BadFault{R"({"at": "2026-01-06 02:00", "kind": "platform_fault", "class": "disk"})",
             "expected one of database, preferences_write"},
         BadFault{R"({"at": "2026-01-06 02:00", "kind": "platform_fault", "class": "database", "nth": 0})",
-            "'faults[0].nth'"}));
+            "'faults[0].nth'"},
+        BadFault{R"({"at": "2026-01-12 12:00", "kind": "service_restart"})",
+            "field 'faults[0].at': \"2026-01-12 12:00\" is outside the run (2026-01-05 12:00 to 2026-01-12 12:00)"},
+        BadFault{R"({"at": "2026-01-05 11:59", "kind": "service_restart"})", "is outside the run"}));
 
 TEST(ScenarioFaultsTest, EveryKindSurvivesTheFileRoundTrip)
 {
