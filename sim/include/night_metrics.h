@@ -137,6 +137,17 @@ std::string MetricsToJson(const RunMetrics& metrics);
 // returns false, leaves `metrics` unchanged and names the bad field in `error`.
 bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& error);
 
+// One line of a group's summary table: what it shows and its text for each rule (missed nights,
+// every score as "median / p90", nights with each state).
+struct SummaryRow {
+    std::string label;
+    std::array<std::string, kRuleCount> cells;
+};
+std::vector<SummaryRow> GroupSummaryRows(const GroupSummary& group);
+
+// "median / p90" with `decimals` decimals, "-" without values.
+std::string FormatStats(const Stats& stats, int32_t decimals);
+
 // A readable table of the summary: the plug-in beside the yardsticks, after the first week and in it.
 std::string FormatMetricsSummary(const RunMetrics& metrics);
 

@@ -425,7 +425,9 @@ std::string Cell(const std::string& text, size_t width)
     return text.size() >= width ? text + " " : text + std::string(width - text.size(), ' ');
 }
 
-std::string StatsText(const Stats& stats, int32_t decimals)
+} // namespace
+
+std::string FormatStats(const Stats& stats, int32_t decimals)
 {
     if (stats.count == 0) {
         return "-";
@@ -437,6 +439,8 @@ std::string StatsText(const Stats& stats, int32_t decimals)
     std::snprintf(text, sizeof(text), "%.*f / %.*f", decimals, rounded(stats.median), decimals, rounded(stats.p90));
     return text;
 }
+
+namespace {
 
 constexpr size_t kLabelWidth = 34;
 constexpr size_t kRuleWidth = 18;
@@ -457,24 +461,10 @@ void GroupTable(std::ostringstream& out, const std::string& title, const GroupSu
         out << Cell(RuleName(static_cast<Rule>(rule)), kRuleWidth);
     }
     out << "\n";
-    std::array<std::string, kRuleCount> cells;
-    for (size_t rule = 0; rule < kRuleCount; ++rule) {
-        cells[rule] = std::to_string(group.rules[rule].missed);
+    for (const SummaryRow& row : GroupSummaryRows(group)) {
+        Row(out, row.label, row.cells);
     }
-    Row(out, "missed nights", cells);
-    for (size_t i = 0; i < ScoreFields().size(); ++i) {
-        for (size_t rule = 0; rule < kRuleCount; ++rule) {
-            cells[rule] = StatsText(group.rules[rule].fields[i], ScoreFields()[i].textDecimals);
-        }
-        Row(out, ScoreFields()[i].label, cells);
-    }
-    for (size_t i = 0; i < StateFields().size(); ++i) {
-        for (size_t rule = 0; rule < kRuleCount; ++rule) {
-            cells[rule] = std::to_string(group.rules[rule].stateNights[i]);
-        }
-        Row(out, std::string("nights with ") + StateFields()[i].label, cells);
-    }
-    out << "  " << Cell("wake-lock s per night", kLabelWidth) << StatsText(group.wakeLockSec, 0) << "\n";
+    out << "  " << Cell("wake-lock s per night", kLabelWidth) << FormatStats(group.wakeLockSec, 0) << "\n";
 }
 
 } // namespace
@@ -634,6 +624,31 @@ bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& 
     return true;
 }
 
+std::vector<SummaryRow> GroupSummaryRows(const GroupSummary& group)
+{
+    std::vector<SummaryRow> rows;
+    SummaryRow missed{"missed nights", {}};
+    for (size_t rule = 0; rule < kRuleCount; ++rule) {
+        missed.cells[rule] = std::to_string(group.rules[rule].missed);
+    }
+    rows.push_back(missed);
+    for (size_t i = 0; i < ScoreFields().size(); ++i) {
+        SummaryRow row{ScoreFields()[i].label, {}};
+        for (size_t rule = 0; rule < kRuleCount; ++rule) {
+            row.cells[rule] = FormatStats(group.rules[rule].fields[i], ScoreFields()[i].textDecimals);
+        }
+        rows.push_back(row);
+    }
+    for (size_t i = 0; i < StateFields().size(); ++i) {
+        SummaryRow row{std::string("nights with ") + StateFields()[i].label, {}};
+        for (size_t rule = 0; rule < kRuleCount; ++rule) {
+            row.cells[rule] = std::to_string(group.rules[rule].stateNights[i]);
+        }
+        rows.push_back(row);
+    }
+    return rows;
+}
+
 std::string FormatMetricsSummary(const RunMetrics& metrics)
 {
     const MetricsSummary& summary = metrics.summary;
@@ -643,7 +658,7 @@ std::string FormatMetricsSummary(const RunMetrics& metrics)
     GroupTable(out, "after the first week", summary.afterFirstWeek);
     out << "\n";
     GroupTable(out, "first week", summary.firstWeek);
-    out << "\ntrainings per week (over persons): " << StatsText(summary.trainingsPerWeek, 1) << "\n";
+    out << "\ntrainings per week (over persons): " << FormatStats(summary.trainingsPerWeek, 1) << "\n";
     return out.str();
 }
 

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <map>
 
+#include "night_metrics.h"
 #include "night_svg.h"
 
 namespace OHOS::Sim {
@@ -28,55 +29,34 @@ text{font:10px sans-serif;fill:#333}.ax text{text-anchor:middle}.defs{position:a
 text.rs{fill:#5b2a86}.bar{fill:#5b6fa8}.note{color:#666}
 )";
 
-std::string FormatValue(const Json& value)
+// A summary value for a table cell; "-" (no values) as a dash.
+std::string StatsCell(const std::string& text)
 {
-    if (value.is_number()) {
-        return FormatNumber(value.get<double>());
-    }
-    if (value.is_string()) {
-        return EscapeHtml(value.get<std::string>());
-    }
-    if (value.is_boolean()) {
-        return value.get<bool>() ? "yes" : "no";
-    }
-    if (value.is_array()) {
-        std::string text;
-        for (const Json& item : value) {
-            text += (text.empty() ? "" : ", ") + FormatValue(item);
-        }
-        return text;
-    }
-    return "\u2013";
+    return text == "-" ? "\u2013" : EscapeHtml(text);
 }
 
-// A summary value with the path that leads to it, e.g. {"plugin", "onsetLatencyMin", "median"}.
-struct Leaf {
-    std::vector<std::string> path;
-    const Json* value = nullptr;
-};
-
-constexpr size_t kLongestShownArray = 4;
-
-void CollectLeaves(const Json& value, std::vector<std::string>& path, std::vector<Leaf>& leaves)
+// One group of nights (after the first week, the first week) as a table: a row per measure, a
+// column per rule, each value "median / p90".
+std::string GroupTableHtml(const std::string& title, const GroupSummary& group)
 {
-    if (value.is_object()) {
-        for (auto it = value.begin(); it != value.end(); ++it) {
-            path.push_back(it.key());
-            CollectLeaves(it.value(), path, leaves);
-            path.pop_back();
+    if (group.nights == 0) {
+        return "";
+    }
+    std::string html = "<table class=\"metrics\"><tr><th>" + EscapeHtml(title) + " (" + std::to_string(group.nights) +
+                       " nights)</th>";
+    for (size_t rule = 0; rule < kRuleCount; ++rule) {
+        html += "<th>" + EscapeHtml(RuleTitle(RuleName(static_cast<Rule>(rule)))) + "</th>";
+    }
+    html += "</tr>\n";
+    for (const SummaryRow& row : GroupSummaryRows(group)) {
+        html += "<tr><td>" + EscapeHtml(row.label) + "</td>";
+        for (const std::string& cell : row.cells) {
+            html += "<td>" + StatsCell(cell) + "</td>";
         }
-    } else if (!value.is_array() || value.size() <= kLongestShownArray) {
-        leaves.push_back(Leaf{path, &value});
+        html += "</tr>\n";
     }
-}
-
-std::string Joined(const std::vector<std::string>& parts)
-{
-    std::string text;
-    for (const std::string& part : parts) {
-        text += (text.empty() ? "" : " ") + part;
-    }
-    return text;
+    return html + "<tr><td>wake-lock s per night</td><td colspan=\"" + std::to_string(kRuleCount) + "\">" +
+           StatsCell(FormatStats(group.wakeLockSec, 0)) + "</td></tr></table>\n";
 }
 
 } // namespace
@@ -125,47 +105,21 @@ std::string FormatNumber(double value)
     return out == "-0" ? "0" : out;
 }
 
-std::string SummaryTable(const Json& metrics)
+std::string SummaryTable(const Json& metricsJson)
 {
-    if (!metrics.is_object() || !metrics.contains("summary")) {
-        return "<p class=\"note\">metrics.json has no summary.</p>\n";
+    RunMetrics metrics;
+    std::string error;
+    if (!MetricsFromJson(metricsJson.dump(), metrics, error)) {
+        return "<p class=\"note\">metrics.json cannot be read: " + EscapeHtml(error) + "</p>\n";
     }
-    const std::vector<std::string> rules = MetricsRules(metrics);
-    std::vector<Leaf> leaves;
-    std::vector<std::string> path;
-    CollectLeaves(metrics["summary"], path, leaves);
-    std::vector<std::string> rowOrder;
-    std::map<std::string, std::map<std::string, std::string>> cells;
-    std::string general;
-    for (const Leaf& leaf : leaves) {
-        const auto rule = std::find_first_of(leaf.path.begin(), leaf.path.end(), rules.begin(), rules.end());
-        if (rule == leaf.path.end()) {
-            general += "<li>" + EscapeHtml(Joined(leaf.path)) + ": " + FormatValue(*leaf.value) + "</li>";
-            continue;
-        }
-        std::vector<std::string> rest(leaf.path.begin(), rule);
-        rest.insert(rest.end(), rule + 1, leaf.path.end());
-        const std::string row = Joined(rest);
-        if (cells.find(row) == cells.end()) {
-            rowOrder.push_back(row);
-        }
-        cells[row][*rule] = FormatValue(*leaf.value);
-    }
-    std::string html = general.empty() ? "" : "<ul>" + general + "</ul>\n";
-    html += "<table class=\"metrics\"><tr><th>measure</th>";
-    for (const std::string& rule : rules) {
-        html += "<th>" + EscapeHtml(RuleTitle(rule)) + "</th>";
-    }
-    html += "</tr>\n";
-    for (const std::string& row : rowOrder) {
-        html += "<tr><td>" + EscapeHtml(row) + "</td>";
-        for (const std::string& rule : rules) {
-            const auto cell = cells[row].find(rule);
-            html += "<td>" + (cell == cells[row].end() ? std::string("\u2013") : cell->second) + "</td>";
-        }
-        html += "</tr>\n";
-    }
-    return html + "</table>\n";
+    const MetricsSummary& summary = metrics.summary;
+    return "<p class=\"note\">" + std::to_string(summary.persons.size()) + " person(s), " +
+           std::to_string(summary.all.nights) +
+           " nights. Values are median / 90th percentile over nights; latencies and errors are detected minus "
+           "true, in minutes. Trainings per week: " +
+           EscapeHtml(FormatStats(summary.trainingsPerWeek, 1)) + ".</p>\n" +
+           GroupTableHtml("after the first week", summary.afterFirstWeek) +
+           GroupTableHtml("first week", summary.firstWeek);
 }
 
 } // namespace OHOS::Sim

@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "local_calendar.h"
+#include "night_metrics.h"
 #include "night_summary.h"
 #include "night_svg.h"
 #include "report_html.h"
@@ -316,18 +317,31 @@ TEST_F(ReportHtmlTest, MetricsAddTheRulesRowsAndTableOnlyWhenPresent)
     EXPECT_EQ(page.find("class=\"id\""), std::string::npos);
     EXPECT_NE(page.find("No metrics.json"), std::string::npos);
 
-    const Json summary{{"nights", 2}, {"plugin", {{"onsetLatencyMin", {{"median", 15}, {"p90", 17.25}}}}},
-        {"idle", {{"onsetLatencyMin", {{"median", 61}, {"p90", 70}}}}}};
-    run.Metrics(Metrics({MetricsNight("default", "2026-01-06", 0.93, {{At(24, 0), At(26, 0)}})}, summary));
+    // One night of 8 hours' true sleep: the plug-in asleep from 30 minutes after the onset to the wake,
+    // the idle rule from 00:00 to 02:00, the time-of-day rule never.
+    NightRecord night;
+    night.person = "default";
+    night.night = "2026-01-06";
+    night.window = {At(12, 0), At(36, 0)};
+    night.sleep = {{At(23, 0), At(31, 0)}};
+    night.verdicts[static_cast<size_t>(Rule::PLUGIN)].asleep = {{At(23, 30), At(31, 0)}};
+    night.verdicts[static_cast<size_t>(Rule::IDLE)].asleep = {{At(24, 0), At(26, 0)}};
+    RunMetrics one;
+    one.nights = {night};
+    run.Write("metrics.json", MetricsToJson(MergeMetrics({one})));
     page = run.Report();
     EXPECT_NE(page.find("<path class=\"id\" d=\"M" + std::to_string(XAfterNine(3, 0)) + " " + std::to_string(RowY(8)) +
                         "h120v10h-120z"),
         std::string::npos);
-    EXPECT_NE(page.find("<th>plug-in</th><th>idle rule</th><th>time of day</th>"), std::string::npos);
-    EXPECT_NE(
-        page.find("<tr><td>onsetLatencyMin p90</td><td>17.25</td><td>70</td><td>\u2013</td></tr>"), std::string::npos);
-    EXPECT_NE(page.find("<li>nights: 2</li>"), std::string::npos);
-    EXPECT_NE(page.find("coverage plug-in 93%, idle rule 0%, time of day 50%"), std::string::npos);
+    EXPECT_NE(page.find("<tr><th>first week (1 nights)</th><th>plug-in</th><th>idle rule</th><th>time of day</th>"),
+        std::string::npos);
+    EXPECT_NE(page.find("<tr><td>missed nights</td><td>0</td><td>0</td><td>1</td></tr>"), std::string::npos);
+    EXPECT_NE(page.find("<tr><td>onset latency, min</td><td>30 / 30</td><td>60 / 60</td><td>\u2013</td></tr>"),
+        std::string::npos);
+    EXPECT_NE(page.find("<tr><td>coverage of true sleep</td><td>0.94 / 0.94</td><td>0.25 / 0.25</td><td>0.00 / "
+                        "0.00</td></tr>"),
+        std::string::npos);
+    EXPECT_NE(page.find("coverage plug-in 94%, idle rule 25%, time of day 0%"), std::string::npos);
 }
 
 TEST_F(ReportHtmlTest, PopulationPageListsPersonsWorstFirstWithLinks)
