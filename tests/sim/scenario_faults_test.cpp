@@ -15,6 +15,27 @@ namespace {
 
 constexpr int64_t kMsPerMinute = 60 * 1000;
 
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define UNDER_ADDRESS_SANITIZER 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__)
+#define UNDER_ADDRESS_SANITIZER 1
+#endif
+
+// A flood may not make the run hold much more memory than the same run without it. Under the
+// address sanitizer the resident size is mostly its quarantine of freed memory, so it is not compared.
+void ExpectMemoryBounded(const SimRunOutcome& run, const SimRunOutcome& clean)
+{
+#ifdef UNDER_ADDRESS_SANITIZER
+    (void)run;
+    (void)clean;
+#else
+    EXPECT_LT(run.peakRssKb, clean.peakRssKb * 3 / 2);
+#endif
+}
+
 std::string WithFaults(const std::string& faults)
 {
     return "{\"days\": 7, \"faults\": [" + faults + "]}";
@@ -260,13 +281,13 @@ INSTANTIATE_TEST_SUITE_P(Kinds, ScenarioFaultOutcomeTest,
             R"({"at": "2026-01-07 23:00", "kind": "notification_flood", "count": 10000})", 3,
             [](const SimRunOutcome& run, const SimRunOutcome& clean) {
                 // Memory and stored records stay bounded: the flood is not kept one row per notification.
-                EXPECT_LT(run.peakRssKb, clean.peakRssKb * 3 / 2);
+                ExpectMemoryBounded(run, clean);
                 EXPECT_LT(Rows(run, "sleep_notification_records"), Rows(clean, "sleep_notification_records") + 100);
             }},
         FaultOutcomeCase{"three_hundred_unlocks", R"({"at": "2026-01-07 23:00", "kind": "unlock_flood", "count": 300})",
             3,
             [](const SimRunOutcome& run, const SimRunOutcome& clean) {
-                EXPECT_LT(run.peakRssKb, clean.peakRssKb * 3 / 2);
+                ExpectMemoryBounded(run, clean);
                 EXPECT_LE(Rows(run, "raw_screen_state"), Rows(clean, "raw_screen_state") + 900);
             }},
         FaultOutcomeCase{"never_charged", R"({"at": "2026-01-05 12:00", "kind": "never_charged"})", 1,
