@@ -10,8 +10,13 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <mutex>
+#include <set>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "common_event_manager.h"
 #include "data_root.h"
@@ -27,6 +32,8 @@
 #include "sleep_shared_pref.h"
 #include "sleep_table.h"
 #include "standby_service_impl.h"
+#include "time_service_client.h"
+#include "timeline.h"
 #include "user_sleep_strategy.h"
 #include "virtual_clock.h"
 
@@ -138,16 +145,27 @@ struct NightKill {
 };
 
 const std::string kCountFile = "steps.txt";
+const std::string kStepTimesFile = "step-times.txt";
 
-// Without a kill point (killAt < 0) the run writes how many steps it counted into kCountFile.
+// Without a kill point (killAt < 0) the run writes how many steps it counted into kCountFile and
+// each step's number and virtual time into kStepTimesFile.
 int RunKilledNight(void* argument)
 {
     const auto* kill = static_cast<const NightKill*>(argument);
     const int killAt = kill->killAt;
+    std::mutex mutex; // steps also come from the training thread
+    std::vector<std::pair<int, int64_t>> stepTimes;
+    const auto onStep = [killAt, &mutex, &stepTimes](int step) {
+        if (killAt < 0) {
+            std::lock_guard<std::mutex> lock(mutex);
+            stepTimes.emplace_back(step, MiscServices::TimeServiceClient::GetInstance()->GetWallTimeMs());
+        }
+        KillAtStep(step, killAt);
+    };
     if (kill->atDatabaseOperation) {
-        Emulator::RdbFaults::SetOperationObserver([killAt](int operation) { KillAtStep(operation, killAt); });
+        Emulator::RdbFaults::SetOperationObserver(onStep);
     } else {
-        Emulator::SetPreferencesWriteStepObserver([killAt](int step) { KillAtStep(step, killAt); });
+        Emulator::SetPreferencesWriteStepObserver(onStep);
     }
     Scenario scenario = DefaultScenario();
     scenario.days = 2;
@@ -158,8 +176,62 @@ int RunKilledNight(void* argument)
         std::ofstream(kill->outDir + "/" + kCountFile)
             << (kill->atDatabaseOperation ? Emulator::RdbFaults::OperationCount()
                                           : Emulator::PreferencesWriteStepCount());
+        std::ofstream times(kill->outDir + "/" + kStepTimesFile);
+        for (const auto& [step, timeMs] : stepTimes) {
+            times << step << ' ' << timeMs << '\n';
+        }
     }
     return ok ? 0 : 1;
+}
+
+// The deep sleeps the counting run published, from its timeline.
+std::vector<std::pair<int64_t, int64_t>> DeepSleepSpans(const std::string& outDir)
+{
+    std::vector<std::pair<int64_t, int64_t>> spans;
+    std::ifstream in(outDir + "/" + TIMELINE_FILE);
+    for (std::string text; std::getline(in, text);) {
+        const auto line = nlohmann::json::parse(text, nullptr, false);
+        if (line.is_discarded() || line.value("type", "") != TIMELINE_COMMON_EVENT ||
+            line.value("action", "") != kSleepStateAction) {
+            continue;
+        }
+        const bool asleep = line["want"]["params"].value("isSleep", false);
+        const int64_t t = line["t"].get<int64_t>();
+        if (asleep) {
+            spans.emplace_back(t, INT64_MAX);
+        } else if (!spans.empty() && spans.back().second == INT64_MAX) {
+            spans.back().second = t;
+        }
+    }
+    return spans;
+}
+
+// Kill points: every stride-th step, and the first and middle step inside each deep sleep of the
+// counting run, so that some kills always fall while a deep sleep is active.
+std::set<int> KillPoints(const std::string& countingDir, int range)
+{
+    std::set<int> points;
+    for (int step = 1; step <= range; step += FaultStride(range, kPointsPerLoop)) {
+        points.insert(step);
+    }
+    std::vector<std::pair<int, int64_t>> stepTimes;
+    std::ifstream in(countingDir + "/" + kStepTimesFile);
+    for (std::pair<int, int64_t> entry; in >> entry.first >> entry.second;) {
+        stepTimes.push_back(entry);
+    }
+    for (const auto& [begin, end] : DeepSleepSpans(countingDir)) {
+        std::vector<int> inside;
+        for (const auto& [step, timeMs] : stepTimes) {
+            if (timeMs > begin && timeMs < end) {
+                inside.push_back(step);
+            }
+        }
+        if (!inside.empty()) {
+            points.insert(inside.front());
+            points.insert(inside[inside.size() / 2]);
+        }
+    }
+    return points;
 }
 
 // The service starts again on the killed run's data: OnCreated must publish the end of a deep sleep
@@ -265,7 +337,7 @@ void KillNightsAndRestart(const std::string& dir, bool atDatabaseOperation, cons
     int points = 0;
     int survived = 0;
     int activeAtCrash = 0;
-    for (int killAt = 1; killAt <= range; killAt += FaultStride(range, kPointsPerLoop)) {
+    for (int killAt : KillPoints(counting.outDir, range)) {
         NightKill kill{dir + "/night", atDatabaseOperation, killAt};
         const ChildRunOutcome night = RunInChild(kill.outDir + "/" + DATA_DIR, RunKilledNight, &kill);
         std::string root = kill.outDir + "/" + DATA_DIR;
