@@ -10,12 +10,15 @@
 #include "hilog.h"
 #include "os_account_manager.h"
 #include "rdb_faults.h"
+#include "rdb_helper.h"
+#include "rdb_sql_utils.h"
 #include "sleep_database_manager.h"
 
 namespace OHOS::DevStandbyMgr {
 namespace {
 
 using Emulator::RdbFaults;
+using NativeRdb::E_OK;
 
 std::string UserDir(int32_t userId)
 {
@@ -60,17 +63,42 @@ protected:
     std::shared_ptr<SleepDatabaseManager> manager_ = SleepDatabaseManager::GetInstance();
 };
 
-// The columns of each table are pinned with its statements; here the first open must create them all.
-TEST_F(SleepDatabaseManagerTest, FirstOpenCreatesEveryTable)
+TEST_F(SleepDatabaseManagerTest, FirstOpenCreatesEveryTableWithItsStatement)
 {
     EXPECT_EQ(manager_->QueryCount(ScreenStateRecord::TABLE_NAME, ""), 0);
     EXPECT_TRUE(FileExists(root_.Path() + UserDir(100) + "/sleep.db"));
-    for (const std::string& table : {ScreenStateRecord::TABLE_NAME, SleepDurationRecord::TABLE_NAME,
-             SleepEnvironment::TABLE_NAME, SleepNotificationRecord::TABLE_NAME, SleepProbability::TABLE_NAME,
-             SleepAmbientProbability::TABLE_NAME, SleepParameter::TABLE_NAME}) {
-        EXPECT_EQ(manager_->QueryCount("sqlite_master", "type = 'table' AND name = '" + table + "'"), 1) << table;
+    // The store the manager works on, reached through the helper's cache.
+    int errCode = E_OK;
+    SleepRdbOpenCallback callback;
+    std::string path = NativeRdb::RdbSqlUtils::GetDefaultDatabasePath(UserDir(100), "sleep.db", errCode);
+    auto store = NativeRdb::RdbHelper::GetRdbStore(NativeRdb::RdbStoreConfig(path), 1, callback, errCode);
+    auto resultSet = store->QuerySql("SELECT sql FROM sqlite_master WHERE type = 'table' ORDER BY rowid");
+    ASSERT_NE(resultSet, nullptr);
+    std::vector<std::string> created;
+    std::string sql;
+    while (resultSet->GoToNextRow() == E_OK && resultSet->GetString(0, sql) == E_OK) {
+        created.push_back(sql);
     }
-    EXPECT_TRUE(log_.Texts().empty());
+    // SQLite keeps each statement as written, without its "IF NOT EXISTS".
+    const std::vector<std::string> expected = {
+        "CREATE TABLE raw_screen_state (id INTEGER PRIMARY KEY, timestamp INTEGER, state INTEGER)",
+        "CREATE TABLE sleep_duration (id INTEGER PRIMARY KEY, date_index INTEGER, begin_time INTEGER, end_time "
+        "INTEGER, week_day INTEGER)",
+        "CREATE TABLE sleep_environment (id INTEGER PRIMARY KEY, timestamp INTEGER, screen_off_duration INTEGER, "
+        "user_stationary_duration INTEGER, charge_state INTEGER, light FLOAT, light_dark_duration INTEGER, "
+        "proximity FLOAT, location INTEGER, label INTEGER, next_clock INTEGER, bayes_result INTEGER, "
+        "baseline_result INTEGER, is_time_ok INTEGER, wakeup_time INTEGER)",
+        "CREATE TABLE sleep_notification_records (id INTEGER PRIMARY KEY, timestamp INTEGER, is_has_notification "
+        "INTEGER, week_day INTEGER)",
+        "CREATE TABLE sleep_probability (id INTEGER PRIMARY KEY, time_index INTEGER, probability FLOAT, "
+        "probability_weekend FLOAT)",
+        "CREATE TABLE sleep_ambient_probability (id INTEGER PRIMARY KEY, percent INTEGER, sleep_ambient FLOAT, "
+        "unsleep_ambient FLOAT)",
+        "CREATE TABLE sleep_parameters (id INTEGER PRIMARY KEY, handled_timestamp INTEGER, "
+        "handled_report_quantify_timestamp INTEGER, handled_date_index INTEGER, sleep_home_proba FLOAT, "
+        "unsleep_home_proba FLOAT, sleep_charge_proba FLOAT, unsleep_charge_proba FLOAT, record_days INTEGER)",
+    };
+    EXPECT_EQ(created, expected);
 }
 
 // The fields a round trip must keep, per record type.
