@@ -85,15 +85,6 @@ protected:
     std::vector<StandbyMessage> messages_;
 };
 
-size_t CountText(const LogCapture& log, const std::string& text)
-{
-    size_t count = 0;
-    for (const std::string& line : log.Texts()) {
-        count += line == text ? 1 : 0;
-    }
-    return count;
-}
-
 class SleepDataCollecterTest : public CollecterTestBase {
 protected:
     void SetUp() override
@@ -210,8 +201,9 @@ TEST_F(SleepDataCollecterTest, ProximityIsSubstitutedByHostMode)
             EXPECT_FLOAT_EQ(want.GetDoubleParam("proximityOri", 0), previous) << mode << holster << " cycle " << i;
             previous = want.GetDoubleParam("proximity", 0);
         }
-        EXPECT_EQ(
-            CountText(log, "the device uses a wallet-style holster"), holster && mode != 1 && mode != 3 ? 4U : 0U);
+        const auto texts = log.Texts();
+        EXPECT_EQ(std::count(texts.begin(), texts.end(), "the device uses a wallet-style holster"),
+            holster && mode != 1 && mode != 3 ? 4 : 0);
     }
 }
 

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <ctime>
 #include <functional>
 #include <memory>
 #include <string>
@@ -45,20 +44,19 @@ const std::string kNotCareParam = "resourceschedule.sleep.user_mode_not_care_cha
 const std::string kDayClockTask = "stop_user_sleep_force_task";
 const std::string kRecordTask = "stop_record_notification_task";
 const std::string kRecordingStopped = "stop recording notification messages when stop device night long standby by ai";
-const std::vector<std::string> kSleepDump = {"-S", "--strategy", "-RT", "--Sleep"};
+const std::string kHeader = "\n\n=================UserSleepStrategy=========================\n";
+
+// The dump words of a test command: "-S --strategy -RT" and then `rest`.
+std::vector<std::string> TestWords(std::vector<std::string> rest)
+{
+    rest.insert(rest.begin(), {"-S", "--strategy", "-RT"});
+    return rest;
+}
 
 // Local wall-clock ms in the process time zone.
 int64_t LocalMs(int year, int month, int day, int hour, int minute, int second = 0, int64_t ms = 0)
 {
-    struct tm local {};
-    local.tm_year = year - 1900;
-    local.tm_mon = month - 1;
-    local.tm_mday = day;
-    local.tm_hour = hour;
-    local.tm_min = minute;
-    local.tm_sec = second;
-    local.tm_isdst = -1;
-    return static_cast<int64_t>(mktime(&local)) * 1000 + ms;
+    return Emulator::LocalTimeMs(year, month, day, hour, minute, second) + ms;
 }
 
 // One event seen by the permission-holding subscriber: action, isSleep, wakeupTime (-2: none carried).
@@ -121,7 +119,7 @@ public:
         strategy_ = std::make_shared<UserSleepStrategy>();
         Host()->RegisterStrategy(strategy_);
         ASSERT_EQ(Host()->OnCreated(), ERR_OK);
-        Dump({"-S", "--strategy", "-RT", "--SetMode", "1"});
+        Dump(TestWords({"--SetMode", "1"}));
     }
     // Start, then the screen goes off: the usual beginning of a night; then, if asked, deep sleep.
     void StartNight(bool deepSleep = false)
@@ -140,12 +138,7 @@ public:
         handler_->RunUntilIdle();
         return result;
     }
-    std::string SleepDump(const std::string& word)
-    {
-        std::vector<std::string> words = kSleepDump;
-        words.push_back(word);
-        return Dump(words);
-    }
+    std::string SleepDump(const std::string& word) { return Dump(TestWords({"--Sleep", word})); }
 
     void Send(const StandbyMessage& message)
     {
@@ -396,7 +389,7 @@ TEST_F(StrategyTest, ChargingBlocksDeepSleepButNotTheNotCareChargeState)
         StartNight();
         SetCharging(charging);
         published_.clear();
-        EXPECT_EQ(SleepDump("into"), "\n\n=================UserSleepStrategy=========================\nstart slp\n");
+        EXPECT_EQ(SleepDump("into"), kHeader + "start slp\n");
         EXPECT_EQ(published_, (charging ? Events{{kNotCareAction, true, -1}}
                                         : Events{{kDeepAction, true, -1}, {kNotCareAction, true, -1}}));
         EXPECT_EQ(Param(kNotCareParam), "sleep");
@@ -673,7 +666,7 @@ TEST_F(StrategyTest, TwoOnCreatedCallsReplaceTheEngineAndSubscriber)
     Send(2009);
     ASSERT_EQ(SubscriberCount(), 1u);
     EXPECT_EQ(Host()->OnCreated(), ERR_OK);
-    Dump({"-S", "--strategy", "-RT", "--SetMode", "1"});
+    Dump(TestWords({"--SetMode", "1"}));
     EXPECT_EQ(SubscriberCount(), 0u);
     handler_->FastForwardBy(300000); // the period opened before still closes cleanly
     EXPECT_EQ(SubscriberCount(), 0u);
@@ -744,8 +737,6 @@ TEST_F(StrategyTest, StoppingStatesThatAreOffPublishesNothingButTheEasyWakeupSto
     EXPECT_EQ(published_, (Events{{kEasyAction, false, -2}}));
 }
 
-const std::string kHeader = "\n\n=================UserSleepStrategy=========================\n";
-
 // name, dump words, answer
 using DumpCase = std::tuple<const char*, std::vector<std::string>, std::string>;
 class DumpAnswerTest : public StrategyTest, public ::testing::WithParamInterface<DumpCase> {};
@@ -754,13 +745,6 @@ TEST_P(DumpAnswerTest, AnswersExactly)
 {
     Start();
     EXPECT_EQ(Dump(std::get<1>(GetParam())), std::get<2>(GetParam()));
-}
-
-std::vector<std::string> TestWords(std::vector<std::string> rest)
-{
-    std::vector<std::string> words = {"-S", "--strategy", "-RT"};
-    words.insert(words.end(), rest.begin(), rest.end());
-    return words;
 }
 
 INSTANTIATE_TEST_SUITE_P(Commands, DumpAnswerTest,

@@ -8,7 +8,6 @@
 #include "data_root.h"
 #include "event_handler.h"
 #include "hilog.h"
-#include "ibase_strategy.h"
 #include "rdb_faults.h"
 #include "scoped_time_zone.h"
 #include "sleep_database_manager.h"
@@ -57,16 +56,6 @@ void ExpectTime(int64_t actual, int64_t expected, bool coarse)
     EXPECT_LE(std::llabs(actual - expected), FLOAT_STEP_MS);
 }
 
-// Receives the host's messages in order.
-class RecordingStrategy : public IBaseStrategy {
-public:
-    void HandleEvent(const StandbyMessage& message) override { messages.push_back(message); }
-    ErrCode OnCreated() override { return ERR_OK; }
-    ErrCode OnDestroy() override { return ERR_OK; }
-    void ShellDump(const std::vector<std::string>&, std::string&) override {}
-    std::vector<StandbyMessage> messages;
-};
-
 class UserSleepTrainModelTest : public testing::Test {
 protected:
     void SetUp() override
@@ -75,7 +64,8 @@ protected:
         manager_->OnUserSwitched(); // open the database under this test's data root
         handler_ = AppExecFwk::EventHandler::CreateVirtual(clock_.Shared());
         StandbyServiceImpl::GetInstance()->SetHandler(handler_);
-        StandbyServiceImpl::GetInstance()->RegisterStrategy(strategy_);
+        StandbyServiceImpl::GetInstance()->SetMessageObserver(
+            [this](const StandbyMessage& message) { messages_.push_back(message); });
     }
     void TearDown() override { StandbyServiceImpl::GetInstance()->Reset(); }
 
@@ -137,10 +127,10 @@ protected:
 
     const AAFwk::Want& FinishMessage()
     {
-        EXPECT_EQ(strategy_->messages.size(), 1U);
-        EXPECT_EQ(strategy_->messages.at(0).eventId, 2001);
-        EXPECT_TRUE(strategy_->messages[0].want.has_value());
-        return *strategy_->messages[0].want;
+        EXPECT_EQ(messages_.size(), 1U);
+        EXPECT_EQ(messages_.at(0).eventId, 2001);
+        EXPECT_TRUE(messages_[0].want.has_value());
+        return *messages_[0].want;
     }
 
     // Six nights ending 5-10 March, with a span on the day of the last screen event (11 March).
@@ -161,7 +151,7 @@ protected:
     Emulator::ScopedDataRoot root_;
     Emulator::ScopedVirtualClock clock_{Mar(11, 12)};
     std::shared_ptr<AppExecFwk::EventHandler> handler_;
-    std::shared_ptr<RecordingStrategy> strategy_ = std::make_shared<RecordingStrategy>();
+    std::vector<StandbyMessage> messages_; // what the host received, in order
     static inline std::shared_ptr<SleepDatabaseManager> manager_ = SleepDatabaseManager::GetInstance();
 };
 
