@@ -51,27 +51,20 @@ TimelineLine WantJson(const std::optional<AAFwk::Want>& want)
     return want ? TimelineLine::parse(want->ToJson()) : TimelineLine(nullptr);
 }
 
-// Host messages 2001 (training finished) to 2004: the plug-in's results as the host hears them.
-constexpr int32_t kLastResultMessage = 2004;
-
-bool IsResultMessage(int32_t id)
-{
-    return id >= TRAINING_FINISHED_MESSAGE && id <= kLastResultMessage;
-}
-
-// The timeline lines the summaries read, kept in memory while the whole timeline goes to its file:
-// what the plug-in published, the host's result messages, the truth, parameter changes and the
-// deep-sleep statistics that carry stop reasons.
+// The timeline lines the night summaries read, kept in memory while the whole timeline goes to its
+// file: what the plug-in published, finished trainings and the deep-sleep statistics that carry stop
+// reasons. Everything else (observations, verdicts, truth markers, parameters) only goes to the file,
+// so that a long run does not hold it.
 bool IsKeptLine(const TimelineLine& line)
 {
     const std::string& type = line["type"].get_ref<const std::string&>();
     if (type == TIMELINE_HOST_MESSAGE) {
-        return IsResultMessage(line["id"].get<int32_t>());
+        return line["id"].get<int32_t>() == TRAINING_FINISHED_MESSAGE;
     }
     if (type == TIMELINE_SYSTEM_EVENT) {
         return line["name"] == POWER_BRAIN_STATE_EVENT;
     }
-    return type == TIMELINE_COMMON_EVENT || type == TIMELINE_TRUTH || type == TIMELINE_PARAMETER;
+    return type == TIMELINE_COMMON_EVENT;
 }
 
 class Driver {
