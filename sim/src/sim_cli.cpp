@@ -389,7 +389,7 @@ std::string SleepsimUsage()
            "      --seed N         overrides the scenario's seed\n"
            "      --days N         overrides the scenario's number of days\n"
            "      --print-scenario prints the effective scenario as JSON and exits\n"
-           "  -q, --quiet          no progress line\n"
+           "  -q, --quiet          no progress (a bar on a terminal, a plain line every 10 s otherwise)\n"
            "      --no-sync        writes the SQLite stores and preferences files without syncing them\n"
            "                       to disk (PRAGMA synchronous=OFF, no fsync): same outputs, much\n"
            "                       faster; a crash of the machine may lose the data folder's last writes\n"
