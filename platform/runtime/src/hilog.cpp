@@ -25,6 +25,7 @@ constexpr const char* kPrivateMask = "<private>";
 constexpr const char* kPublicMarker = "{public}";
 constexpr const char* kPrivateMarker = "{private}";
 constexpr int kMsPerSec = 1000;
+constexpr size_t kFileBufferBytes = 64 * 1024;
 
 enum class SinkKind { STDERR, FILE, NONE };
 
@@ -286,7 +287,9 @@ void WriteLine(LogState& state, const LogRecord& record)
     std::string line = FormatLogLine(record);
     line += '\n';
     fwrite(line.data(), 1, line.size(), out);
-    fflush(out);
+    if (out == stderr || record.level >= LOG_ERROR) {
+        fflush(out);
+    }
 }
 
 } // namespace
@@ -323,6 +326,9 @@ bool SetLogSinkFile(const std::string& path, LogLevel minLevel)
     if (file == nullptr) {
         return false;
     }
+    // Fully buffered: a long simulation writes many lines, and one write per line would cost more
+    // than the rest of the logging.
+    setvbuf(file, nullptr, _IOFBF, kFileBufferBytes);
     LogState& state = Log();
     std::lock_guard<std::mutex> lock(state.mutex);
     CloseFileLocked(state);
