@@ -37,15 +37,22 @@ inline const std::string TIMELINE_DUMP = "dump";                 // dump words a
 class Timeline {
 public:
     using KeepFilter = std::function<bool(const TimelineLine&)>;
+    using LineObserver = std::function<void(const TimelineLine&)>;
 
     // Starts writing to `path` (replacing it); only lines for which `keep` is true stay in memory
     // for Lines(). False when the file cannot be created.
     bool StreamTo(const std::string& path, KeepFilter keep);
+    // Shows `observer` each streamed line as it is written, in the order of writing (under the
+    // timeline's lock: it must not call back into the timeline).
+    void ObserveWrittenLines(LineObserver observer);
     void Add(int64_t timeMs, const std::string& type, const TimelineLine& fields);
     // No line for a time before `timeMs` is expected any more: writes out the buffered ones.
     void FlushBefore(int64_t timeMs);
     // Writes what is left and closes the stream; false on an I/O error at any point of the stream.
     bool FinishStream();
+    // After FinishStream: whether the file holds the written lines in the order they were written
+    // (no late line had to be merged into its place).
+    bool WrittenInOrder() const;
     // In time order: every line, or when streaming, the kept ones.
     std::vector<TimelineLine> Lines() const;
     // Lines() without a copy: the timeline gives its lines away and is left empty.
@@ -71,6 +78,8 @@ private:
     std::string path_;
     std::ofstream out_;
     KeepFilter keep_;
+    LineObserver observer_;
+    bool lateLinesMerged_ = false;
 };
 
 // Writes `lines` to `path` (replacing it), one JSON object per line; false on an I/O error.

@@ -19,6 +19,7 @@
 #include "platform_faults.h"
 #include "progress_meter.h"
 #include "report_html.h"
+#include "report_inputs.h"
 #include "settings_store.h"
 #include "simulated_phone.h"
 #include "sleep_detection.h"
@@ -97,7 +98,7 @@ public:
         host_->OnDestroy();
         Settle();
         Uninstall();
-        result.ok = WriteOutputs(result) && WriteReport(options_.outDir, result.error);
+        result.ok = WriteOutputs(result) && WriteRunPage(result.error);
         return result;
     }
 
@@ -123,7 +124,16 @@ private:
             error = "cannot write the outputs into '" + options_.outDir + "'";
             return false;
         }
+        timeline_.ObserveWrittenLines([this](const TimelineLine& line) { timelineRead_.Read(line); });
         return true;
+    }
+
+    // The report page; its timeline is what the run wrote, read while it was written, unless late
+    // lines were merged into the file afterwards.
+    bool WriteRunPage(std::string& error)
+    {
+        return timeline_.WrittenInOrder() ? WriteRunReport(options_.outDir, timelineRead_, error)
+                                          : WriteReport(options_.outDir, error);
     }
 
     void Install()
@@ -470,6 +480,7 @@ private:
     const Trace& trace_;
     const SimOptions& options_;
     Timeline timeline_;
+    TimelineDigest timelineRead_;
     std::shared_ptr<Emulator::VirtualClock> clock_;
     std::shared_ptr<AppExecFwk::EventHandler> handler_;
     std::shared_ptr<StandbyServiceImpl> host_;

@@ -27,6 +27,12 @@ bool Timeline::StreamTo(const std::string& path, KeepFilter keep)
     return out_.is_open();
 }
 
+void Timeline::ObserveWrittenLines(LineObserver observer)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    observer_ = std::move(observer);
+}
+
 void Timeline::Add(int64_t timeMs, const std::string& type, const TimelineLine& fields)
 {
     TimelineLine line{{"t", timeMs}, {"time", FormatLocalTime(timeMs)}, {"type", type}};
@@ -62,6 +68,9 @@ void Timeline::Release(TimelineLine&& line)
 {
     if (out_.is_open()) {
         out_ << line.dump() << '\n';
+        if (observer_) {
+            observer_(line);
+        }
     }
     if (!keep_ || keep_(line)) {
         kept_.push_back(std::move(line));
@@ -89,6 +98,7 @@ bool Timeline::MergeLateLines()
     if (late_.empty()) {
         return true;
     }
+    lateLinesMerged_ = true;
     std::stable_sort(late_.begin(), late_.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     const std::string mergedPath = path_ + ".merging";
     std::ifstream written(path_, std::ios::binary);
@@ -109,6 +119,12 @@ bool Timeline::MergeLateLines()
     const bool ok = !written.bad() && static_cast<bool>(merged);
     late_.clear();
     return ok && std::rename(mergedPath.c_str(), path_.c_str()) == 0;
+}
+
+bool Timeline::WrittenInOrder() const
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return !lateLinesMerged_;
 }
 
 std::vector<TimelineLine> Timeline::Lines() const

@@ -76,6 +76,8 @@ TEST_P(TimelineStreamTest, StreamedFileEqualsTheSortedTimelineAndKeepsOnlyFilter
     Timeline streamed;
     auto isTruth = [](const TimelineLine& line) { return line["type"] == TIMELINE_TRUTH; };
     ASSERT_TRUE(streamed.StreamTo(path, isTruth));
+    std::vector<TimelineLine> written;
+    streamed.ObserveWrittenLines([&written](const TimelineLine& line) { written.push_back(line); });
     Timeline held;
     int32_t number = 0;
     for (const Step& step : RandomRun(seed, 400, setBack)) {
@@ -90,6 +92,10 @@ TEST_P(TimelineStreamTest, StreamedFileEqualsTheSortedTimelineAndKeepsOnlyFilter
     ASSERT_TRUE(streamed.FinishStream());
     const std::vector<TimelineLine> sorted = held.Lines();
     EXPECT_EQ(ReadFile(path), Joined(sorted));
+    // Only a clock set back makes late lines, and only then does the file differ from what was
+    // seen being written.
+    EXPECT_EQ(streamed.WrittenInOrder(), !setBack);
+    EXPECT_EQ(ReadFile(path) == Joined(written), !setBack);
     std::vector<TimelineLine> truths;
     for (const TimelineLine& line : sorted) {
         if (isTruth(line)) {
