@@ -5,7 +5,7 @@
 
 namespace OHOS::Sim {
 
-class TimelineDigest;
+class RunDigest;
 
 inline const std::string REPORT_FILE = "report.html";
 
@@ -19,8 +19,8 @@ inline const std::string REPORT_FILE = "report.html";
 // Restores the process time zone it found. False with an error naming the missing or bad file.
 bool WriteReport(const std::string& outDir, std::string& error);
 
-// WriteReport for a single run whose timeline lines `timelineRead` has read while they were written.
-bool WriteRunReport(const std::string& runDir, TimelineDigest& timelineRead, std::string& error);
+// WriteReport for a single run whose trace and timeline lines `runRead` holds (see RunDigest).
+bool WriteRunReport(const std::string& runDir, RunDigest& runRead, std::string& error);
 
 // Like WriteReport, and for a population rebuilds every person's page first.
 bool RebuildReports(const std::string& outDir, std::string& error);

@@ -83,10 +83,10 @@ std::string RunPage(const std::string& dir, const RunRecord& record)
     return html + "</body></html>\n";
 }
 
-bool WriteRunPage(const std::string& dir, std::string& error, TimelineDigest* timelineRead = nullptr)
+bool WriteRunPage(const std::string& dir, std::string& error, RunDigest* runRead = nullptr)
 {
     RunRecord record;
-    return ReadRunFolder(dir, record, error, timelineRead) &&
+    return ReadRunFolder(dir, record, error, runRead) &&
            WriteFileAtomically(dir + "/" + REPORT_FILE, RunPage(dir, record), error);
 }
 
@@ -107,14 +107,14 @@ bool WriteReport(const std::string& outDir, std::string& error)
     return IsPopulation(outDir) ? WritePopulationReport(outDir, error) : WriteRunPage(outDir, error);
 }
 
-bool WriteRunReport(const std::string& runDir, TimelineDigest& timelineRead, std::string& error)
+bool WriteRunReport(const std::string& runDir, RunDigest& runRead, std::string& error)
 {
     if (!IsDirectory(runDir)) {
         error = "'" + runDir + "' is not an output folder";
         return false;
     }
     TimeZoneGuard zone;
-    return WriteRunPage(runDir, error, &timelineRead);
+    return WriteRunPage(runDir, error, &runRead);
 }
 
 bool RebuildReports(const std::string& outDir, std::string& error)

@@ -337,23 +337,23 @@ bool ReadJsonFile(const std::string& path, MetricsJson& value, std::string& erro
     return true;
 }
 
-struct TimelineDigest::Parts {
+struct RunDigest::Parts {
     RunRecord record;
     TimelineReader reader{record};
 };
 
-TimelineDigest::TimelineDigest() : parts_(std::make_unique<Parts>()) {}
+RunDigest::RunDigest(const Trace& trace) : trace_(trace), parts_(std::make_unique<Parts>()) {}
 
-TimelineDigest::~TimelineDigest() = default;
+RunDigest::~RunDigest() = default;
 
-void TimelineDigest::Read(const TimelineLine& line)
+void RunDigest::Read(const TimelineLine& line)
 {
     if (line.is_object()) {
         parts_->reader.Read(line);
     }
 }
 
-void TimelineDigest::FinishInto(RunRecord& record)
+void RunDigest::FinishInto(RunRecord& record)
 {
     parts_->reader.Finish();
     RunRecord& read = parts_->record;
@@ -366,7 +366,7 @@ void TimelineDigest::FinishInto(RunRecord& record)
     record.trainings = std::move(read.trainings);
 }
 
-bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error, TimelineDigest* timelineRead)
+bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error, RunDigest* runRead)
 {
     record = RunRecord();
     ReadScenario(dir, record);
@@ -376,10 +376,11 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
     }
     SetProcessTimeZone(record.timeZone);
     Scenario scenario;
-    Trace trace;
-    if (!ParseTraceFile(dir + "/trace.jsonl", scenario, trace, error)) {
+    Trace parsed;
+    if (runRead == nullptr && !ParseTraceFile(dir + "/trace.jsonl", scenario, parsed, error)) {
         return false;
     }
+    const Trace& trace = runRead != nullptr ? runRead->TraceOfRun() : parsed;
     SetProcessTimeZone(record.timeZone);
     for (const NightTruth& truth : trace.nights) {
         ReportNight night;
@@ -391,8 +392,8 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
         phone.Read(event);
     }
     phone.Finish();
-    if (timelineRead != nullptr) {
-        timelineRead->FinishInto(record);
+    if (runRead != nullptr) {
+        runRead->FinishInto(record);
     } else {
         TimelineReader timeline(record);
         if (!ForEachJsonLine(

@@ -78,7 +78,7 @@ bool IsKeptLine(const TimelineLine& line)
 class Driver {
 public:
     Driver(const Scenario& scenario, const Trace& trace, const SimOptions& options)
-        : scenario_(scenario), trace_(trace), options_(options)
+        : scenario_(scenario), trace_(trace), options_(options), runRead_(trace)
     {
     }
 
@@ -124,15 +124,15 @@ private:
             error = "cannot write the outputs into '" + options_.outDir + "'";
             return false;
         }
-        timeline_.ObserveWrittenLines([this](const TimelineLine& line) { timelineRead_.Read(line); });
+        timeline_.ObserveWrittenLines([this](const TimelineLine& line) { runRead_.Read(line); });
         return true;
     }
 
-    // The report page; its timeline is what the run wrote, read while it was written, unless late
-    // lines were merged into the file afterwards.
+    // The report page, from the run's trace and what the run wrote to its timeline, read while it
+    // was written, unless late lines were merged into the file afterwards.
     bool WriteRunPage(std::string& error)
     {
-        return timeline_.WrittenInOrder() ? WriteRunReport(options_.outDir, timelineRead_, error)
+        return timeline_.WrittenInOrder() ? WriteRunReport(options_.outDir, runRead_, error)
                                           : WriteReport(options_.outDir, error);
     }
 
@@ -480,7 +480,7 @@ private:
     const Trace& trace_;
     const SimOptions& options_;
     Timeline timeline_;
-    TimelineDigest timelineRead_;
+    RunDigest runRead_;
     std::shared_ptr<Emulator::VirtualClock> clock_;
     std::shared_ptr<AppExecFwk::EventHandler> handler_;
     std::shared_ptr<StandbyServiceImpl> host_;
