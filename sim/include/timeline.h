@@ -12,6 +12,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "want.h"
+
 namespace OHOS::Sim {
 
 using TimelineLine = nlohmann::ordered_json;
@@ -81,6 +83,10 @@ private:
     LineObserver observer_;
     bool lateLinesMerged_ = false;
 };
+
+// The Want as a timeline line holds it: exactly what its JSON text (Want::ToJson) parses back to,
+// built without writing and parsing the text when the Want's texts are ASCII.
+TimelineLine WantTimelineJson(const AAFwk::Want& want);
 
 // Writes `lines` to `path` (replacing it), one JSON object per line; false on an I/O error.
 bool WriteTimelineLines(const std::vector<TimelineLine>& lines, const std::string& path);

@@ -49,7 +49,7 @@ const std::string kLatencyTaskName = "sleepsim_event_latency";
 
 TimelineLine WantJson(const std::optional<AAFwk::Want>& want)
 {
-    return want ? TimelineLine::parse(want->ToJson()) : TimelineLine(nullptr);
+    return want ? WantTimelineJson(*want) : TimelineLine(nullptr);
 }
 
 // Host messages 2001 (training finished) to 2004: the plug-in's results as the host hears them.
@@ -180,7 +180,7 @@ private:
             const bool restricted = openDeliveries_ == seenOpenDeliveries_;
             seenOpenDeliveries_ = openDeliveries_;
             timeline_.Add(clock_->WallTimeMs(), TIMELINE_COMMON_EVENT,
-                {{"action", data.GetWant().GetAction()}, {"want", TimelineLine::parse(data.GetWant().ToJson())},
+                {{"action", data.GetWant().GetAction()}, {"want", WantTimelineJson(data.GetWant())},
                     {"restricted", restricted}});
         });
     }

@@ -1,11 +1,51 @@
 #include "timeline.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <variant>
 
 #include "local_calendar.h"
 
 namespace OHOS::Sim {
+
+namespace {
+
+bool IsAscii(const std::string& text)
+{
+    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+// One parameter as its JSON text reads back: a count that is not negative reads back unsigned, a
+// number that is not finite as null.
+struct ParamJson {
+    TimelineLine operator()(bool value) const { return value; }
+    TimelineLine operator()(int32_t value) const { return (*this)(static_cast<int64_t>(value)); }
+    TimelineLine operator()(int64_t value) const
+    {
+        return value >= 0 ? TimelineLine(static_cast<uint64_t>(value)) : TimelineLine(value);
+    }
+    TimelineLine operator()(float value) const { return (*this)(static_cast<double>(value)); }
+    TimelineLine operator()(double value) const { return std::isfinite(value) ? TimelineLine(value) : nullptr; }
+    TimelineLine operator()(const std::string& value) const { return value; }
+};
+
+} // namespace
+
+TimelineLine WantTimelineJson(const AAFwk::Want& want)
+{
+    bool ascii = IsAscii(want.GetAction());
+    TimelineLine params = TimelineLine::object();
+    for (const auto& [key, value] : want.GetParams()) {
+        ascii = ascii && IsAscii(key) &&
+                (!std::holds_alternative<std::string>(value) || IsAscii(std::get<std::string>(value)));
+        params[key] = std::visit(ParamJson(), value);
+    }
+    if (!ascii) {
+        return TimelineLine::parse(want.ToJson());
+    }
+    return TimelineLine{{"action", want.GetAction()}, {"params", std::move(params)}};
+}
 
 Timeline::OrderKey Timeline::KeyOf(const TimelineLine& line)
 {
