@@ -47,7 +47,8 @@ public:
     // Shows `observer` each streamed line as it is written, in the order of writing (under the
     // timeline's lock: it must not call back into the timeline).
     void ObserveWrittenLines(LineObserver observer);
-    void Add(int64_t timeMs, const std::string& type, const TimelineLine& fields);
+    // `fields` (an object) follow "t", "time" and "type"; taken by value so that they are moved.
+    void Add(int64_t timeMs, const std::string& type, TimelineLine fields);
     // No line for a time before `timeMs` is expected any more: writes out the buffered ones.
     void FlushBefore(int64_t timeMs);
     // Writes what is left and closes the stream; false on an I/O error at any point of the stream.

@@ -436,7 +436,7 @@ private:
             DisarmPlatformFault(event.text);
             break;
         }
-        timeline_.Add(event.timeMs, TIMELINE_FAULT, fields);
+        timeline_.Add(event.timeMs, TIMELINE_FAULT, std::move(fields));
     }
 
     // The standby service restarts: the strategy is destroyed and a new one is created and started.

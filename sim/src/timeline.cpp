@@ -73,11 +73,11 @@ void Timeline::ObserveWrittenLines(LineObserver observer)
     observer_ = std::move(observer);
 }
 
-void Timeline::Add(int64_t timeMs, const std::string& type, const TimelineLine& fields)
+void Timeline::Add(int64_t timeMs, const std::string& type, TimelineLine fields)
 {
     TimelineLine line{{"t", timeMs}, {"time", FormatLocalTime(timeMs)}, {"type", type}};
     for (auto it = fields.begin(); it != fields.end(); ++it) {
-        line[it.key()] = it.value();
+        line[it.key()] = std::move(*it);
     }
     const OrderKey key = KeyOf(line);
     std::lock_guard<std::mutex> lock(mutex_);
