@@ -7,6 +7,8 @@
 #include <ctime>
 #include <sys/stat.h>
 
+#include "decimal_text.h"
+
 namespace OHOS::Sim {
 
 namespace {
@@ -55,13 +57,7 @@ int64_t MsInSecond(int64_t epochMs)
 
 constexpr int kLargestFourDigitYear = 9999;
 
-// Writes `value` (0 <= value < 10^width) as `width` decimal digits into text[at...].
-void WriteDigits(std::string& text, size_t at, size_t width, int value)
-{
-    for (size_t i = width; i > 0; --i, value /= 10) {
-        text[at + i - 1] = static_cast<char>('0' + value % 10);
-    }
-}
+using Emulator::WriteDigits;
 
 std::tm LocalTm(int64_t epochMs)
 {
