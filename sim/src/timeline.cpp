@@ -49,7 +49,8 @@ TimelineLine WantTimelineJson(const AAFwk::Want& want)
 
 Timeline::OrderKey Timeline::KeyOf(const TimelineLine& line)
 {
-    return {line["t"].get<int64_t>(), line["type"] == TIMELINE_SYSTEM_EVENT};
+    const TimelineLine& type = line["type"]; // compared as text: no Json made from the constant
+    return {line["t"].get<int64_t>(), type.is_string() && type.get_ref<const std::string&>() == TIMELINE_SYSTEM_EVENT};
 }
 
 void Timeline::SortByTime(std::vector<TimelineLine>& lines)

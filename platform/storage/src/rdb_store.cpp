@@ -240,6 +240,7 @@ std::shared_ptr<AbsSharedResultSet> ReadAll(sqlite3_stmt* statement)
     std::vector<AbsSharedResultSet::Row> rows;
     while (hasRow && error == E_OK) {
         AbsSharedResultSet::Row row;
+        row.reserve(static_cast<size_t>(columns));
         for (int i = 0; i < columns; ++i) {
             row.push_back(ReadCell(statement, i));
         }
@@ -340,10 +341,12 @@ int PrepareFile(const std::string& path, const RdbStoreConfig& config)
     return E_OK;
 }
 
+// Without SQLite's own lock around every call: a connection is only ever used by one thread at a
+// time (the writer under writeMutex, a reader by the query that leased it).
 int OpenConnection(const std::string& path, int flags, sqlite3*& db)
 {
     db = nullptr;
-    int rc = sqlite3_open_v2(path.c_str(), &db, flags | SQLITE_OPEN_FULLMUTEX, nullptr);
+    int rc = sqlite3_open_v2(path.c_str(), &db, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     if (rc != SQLITE_OK) {
         sqlite3_close_v2(db);
         db = nullptr;

@@ -57,7 +57,8 @@ public:
         if (fd_ < 0) {
             return;
         }
-        if (sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK ||
+        // Without SQLite's own lock around every call: the connection is used under StoreMutex().
+        if (sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr) != SQLITE_OK ||
             (!syncEnabled_ && sqlite3_exec(db_, "PRAGMA synchronous = OFF", nullptr, nullptr, nullptr) != SQLITE_OK)) {
             sqlite3_close(db_);
             db_ = nullptr;
