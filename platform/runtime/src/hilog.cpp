@@ -221,7 +221,9 @@ std::optional<std::string> FormatMessage(const char* fmt, va_list* args)
     size_t pos = 0;
     while (fmt[pos] != '\0') {
         if (fmt[pos] != '%') {
-            out += fmt[pos++];
+            const size_t literal = strcspn(fmt + pos, "%"); // the text up to the next conversion at once
+            out.append(fmt + pos, literal);
+            pos += literal;
             continue;
         }
         ++pos;
