@@ -5,6 +5,8 @@
 
 namespace OHOS::Sim {
 
+class RunDigest;
+
 inline const std::string REPORT_FILE = "report.html";
 
 // Builds <outDir>/report.html, one self-contained page (inline CSS and SVG, nothing fetched), from
@@ -16,6 +18,9 @@ inline const std::string REPORT_FILE = "report.html";
 //   person's own page (written by the person's run).
 // Restores the process time zone it found. False with an error naming the missing or bad file.
 bool WriteReport(const std::string& outDir, std::string& error);
+
+// WriteReport for a single run whose trace and timeline lines `runRead` holds (see RunDigest).
+bool WriteRunReport(const std::string& runDir, RunDigest& runRead, std::string& error);
 
 // Like WriteReport, and for a population rebuilds every person's page first.
 bool RebuildReports(const std::string& outDir, std::string& error);

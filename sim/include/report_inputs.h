@@ -5,12 +5,14 @@
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "local_calendar.h"
+#include "timeline.h"
 #include "trace.h"
 
 namespace OHOS::Sim {
@@ -93,10 +95,34 @@ struct RunRecord {
     MetricsJson metrics;           // metrics.json, null when the folder has none
 };
 
+// What the report takes from a run while it runs, so that its files need not be parsed again once
+// it is over: the run's trace, and its timeline read line by line as the run writes the lines.
+// Read must see every line in the order of the file.
+class RunDigest {
+public:
+    explicit RunDigest(const Trace& trace);
+    ~RunDigest();
+    RunDigest(const RunDigest&) = delete;
+    RunDigest& operator=(const RunDigest&) = delete;
+
+    void Read(const TimelineLine& line);
+    // Completes the reading and moves its results (the bands of the truth and of the published
+    // states, observations, deep-sleep ends, announcements, trainings) into `record`.
+    void FinishInto(RunRecord& record);
+    const Trace& TraceOfRun() const { return trace_; }
+
+private:
+    struct Parts;
+    const Trace& trace_;
+    std::unique_ptr<Parts> parts_;
+};
+
 // Reads trace.jsonl, timeline.jsonl, scenario.json (for the time zone and the person's name) and,
 // when present, metrics.json of a single-run folder. Sets the process time zone to the scenario's.
-// Lines of unknown shape are skipped; a line that is not JSON is named in the error.
-bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error);
+// Lines of unknown shape are skipped; a line that is not JSON is named in the error. With
+// `runRead`, the trace and the timeline's lines come from it instead of trace.jsonl and
+// timeline.jsonl.
+bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error, RunDigest* runRead = nullptr);
 
 // Reads a JSON file; false with an error naming it when it is missing or malformed.
 bool ReadJsonFile(const std::string& path, MetricsJson& value, std::string& error);

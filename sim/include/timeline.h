@@ -12,6 +12,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "want.h"
+
 namespace OHOS::Sim {
 
 using TimelineLine = nlohmann::ordered_json;
@@ -37,15 +39,23 @@ inline const std::string TIMELINE_DUMP = "dump";                 // dump words a
 class Timeline {
 public:
     using KeepFilter = std::function<bool(const TimelineLine&)>;
+    using LineObserver = std::function<void(const TimelineLine&)>;
 
     // Starts writing to `path` (replacing it); only lines for which `keep` is true stay in memory
     // for Lines(). False when the file cannot be created.
     bool StreamTo(const std::string& path, KeepFilter keep);
-    void Add(int64_t timeMs, const std::string& type, const TimelineLine& fields);
+    // Shows `observer` each streamed line as it is written, in the order of writing (under the
+    // timeline's lock: it must not call back into the timeline).
+    void ObserveWrittenLines(LineObserver observer);
+    // `fields` (an object) follow "t", "time" and "type"; taken by value so that they are moved.
+    void Add(int64_t timeMs, const std::string& type, TimelineLine fields);
     // No line for a time before `timeMs` is expected any more: writes out the buffered ones.
     void FlushBefore(int64_t timeMs);
     // Writes what is left and closes the stream; false on an I/O error at any point of the stream.
     bool FinishStream();
+    // After FinishStream: whether the file holds the written lines in the order they were written
+    // (no late line had to be merged into its place).
+    bool WrittenInOrder() const;
     // In time order: every line, or when streaming, the kept ones.
     std::vector<TimelineLine> Lines() const;
     // Lines() without a copy: the timeline gives its lines away and is left empty.
@@ -71,7 +81,13 @@ private:
     std::string path_;
     std::ofstream out_;
     KeepFilter keep_;
+    LineObserver observer_;
+    bool lateLinesMerged_ = false;
 };
+
+// The Want as a timeline line holds it: exactly what its JSON text (Want::ToJson) parses back to,
+// built without writing and parsing the text when the Want's texts are ASCII.
+TimelineLine WantTimelineJson(const AAFwk::Want& want);
 
 // Writes `lines` to `path` (replacing it), one JSON object per line; false on an I/O error.
 bool WriteTimelineLines(const std::vector<TimelineLine>& lines, const std::string& path);

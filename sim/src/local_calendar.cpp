@@ -7,6 +7,8 @@
 #include <ctime>
 #include <sys/stat.h>
 
+#include "decimal_text.h"
+
 namespace OHOS::Sim {
 
 namespace {
@@ -52,6 +54,10 @@ int64_t MsInSecond(int64_t epochMs)
 {
     return epochMs - FloorDiv(epochMs, kMsPerSecond) * kMsPerSecond;
 }
+
+constexpr int kLargestFourDigitYear = 9999;
+
+using Emulator::WriteDigits;
 
 std::tm LocalTm(int64_t epochMs)
 {
@@ -168,9 +174,24 @@ double LocalHourOf(int64_t epochMs)
 std::string FormatLocalTime(int64_t epochMs)
 {
     const std::tm local = LocalTm(epochMs);
-    char text[40];
-    std::snprintf(text, sizeof(text), "%04d-%02d-%02d %02d:%02d:%02d.%03d", local.tm_year + 1900, local.tm_mon + 1,
-        local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec, static_cast<int>(MsInSecond(epochMs)));
+    const int year = local.tm_year + 1900;
+    const int millis = static_cast<int>(MsInSecond(epochMs));
+    if (year < 0 || year > kLargestFourDigitYear) {
+        char text[40];
+        std::snprintf(text, sizeof(text), "%04d-%02d-%02d %02d:%02d:%02d.%03d", year, local.tm_mon + 1, local.tm_mday,
+            local.tm_hour, local.tm_min, local.tm_sec, millis);
+        return text;
+    }
+    // The same text as the format above, written digit by digit: every timeline line carries one,
+    // and the formatting function cost more than the conversion to local time.
+    std::string text = "0000-00-00 00:00:00.000";
+    WriteDigits(text, 0, 4, year);
+    WriteDigits(text, 5, 2, local.tm_mon + 1);
+    WriteDigits(text, 8, 2, local.tm_mday);
+    WriteDigits(text, 11, 2, local.tm_hour);
+    WriteDigits(text, 14, 2, local.tm_min);
+    WriteDigits(text, 17, 2, local.tm_sec);
+    WriteDigits(text, 20, 3, millis);
     return text;
 }
 

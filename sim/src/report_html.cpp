@@ -83,10 +83,10 @@ std::string RunPage(const std::string& dir, const RunRecord& record)
     return html + "</body></html>\n";
 }
 
-bool WriteRunReport(const std::string& dir, std::string& error)
+bool WriteRunPage(const std::string& dir, std::string& error, RunDigest* runRead = nullptr)
 {
     RunRecord record;
-    return ReadRunFolder(dir, record, error) &&
+    return ReadRunFolder(dir, record, error, runRead) &&
            WriteFileAtomically(dir + "/" + REPORT_FILE, RunPage(dir, record), error);
 }
 
@@ -104,7 +104,17 @@ bool WriteReport(const std::string& outDir, std::string& error)
         return false;
     }
     TimeZoneGuard zone;
-    return IsPopulation(outDir) ? WritePopulationReport(outDir, error) : WriteRunReport(outDir, error);
+    return IsPopulation(outDir) ? WritePopulationReport(outDir, error) : WriteRunPage(outDir, error);
+}
+
+bool WriteRunReport(const std::string& runDir, RunDigest& runRead, std::string& error)
+{
+    if (!IsDirectory(runDir)) {
+        error = "'" + runDir + "' is not an output folder";
+        return false;
+    }
+    TimeZoneGuard zone;
+    return WriteRunPage(runDir, error, &runRead);
 }
 
 bool RebuildReports(const std::string& outDir, std::string& error)

@@ -145,7 +145,7 @@ private:
     int64_t lastMs_ = 0;
 };
 
-bool IsSleepFlag(const Json& want)
+template <typename JsonObject> bool IsSleepFlag(const JsonObject& want)
 {
     const auto params = want.find("params");
     return params != want.end() && params->is_object() && params->value("isSleep", false);
@@ -156,7 +156,8 @@ class TimelineReader {
 public:
     explicit TimelineReader(RunRecord& record) : record_(record) {}
 
-    void Read(const Json& line)
+    // Takes a line as parsed from the file or, as the run writes it, before it is written.
+    template <typename JsonObject> void Read(const JsonObject& line)
     {
         const int64_t t = IntField(line, "t", -1);
         const std::string type = StringField(line, "type");
@@ -198,7 +199,7 @@ private:
         {LIGHT_SLEEP_EVENT, Band::LIGHT}, {EASY_WAKEUP_EVENT, Band::EASY_WAKEUP},
         {NOT_CARE_CHARGE_EVENT, Band::NOT_CARE_CHARGE}};
 
-    void ReadPublished(int64_t t, const Json& line)
+    template <typename JsonObject> void ReadPublished(int64_t t, const JsonObject& line)
     {
         const std::string action = StringField(line, "action");
         const auto want = line.find("want");
@@ -222,7 +223,7 @@ private:
         }
     }
 
-    void ReadMessage(int64_t t, const Json& line)
+    template <typename JsonObject> void ReadMessage(int64_t t, const JsonObject& line)
     {
         const int64_t id = IntField(line, "id", 0);
         if (id == kObservationMessage) {
@@ -233,12 +234,12 @@ private:
         } else if (id == TRAINING_FINISHED_MESSAGE) {
             const auto want = line.find("want");
             const bool ok = want != line.end() && want->is_object() &&
-                            (*want).value("params", Json::object()).value("isTrainSuccess", false);
+                            (*want).value("params", JsonObject::object()).value("isTrainSuccess", false);
             record_.trainings.push_back(Moment{t, ok ? "ok" : "failed"});
         }
     }
 
-    void ReadSystemEvent(int64_t t, const Json& line)
+    template <typename JsonObject> void ReadSystemEvent(int64_t t, const JsonObject& line)
     {
         const std::string name = StringField(line, "name");
         const auto params = line.find("params");
@@ -336,7 +337,36 @@ bool ReadJsonFile(const std::string& path, MetricsJson& value, std::string& erro
     return true;
 }
 
-bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error)
+struct RunDigest::Parts {
+    RunRecord record;
+    TimelineReader reader{record};
+};
+
+RunDigest::RunDigest(const Trace& trace) : trace_(trace), parts_(std::make_unique<Parts>()) {}
+
+RunDigest::~RunDigest() = default;
+
+void RunDigest::Read(const TimelineLine& line)
+{
+    if (line.is_object()) {
+        parts_->reader.Read(line);
+    }
+}
+
+void RunDigest::FinishInto(RunRecord& record)
+{
+    parts_->reader.Finish();
+    RunRecord& read = parts_->record;
+    for (Band band : {Band::ASLEEP, Band::DEEP, Band::LIGHT, Band::EASY_WAKEUP, Band::NOT_CARE_CHARGE}) {
+        record.bands[static_cast<size_t>(band)] = std::move(read.bands[static_cast<size_t>(band)]);
+    }
+    record.observations = std::move(read.observations);
+    record.deepEnds = std::move(read.deepEnds);
+    record.announcements = std::move(read.announcements);
+    record.trainings = std::move(read.trainings);
+}
+
+bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error, RunDigest* runRead)
 {
     record = RunRecord();
     ReadScenario(dir, record);
@@ -346,10 +376,11 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
     }
     SetProcessTimeZone(record.timeZone);
     Scenario scenario;
-    Trace trace;
-    if (!ParseTraceFile(dir + "/trace.jsonl", scenario, trace, error)) {
+    Trace parsed;
+    if (runRead == nullptr && !ParseTraceFile(dir + "/trace.jsonl", scenario, parsed, error)) {
         return false;
     }
+    const Trace& trace = runRead != nullptr ? runRead->TraceOfRun() : parsed;
     SetProcessTimeZone(record.timeZone);
     for (const NightTruth& truth : trace.nights) {
         ReportNight night;
@@ -361,12 +392,16 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
         phone.Read(event);
     }
     phone.Finish();
-    TimelineReader timeline(record);
-    if (!ForEachJsonLine(
-            dir + "/timeline.jsonl", [&timeline](const Json& line) { timeline.Read(line); }, error)) {
-        return false;
+    if (runRead != nullptr) {
+        runRead->FinishInto(record);
+    } else {
+        TimelineReader timeline(record);
+        if (!ForEachJsonLine(
+                dir + "/timeline.jsonl", [&timeline](const Json& line) { timeline.Read(line); }, error)) {
+            return false;
+        }
+        timeline.Finish();
     }
-    timeline.Finish();
     const std::string metricsPath = dir + "/metrics.json";
     if (FileExists(metricsPath)) {
         if (!ReadJsonFile(metricsPath, record.metrics, error)) {

@@ -19,6 +19,7 @@
 #include "platform_faults.h"
 #include "progress_meter.h"
 #include "report_html.h"
+#include "report_inputs.h"
 #include "settings_store.h"
 #include "simulated_phone.h"
 #include "sleep_detection.h"
@@ -48,7 +49,7 @@ const std::string kLatencyTaskName = "sleepsim_event_latency";
 
 TimelineLine WantJson(const std::optional<AAFwk::Want>& want)
 {
-    return want ? TimelineLine::parse(want->ToJson()) : TimelineLine(nullptr);
+    return want ? WantTimelineJson(*want) : TimelineLine(nullptr);
 }
 
 // The timeline lines the night summaries read, kept in memory while the whole timeline goes to its
@@ -70,7 +71,7 @@ bool IsKeptLine(const TimelineLine& line)
 class Driver {
 public:
     Driver(const Scenario& scenario, const Trace& trace, const SimOptions& options)
-        : scenario_(scenario), trace_(trace), options_(options)
+        : scenario_(scenario), trace_(trace), options_(options), runRead_(trace)
     {
     }
 
@@ -90,7 +91,7 @@ public:
         host_->OnDestroy();
         Settle();
         Uninstall();
-        result.ok = WriteOutputs(result) && WriteReport(options_.outDir, result.error);
+        result.ok = WriteOutputs(result) && WriteRunPage(result.error);
         return result;
     }
 
@@ -116,7 +117,16 @@ private:
             error = "cannot write the outputs into '" + options_.outDir + "'";
             return false;
         }
+        timeline_.ObserveWrittenLines([this](const TimelineLine& line) { runRead_.Read(line); });
         return true;
+    }
+
+    // The report page, from the run's trace and what the run wrote to its timeline, read while it
+    // was written, unless late lines were merged into the file afterwards.
+    bool WriteRunPage(std::string& error)
+    {
+        return timeline_.WrittenInOrder() ? WriteRunReport(options_.outDir, runRead_, error)
+                                          : WriteReport(options_.outDir, error);
     }
 
     void Install()
@@ -163,7 +173,7 @@ private:
             const bool restricted = openDeliveries_ == seenOpenDeliveries_;
             seenOpenDeliveries_ = openDeliveries_;
             timeline_.Add(clock_->WallTimeMs(), TIMELINE_COMMON_EVENT,
-                {{"action", data.GetWant().GetAction()}, {"want", TimelineLine::parse(data.GetWant().ToJson())},
+                {{"action", data.GetWant().GetAction()}, {"want", WantTimelineJson(data.GetWant())},
                     {"restricted", restricted}});
         });
     }
@@ -419,7 +429,7 @@ private:
             DisarmPlatformFault(event.text);
             break;
         }
-        timeline_.Add(event.timeMs, TIMELINE_FAULT, fields);
+        timeline_.Add(event.timeMs, TIMELINE_FAULT, std::move(fields));
     }
 
     // The standby service restarts: the strategy is destroyed and a new one is created and started.
@@ -463,6 +473,7 @@ private:
     const Trace& trace_;
     const SimOptions& options_;
     Timeline timeline_;
+    RunDigest runRead_;
     std::shared_ptr<Emulator::VirtualClock> clock_;
     std::shared_ptr<AppExecFwk::EventHandler> handler_;
     std::shared_ptr<StandbyServiceImpl> host_;

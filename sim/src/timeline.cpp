@@ -1,15 +1,56 @@
 #include "timeline.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <variant>
 
 #include "local_calendar.h"
 
 namespace OHOS::Sim {
 
+namespace {
+
+bool IsAscii(const std::string& text)
+{
+    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+// One parameter as its JSON text reads back: a count that is not negative reads back unsigned, a
+// number that is not finite as null.
+struct ParamJson {
+    TimelineLine operator()(bool value) const { return value; }
+    TimelineLine operator()(int32_t value) const { return (*this)(static_cast<int64_t>(value)); }
+    TimelineLine operator()(int64_t value) const
+    {
+        return value >= 0 ? TimelineLine(static_cast<uint64_t>(value)) : TimelineLine(value);
+    }
+    TimelineLine operator()(float value) const { return (*this)(static_cast<double>(value)); }
+    TimelineLine operator()(double value) const { return std::isfinite(value) ? TimelineLine(value) : nullptr; }
+    TimelineLine operator()(const std::string& value) const { return value; }
+};
+
+} // namespace
+
+TimelineLine WantTimelineJson(const AAFwk::Want& want)
+{
+    bool ascii = IsAscii(want.GetAction());
+    TimelineLine params = TimelineLine::object();
+    for (const auto& [key, value] : want.GetParams()) {
+        ascii = ascii && IsAscii(key) &&
+                (!std::holds_alternative<std::string>(value) || IsAscii(std::get<std::string>(value)));
+        params[key] = std::visit(ParamJson(), value);
+    }
+    if (!ascii) {
+        return TimelineLine::parse(want.ToJson());
+    }
+    return TimelineLine{{"action", want.GetAction()}, {"params", std::move(params)}};
+}
+
 Timeline::OrderKey Timeline::KeyOf(const TimelineLine& line)
 {
-    return {line["t"].get<int64_t>(), line["type"] == TIMELINE_SYSTEM_EVENT};
+    const TimelineLine& type = line["type"]; // compared as text: no Json made from the constant
+    return {line["t"].get<int64_t>(), type.is_string() && type.get_ref<const std::string&>() == TIMELINE_SYSTEM_EVENT};
 }
 
 void Timeline::SortByTime(std::vector<TimelineLine>& lines)
@@ -27,11 +68,17 @@ bool Timeline::StreamTo(const std::string& path, KeepFilter keep)
     return out_.is_open();
 }
 
-void Timeline::Add(int64_t timeMs, const std::string& type, const TimelineLine& fields)
+void Timeline::ObserveWrittenLines(LineObserver observer)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    observer_ = std::move(observer);
+}
+
+void Timeline::Add(int64_t timeMs, const std::string& type, TimelineLine fields)
 {
     TimelineLine line{{"t", timeMs}, {"time", FormatLocalTime(timeMs)}, {"type", type}};
     for (auto it = fields.begin(); it != fields.end(); ++it) {
-        line[it.key()] = it.value();
+        line[it.key()] = std::move(*it);
     }
     const OrderKey key = KeyOf(line);
     std::lock_guard<std::mutex> lock(mutex_);
@@ -62,6 +109,9 @@ void Timeline::Release(TimelineLine&& line)
 {
     if (out_.is_open()) {
         out_ << line.dump() << '\n';
+        if (observer_) {
+            observer_(line);
+        }
     }
     if (!keep_ || keep_(line)) {
         kept_.push_back(std::move(line));
@@ -89,6 +139,7 @@ bool Timeline::MergeLateLines()
     if (late_.empty()) {
         return true;
     }
+    lateLinesMerged_ = true;
     std::stable_sort(late_.begin(), late_.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     const std::string mergedPath = path_ + ".merging";
     std::ifstream written(path_, std::ios::binary);
@@ -109,6 +160,12 @@ bool Timeline::MergeLateLines()
     const bool ok = !written.bad() && static_cast<bool>(merged);
     late_.clear();
     return ok && std::rename(mergedPath.c_str(), path_.c_str()) == 0;
+}
+
+bool Timeline::WrittenInOrder() const
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return !lateLinesMerged_;
 }
 
 std::vector<TimelineLine> Timeline::Lines() const

@@ -12,6 +12,23 @@ namespace OHOS::Sim {
 namespace {
 using Json = nlohmann::ordered_json;
 
+// A JSON object line written field by field, as Json::dump writes it: the trace has one per event,
+// and building a Json object for each and dumping it cost more than the rest of the file.
+class ObjectText {
+public:
+    explicit ObjectText(int64_t timeMs) : text_("{\"t\":" + std::to_string(timeMs)) {}
+    void Add(const char* key, int64_t value) { Key(key) += std::to_string(value); }
+    void Add(const char* key, bool value) { Key(key) += value ? "true" : "false"; }
+    // Numbers with a fraction, texts: as the JSON library writes them (shortest exact form, escapes).
+    void Add(const char* key, double value) { Key(key) += Json(value).dump(); }
+    void Add(const char* key, const std::string& value) { Key(key) += Json(value).dump(); }
+    std::string Finish() { return std::move(text_ += '}'); }
+
+private:
+    std::string& Key(const char* key) { return ((text_ += ",\"") += key) += "\":"; }
+    std::string text_;
+};
+
 Json SpanJson(const TimeSpan& span)
 {
     return Json{{"begin", FormatLocalTime(span.beginMs)}, {"end", FormatLocalTime(span.endMs)}};
@@ -101,51 +118,51 @@ const char* TraceKindName(TraceKind kind)
 
 std::string TraceEventToJson(const TraceEvent& event)
 {
-    Json line{{"t", event.timeMs}, {"time", FormatLocalTime(event.timeMs)}, {"kind", TraceKindName(event.kind)}};
+    ObjectText line(event.timeMs);
+    line.Add("time", FormatLocalTime(event.timeMs));
+    line.Add("kind", std::string(TraceKindName(event.kind)));
     switch (event.kind) {
     case TraceKind::LIGHT:
     case TraceKind::PROXIMITY:
-        line["value"] = event.value;
+        line.Add("value", event.value);
         break;
     case TraceKind::BATTERY_LEVEL:
     case TraceKind::CALL_STATE:
-        line["value"] = event.number;
+    case TraceKind::USER_SWITCH:
+    case TraceKind::CLOCK_SET:
+        line.Add("value", event.number);
         break;
     case TraceKind::NEXT_ALARM:
-        line["value"] = event.number;
-        line["alarm"] = event.number > 0 ? FormatLocalTime(event.number) : "";
+        line.Add("value", event.number);
+        line.Add("alarm", event.number > 0 ? FormatLocalTime(event.number) : std::string());
         break;
     case TraceKind::NOTIFICATION:
     case TraceKind::BADGE_CLEARED:
-        line["pkg"] = event.text;
-        break;
-    case TraceKind::USER_SWITCH:
-    case TraceKind::CLOCK_SET:
-        line["value"] = event.number;
+        line.Add("pkg", event.text);
         break;
     case TraceKind::TIME_ZONE:
     case TraceKind::PLATFORM_FAULT_CLEARED:
-        line["text"] = event.text;
+        line.Add("text", event.text);
         break;
     case TraceKind::PLATFORM_FAULT:
-        line["text"] = event.text;
-        line["value"] = event.number;
-        line["persistent"] = event.value != 0;
+        line.Add("text", event.text);
+        line.Add("value", event.number);
+        line.Add("persistent", event.value != 0);
         break;
     default:
         // Any other kind: the values it carries, under their own names.
         if (event.value != 0) {
-            line["value"] = event.value;
+            line.Add("value", event.value);
         }
         if (event.number != 0) {
-            line["number"] = event.number;
+            line.Add("number", event.number);
         }
         if (!event.text.empty()) {
-            line["text"] = event.text;
+            line.Add("text", event.text);
         }
         break;
     }
-    return line.dump();
+    return line.Finish();
 }
 
 std::string NightTruthToJson(const NightTruth& night)

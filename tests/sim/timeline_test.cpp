@@ -1,5 +1,6 @@
 // The streamed timeline: whatever the order lines arrive in, the file holds them exactly as the
 // fully sorted timeline would, and only the kept lines stay in memory.
+#include <cmath>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -76,6 +77,8 @@ TEST_P(TimelineStreamTest, StreamedFileEqualsTheSortedTimelineAndKeepsOnlyFilter
     Timeline streamed;
     auto isTruth = [](const TimelineLine& line) { return line["type"] == TIMELINE_TRUTH; };
     ASSERT_TRUE(streamed.StreamTo(path, isTruth));
+    std::vector<TimelineLine> written;
+    streamed.ObserveWrittenLines([&written](const TimelineLine& line) { written.push_back(line); });
     Timeline held;
     int32_t number = 0;
     for (const Step& step : RandomRun(seed, 400, setBack)) {
@@ -90,6 +93,10 @@ TEST_P(TimelineStreamTest, StreamedFileEqualsTheSortedTimelineAndKeepsOnlyFilter
     ASSERT_TRUE(streamed.FinishStream());
     const std::vector<TimelineLine> sorted = held.Lines();
     EXPECT_EQ(ReadFile(path), Joined(sorted));
+    // Only a clock set back makes late lines, and only then does the file differ from what was
+    // seen being written.
+    EXPECT_EQ(streamed.WrittenInOrder(), !setBack);
+    EXPECT_EQ(ReadFile(path) == Joined(written), !setBack);
     std::vector<TimelineLine> truths;
     for (const TimelineLine& line : sorted) {
         if (isTruth(line)) {
@@ -126,6 +133,54 @@ TEST(TimelineOrderTest, AStreamThatCannotBeCreatedIsReported)
     Timeline timeline;
     EXPECT_FALSE(timeline.StreamTo(folder.Path() + "/missing/timeline.jsonl", nullptr));
 }
+
+} // namespace
+} // namespace OHOS::Sim
+
+namespace OHOS::Sim {
+namespace {
+
+struct WantCase {
+    const char* name;
+    AAFwk::Want want;
+};
+
+AAFwk::Want MakeWant(const std::string& action, const std::vector<std::pair<std::string, AAFwk::Want::Value>>& params)
+{
+    AAFwk::Want want;
+    want.SetAction(action);
+    for (const auto& [key, value] : params) {
+        std::visit([&want, &key = key](const auto& typed) { want.SetParam(key, typed); }, value);
+    }
+    return want;
+}
+
+class WantTimelineJsonTest : public testing::TestWithParam<WantCase> {};
+
+// Built directly or through the text, a Want must give the same JSON, down to the kind of number
+// (what the timeline's readers and metrics look at).
+TEST_P(WantTimelineJsonTest, EqualsTheWantsJsonTextParsedBack)
+{
+    const AAFwk::Want& want = GetParam().want;
+    const TimelineLine built = WantTimelineJson(want);
+    const TimelineLine parsed = TimelineLine::parse(want.ToJson());
+    EXPECT_EQ(built.dump(), parsed.dump());
+    ASSERT_TRUE(built["params"].is_object());
+    for (const auto& [key, value] : parsed["params"].items()) {
+        EXPECT_EQ(built["params"][key].type(), value.type()) << key;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Wants, WantTimelineJsonTest,
+    testing::Values(WantCase{"NoParameters", MakeWant("usual.event.SCREEN_ON", {})},
+        WantCase{
+            "Numbers", MakeWant("a", {{"zero", int32_t{0}}, {"negative", int32_t{-7}}, {"long", int64_t{1767610800000}},
+                                         {"minLong", INT64_MIN}, {"float", 0.1f}, {"double", 2.5e-7}, {"whole", 3.0}})},
+        WantCase{"NotFinite", MakeWant("a", {{"nan", std::nan("")}, {"inf", HUGE_VALF}})},
+        WantCase{"TextsAndFlags", MakeWant("b", {{"isSleep", true}, {"name", std::string("com.example.mail")},
+                                                    {"quote", std::string("say \"hi\"\n")}, {"off", false}})},
+        WantCase{"NotAscii", MakeWant("c", {{"app", std::string("Caf\xc3\xa9")}, {"bad", std::string("x\xff")}})}),
+    [](const testing::TestParamInfo<WantCase>& info) { return std::string(info.param.name); });
 
 } // namespace
 } // namespace OHOS::Sim

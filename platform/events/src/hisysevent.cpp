@@ -1,6 +1,7 @@
 #include "hisysevent.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <charconv>
@@ -34,6 +35,57 @@ std::mutex& FileMutex()
 {
     static std::mutex mutex;
     return mutex;
+}
+
+// The event file held open between writes, so that a write costs one check and one append instead
+// of mapping the path and opening the file again. Reopened when the data root changes or the file
+// has lost its name (cleared, or its folder removed). REQUIRES: FileMutex() is held.
+class HeldEventFile {
+public:
+    ~HeldEventFile() { Close(); }
+
+    // The descriptor to append to, or -1 when the file cannot be opened.
+    int Descriptor()
+    {
+        const std::string root = GetDataRoot();
+        struct stat info {};
+        if (fd_ >= 0 && root == root_ && fstat(fd_, &info) == 0 && info.st_nlink > 0) {
+            return fd_;
+        }
+        Close();
+        root_ = root;
+        fd_ = Open();
+        return fd_;
+    }
+
+private:
+    // Created readable by its owner only; the folder is made with the first event under a data root.
+    static int Open()
+    {
+        const std::string path = SysEventFilePath();
+        int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+        if (fd < 0 && MakeDirectories(MapPhonePath(kSysEventPhoneDir))) {
+            fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+        }
+        return fd;
+    }
+
+    void Close()
+    {
+        if (fd_ >= 0) {
+            close(fd_);
+            fd_ = -1;
+        }
+    }
+
+    std::string root_;
+    int fd_ = -1;
+};
+
+HeldEventFile& EventFile()
+{
+    static HeldEventFile file;
+    return file;
 }
 
 bool ParseLine(const std::string& line, SysEventRecord& record)
@@ -139,18 +191,11 @@ int32_t HiSysEvent::WriteEvent(
     const std::string line = event.dump() + "\n";
 
     std::lock_guard<std::mutex> lock(Emulator::FileMutex());
-    const std::string path = Emulator::SysEventFilePath();
-    // Created readable by its owner only; the folder is made with the first event under a data root.
-    int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-    if (fd < 0 && Emulator::MakeDirectories(Emulator::MapPhonePath(Emulator::kSysEventPhoneDir))) {
-        fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-    }
+    const int fd = Emulator::EventFile().Descriptor();
     if (fd < 0) {
         return ERR_WRITE_FAILED;
     }
-    const bool written = write(fd, line.data(), line.size()) == static_cast<ssize_t>(line.size());
-    close(fd);
-    if (!written) {
+    if (write(fd, line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
         return ERR_WRITE_FAILED;
     }
     if (Emulator::Listener()) {

@@ -33,7 +33,9 @@ std::string FormatLogLine(const LogRecord& record);
 
 // Where lines go: stderr (the default, from LOG_INFO up), a file, or nowhere. Thread-safe.
 void SetLogSinkStderr(LogLevel minLevel);
-// Appends to `path`; returns false when it cannot be opened (the sink is then unchanged).
+// Appends to `path`; returns false when it cannot be opened (the sink is then unchanged). The file
+// is written through a buffer: lines reach it when the buffer fills, at once from LOG_ERROR up, and
+// all of them when the sink is changed or disabled or the process exits normally.
 bool SetLogSinkFile(const std::string& path, LogLevel minLevel);
 void DisableLogSink();
 

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -99,16 +100,43 @@ bool ResolveExistingPart(std::string path, std::string& resolved)
     }
 }
 
+// True when no existing part of `path` after its first `rootLength` characters is a symbolic link,
+// checked part by part up to the first one that does not exist. Such a path cannot lead out of its
+// root, so the costly resolution below is needed only when a link is on the way.
+bool NoLinkBelowRoot(const std::string& path, size_t rootLength)
+{
+    for (size_t end = rootLength; end < path.size();) {
+        end = std::min(path.find('/', end + 1), path.size());
+        struct stat info {};
+        if (lstat(path.substr(0, end).c_str(), &info) != 0) {
+            return true;
+        }
+        if (S_ISLNK(info.st_mode)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // True unless following the links on the way to `path` leads out of `root`. A root that does not
 // exist yet has nothing inside it that could lead out.
 bool StaysInsideRoot(const std::string& path, const std::string& root)
 {
+    if (NoLinkBelowRoot(path, root.size())) {
+        return true;
+    }
     std::string realRoot;
     if (!Resolve(root, realRoot)) {
         return true;
     }
     std::string realPath;
     return ResolveExistingPart(path, realPath) && IsUnder(realPath, realRoot);
+}
+
+bool IsDirectory(const std::string& path)
+{
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
 } // namespace
@@ -148,6 +176,9 @@ bool MakeDirectories(const std::string& path)
     if (path.empty()) {
         return false;
     }
+    if (IsDirectory(path)) { // the common case: one call instead of one per part of the path
+        return true;
+    }
     for (size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
         const std::string prefix = path.substr(0, slash);
         if (!prefix.empty() && mkdir(prefix.c_str(), kNewFolderMode) != 0 && errno != EEXIST) {
@@ -157,8 +188,7 @@ bool MakeDirectories(const std::string& path)
             break;
         }
     }
-    struct stat info {};
-    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+    return IsDirectory(path);
 }
 
 ScopedDataRoot::ScopedDataRoot() : previous_(OverrideRoot())

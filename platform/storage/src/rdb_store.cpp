@@ -7,13 +7,16 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <fcntl.h>
+#include <map>
 #include <mutex>
+#include <optional>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
 #include "data_root.h"
 #include "rdb_faults.h"
+#include "statement_cache.h"
 #include "storage_sync.h"
 
 namespace OHOS::NativeRdb {
@@ -25,8 +28,6 @@ constexpr int BUSY_TIMEOUT_MS = 5000;
 constexpr int MIN_PAGE_SIZE = 512;
 constexpr int MAX_PAGE_SIZE = 65536;
 constexpr mode_t OWNER_ONLY = 0600;
-
-using Statement = std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)>;
 
 int ToRdbError(int sqliteCode)
 {
@@ -92,11 +93,15 @@ bool HoldsStatement(sqlite3* db, const char* tail)
     return rc != SQLITE_OK || extra != nullptr;
 }
 
-int Prepare(sqlite3* db, const std::string& sql, Statement& out)
+// Makes the lease's statement ready to bind: the kept one, or one prepared now (kept afterwards).
+int Prepare(sqlite3* db, StatementLease& lease)
 {
+    if (lease.Held() != nullptr) {
+        return E_OK;
+    }
     sqlite3_stmt* raw = nullptr;
     const char* tail = nullptr;
-    int rc = sqlite3_prepare_v2(db, sql.c_str(), -1, &raw, &tail);
+    int rc = sqlite3_prepare_v3(db, lease.Sql().c_str(), -1, SQLITE_PREPARE_PERSISTENT, &raw, &tail);
     Statement statement(raw, sqlite3_finalize);
     if (rc != SQLITE_OK) {
         return ToRdbError(rc);
@@ -107,7 +112,7 @@ int Prepare(sqlite3* db, const std::string& sql, Statement& out)
     if (HoldsStatement(db, tail)) {
         return E_MULTIPLE_STATEMENTS;
     }
-    out = std::move(statement);
+    lease.Held() = std::move(statement);
     return E_OK;
 }
 
@@ -173,14 +178,14 @@ int RunToEnd(sqlite3_stmt* statement)
     return E_OK;
 }
 
-int Run(sqlite3* db, const std::string& sql, const std::vector<ValueObject>& args = {})
+int Run(sqlite3* db, StatementCache& cache, const std::string& sql, const std::vector<ValueObject>& args = {})
 {
-    Statement statement(nullptr, sqlite3_finalize);
-    int error = Prepare(db, sql, statement);
+    StatementLease lease(cache, sql);
+    int error = Prepare(db, lease);
     if (error == E_OK) {
-        error = BindAll(statement.get(), args);
+        error = BindAll(lease.Held().get(), args);
     }
-    return error == E_OK ? RunToEnd(statement.get()) : error;
+    return error == E_OK ? RunToEnd(lease.Held().get()) : error;
 }
 
 // Store housekeeping (settings, version, undoing a failed write): not a caller's operation, so
@@ -218,22 +223,24 @@ ValueObject ReadCell(sqlite3_stmt* statement, int column)
 }
 
 // Reads every row; a failure after the first step keeps the rows read and reports the error at
-// the end of them.
+// the end of them. The columns are read after the first step: a kept statement is prepared again
+// there when the schema has changed since, and "*" may then name more columns.
 std::shared_ptr<AbsSharedResultSet> ReadAll(sqlite3_stmt* statement)
 {
-    int columns = sqlite3_column_count(statement);
-    std::vector<std::string> names;
-    for (int i = 0; i < columns; ++i) {
-        names.emplace_back(sqlite3_column_name(statement, i));
-    }
     bool hasRow = false;
     int error = Step(statement, hasRow);
     if (error != E_OK) {
         return nullptr;
     }
+    int columns = sqlite3_column_count(statement);
+    std::vector<std::string> names;
+    for (int i = 0; i < columns; ++i) {
+        names.emplace_back(sqlite3_column_name(statement, i));
+    }
     std::vector<AbsSharedResultSet::Row> rows;
     while (hasRow && error == E_OK) {
         AbsSharedResultSet::Row row;
+        row.reserve(static_cast<size_t>(columns));
         for (int i = 0; i < columns; ++i) {
             row.push_back(ReadCell(statement, i));
         }
@@ -263,25 +270,24 @@ std::vector<ValueObject> BucketArgs(const ValuesBucket& values)
     return args;
 }
 
-// Inserts the rows in order, preparing a statement only when the column set changes.
-int InsertRows(sqlite3* db, const std::string& table, const std::vector<ValuesBucket>& rows)
+// Inserts the rows in order, taking another statement only when the column set changes.
+int InsertRows(sqlite3* db, StatementCache& cache, const std::string& table, const std::vector<ValuesBucket>& rows)
 {
-    Statement statement(nullptr, sqlite3_finalize);
-    std::string preparedSql;
+    std::optional<StatementLease> lease;
     for (const ValuesBucket& row : rows) {
         std::string sql = InsertSql(table, row);
-        int error = E_OK;
-        if (sql != preparedSql) {
-            error = Prepare(db, sql, statement);
-            preparedSql = error == E_OK ? sql : "";
+        if (lease && lease->Sql() == sql) {
+            sqlite3_reset(lease->Held().get());
         } else {
-            sqlite3_reset(statement.get());
+            lease.reset();
+            lease.emplace(cache, std::move(sql));
+        }
+        int error = Prepare(db, *lease);
+        if (error == E_OK) {
+            error = BindAll(lease->Held().get(), BucketArgs(row));
         }
         if (error == E_OK) {
-            error = BindAll(statement.get(), BucketArgs(row));
-        }
-        if (error == E_OK) {
-            error = RunToEnd(statement.get());
+            error = RunToEnd(lease->Held().get());
         }
         if (error != E_OK) {
             return error;
@@ -335,10 +341,12 @@ int PrepareFile(const std::string& path, const RdbStoreConfig& config)
     return E_OK;
 }
 
+// Without SQLite's own lock around every call: a connection is only ever used by one thread at a
+// time (the writer under writeMutex, a reader by the query that leased it).
 int OpenConnection(const std::string& path, int flags, sqlite3*& db)
 {
     db = nullptr;
-    int rc = sqlite3_open_v2(path.c_str(), &db, flags | SQLITE_OPEN_FULLMUTEX, nullptr);
+    int rc = sqlite3_open_v2(path.c_str(), &db, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     if (rc != SQLITE_OK) {
         sqlite3_close_v2(db);
         db = nullptr;
@@ -361,9 +369,12 @@ struct RdbStore::Impl {
     std::condition_variable readerFree;
     std::vector<sqlite3*> idleReaders;
     std::vector<sqlite3*> readers;
+    // One per connection, made when it opens and then used only by whoever holds the connection.
+    std::map<sqlite3*, StatementCache> statements;
 
     ~Impl()
     {
+        statements.clear();
         for (sqlite3* reader : readers) {
             sqlite3_close_v2(reader);
         }
@@ -373,6 +384,7 @@ struct RdbStore::Impl {
     int Connect(const RdbStoreConfig& config);
     int ApplyWriterSettings(const RdbStoreConfig& config);
     int OpenReaders(const RdbStoreConfig& config);
+    StatementCache& StatementsOf(sqlite3* db) { return statements.at(db); }
     bool InOwnTransaction() const { return transactionOwner.load() == std::this_thread::get_id(); }
     // Clears the owner and releases the hold on writeMutex that BeginTransaction took.
     void EndTransaction()
@@ -393,6 +405,9 @@ int RdbStore::Impl::Connect(const RdbStoreConfig& config)
     int error = inMemory ? E_OK : PrepareFile(path, config);
     if (error == E_OK) {
         error = OpenConnection(path, readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE, writer);
+    }
+    if (error == E_OK) {
+        statements.try_emplace(writer);
     }
     if (error == E_OK && !readOnly) {
         error = ApplyWriterSettings(config);
@@ -435,6 +450,7 @@ int RdbStore::Impl::OpenReaders(const RdbStoreConfig& config)
         int error = OpenConnection(path, SQLITE_OPEN_READONLY, reader);
         if (error == E_OK) {
             readers.push_back(reader);
+            statements.try_emplace(reader);
             error = RunInternal(reader, "PRAGMA journal_size_limit = " + std::to_string(config.GetJournalSize()));
         }
         if (error != E_OK) {
@@ -477,13 +493,14 @@ private:
     sqlite3* db_ = nullptr;
 };
 
-std::shared_ptr<AbsSharedResultSet> Query(sqlite3* db, const std::string& sql, const std::vector<ValueObject>& args)
+std::shared_ptr<AbsSharedResultSet> Query(
+    sqlite3* db, StatementCache& cache, const std::string& sql, const std::vector<ValueObject>& args)
 {
-    Statement statement(nullptr, sqlite3_finalize);
-    if (Prepare(db, sql, statement) != E_OK || BindAll(statement.get(), args) != E_OK) {
+    StatementLease lease(cache, sql);
+    if (Prepare(db, lease) != E_OK || BindAll(lease.Held().get(), args) != E_OK) {
         return nullptr;
     }
-    return ReadAll(statement.get());
+    return ReadAll(lease.Held().get());
 }
 
 } // namespace
@@ -529,7 +546,7 @@ int RdbStore::BringToVersion(int version, RdbOpenCallback& callback)
 int RdbStore::ExecuteSql(const std::string& sql, const std::vector<ValueObject>& bindArgs)
 {
     std::lock_guard<std::recursive_mutex> lock(impl_->writeMutex);
-    return Run(impl_->writer, sql, bindArgs);
+    return Run(impl_->writer, impl_->StatementsOf(impl_->writer), sql, bindArgs);
 }
 
 std::shared_ptr<AbsSharedResultSet> RdbStore::QuerySql(
@@ -537,10 +554,10 @@ std::shared_ptr<AbsSharedResultSet> RdbStore::QuerySql(
 {
     if (impl_->readers.empty() || impl_->InOwnTransaction()) {
         std::lock_guard<std::recursive_mutex> lock(impl_->writeMutex);
-        return Query(impl_->writer, sql, AsTextArgs(selectionArgs));
+        return Query(impl_->writer, impl_->StatementsOf(impl_->writer), sql, AsTextArgs(selectionArgs));
     }
     ReaderLease lease(impl_->readersMutex, impl_->readerFree, impl_->idleReaders);
-    return Query(lease.Db(), sql, AsTextArgs(selectionArgs));
+    return Query(lease.Db(), impl_->StatementsOf(lease.Db()), sql, AsTextArgs(selectionArgs));
 }
 
 int RdbStore::Insert(int64_t& outRowId, const std::string& table, const ValuesBucket& values)
@@ -550,7 +567,7 @@ int RdbStore::Insert(int64_t& outRowId, const std::string& table, const ValuesBu
         return E_INVALID_ARGS;
     }
     std::lock_guard<std::recursive_mutex> lock(impl_->writeMutex);
-    int error = InsertRows(impl_->writer, table, {values});
+    int error = InsertRows(impl_->writer, impl_->StatementsOf(impl_->writer), table, {values});
     if (error == E_OK) {
         outRowId = sqlite3_last_insert_rowid(impl_->writer);
     }
@@ -574,13 +591,13 @@ int RdbStore::BatchInsert(int64_t& outInsertNum, const std::string& table, const
     std::lock_guard<std::recursive_mutex> lock(impl_->writeMutex);
     sqlite3* db = impl_->writer;
     const std::string savepoint = QuoteIdentifier(BATCH_SAVEPOINT);
-    int error = Run(db, "SAVEPOINT " + savepoint);
+    int error = Run(db, impl_->StatementsOf(db), "SAVEPOINT " + savepoint);
     if (error != E_OK) {
         return error;
     }
-    error = InsertRows(db, table, values);
+    error = InsertRows(db, impl_->StatementsOf(db), table, values);
     if (error == E_OK) {
-        error = Run(db, "RELEASE " + savepoint);
+        error = Run(db, impl_->StatementsOf(db), "RELEASE " + savepoint);
     }
     if (error != E_OK) {
         RunInternal(db, "ROLLBACK TO " + savepoint);
@@ -599,7 +616,7 @@ int RdbStore::Delete(int& deletedRows, const std::string& table, const std::stri
     }
     std::string sql = "DELETE FROM " + QuoteIdentifier(table) + (whereClause.empty() ? "" : " WHERE " + whereClause);
     std::lock_guard<std::recursive_mutex> lock(impl_->writeMutex);
-    int error = Run(impl_->writer, sql, AsTextArgs(whereArgs));
+    int error = Run(impl_->writer, impl_->StatementsOf(impl_->writer), sql, AsTextArgs(whereArgs));
     if (error == E_OK) {
         deletedRows = sqlite3_changes(impl_->writer);
     }
@@ -613,7 +630,7 @@ int RdbStore::BeginTransaction()
         impl_->writeMutex.unlock();
         return E_TRANSACTION_IN_EXECUTE;
     }
-    int error = Run(impl_->writer, "BEGIN IMMEDIATE");
+    int error = Run(impl_->writer, impl_->StatementsOf(impl_->writer), "BEGIN IMMEDIATE");
     if (error != E_OK) {
         impl_->writeMutex.unlock();
         return error;
@@ -628,7 +645,7 @@ int RdbStore::Commit()
     if (!impl_->InOwnTransaction()) {
         return E_NO_TRANSACTION;
     }
-    int error = Run(impl_->writer, "COMMIT");
+    int error = Run(impl_->writer, impl_->StatementsOf(impl_->writer), "COMMIT");
     if (error != E_OK) {
         RunInternal(impl_->writer, "ROLLBACK");
     }

@@ -43,10 +43,11 @@ bool IsIdentifier(const std::string& name)
 // The connection to the store's file. It is kept open between operations, with its statements
 // prepared once (an operation then costs one statement step, not an open, a schema read and a
 // parse), and reopened when the data root moves, the file is removed or replaced (a test empties
-// the data root) or the disk-sync switch changes.
+// the data root) or the disk-sync switch changes. While it stays open its path is not mapped
+// again: the file it holds is the one that was checked when it was opened.
 class Connection {
 public:
-    explicit Connection(const std::string& path) : path_(path), syncEnabled_(StorageSyncEnabled())
+    Connection(const std::string& root, const std::string& path) : root_(root), syncEnabled_(StorageSyncEnabled())
     {
         std::string folder = path.substr(0, path.find_last_of('/'));
         if (!MakeDirectories(folder)) {
@@ -56,7 +57,8 @@ public:
         if (fd_ < 0) {
             return;
         }
-        if (sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK ||
+        // Without SQLite's own lock around every call: the connection is used under StoreMutex().
+        if (sqlite3_open_v2(path.c_str(), &db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr) != SQLITE_OK ||
             (!syncEnabled_ && sqlite3_exec(db_, "PRAGMA synchronous = OFF", nullptr, nullptr, nullptr) != SQLITE_OK)) {
             sqlite3_close(db_);
             db_ = nullptr;
@@ -82,10 +84,10 @@ public:
     static Connection* Current()
     {
         static std::unique_ptr<Connection> cached;
-        std::string path = MapPhonePath(SETTINGS_DATABASE_PATH);
-        if (cached == nullptr || !cached->Follows(path)) {
+        const std::string root = GetDataRoot();
+        if (cached == nullptr || !cached->Follows(root)) {
             cached.reset();
-            auto fresh = std::make_unique<Connection>(path);
+            auto fresh = std::make_unique<Connection>(root, MapPhonePath(SETTINGS_DATABASE_PATH));
             if (fresh->db_ != nullptr) {
                 cached = std::move(fresh);
             }
@@ -93,12 +95,13 @@ public:
         return cached.get();
     }
 
-    // Whether `path` still names the file this connection holds open, with the same sync setting.
-    // A file removed or replaced by another has no name left (no link) while it is held open.
-    bool Follows(const std::string& path) const
+    // Whether the file this connection holds open is still the store under the data root `root`,
+    // with the same sync setting. A file removed or replaced by another has no name left (no link)
+    // while it is held open.
+    bool Follows(const std::string& root) const
     {
         struct stat held {};
-        return path == path_ && syncEnabled_ == StorageSyncEnabled() && fstat(fd_, &held) == 0 && held.st_nlink > 0;
+        return root == root_ && syncEnabled_ == StorageSyncEnabled() && fstat(fd_, &held) == 0 && held.st_nlink > 0;
     }
 
     // Opens the connection's table `table`, creating it on first use.
@@ -153,7 +156,7 @@ public:
     int64_t LastRowId() const { return sqlite3_last_insert_rowid(db_); }
 
 private:
-    std::string path_;
+    std::string root_;
     bool syncEnabled_;
     int fd_ = -1;
     sqlite3* db_ = nullptr;
