@@ -57,8 +57,6 @@ int64_t MsInSecond(int64_t epochMs)
 
 constexpr int kLargestFourDigitYear = 9999;
 
-using Emulator::WriteDigits;
-
 std::tm LocalTm(int64_t epochMs)
 {
     const std::time_t seconds = static_cast<std::time_t>(FloorDiv(epochMs, kMsPerSecond));
@@ -182,17 +180,8 @@ std::string FormatLocalTime(int64_t epochMs)
             local.tm_hour, local.tm_min, local.tm_sec, millis);
         return text;
     }
-    // The same text as the format above, written digit by digit: every timeline line carries one,
-    // and the formatting function cost more than the conversion to local time.
-    std::string text = "0000-00-00 00:00:00.000";
-    WriteDigits(text, 0, 4, year);
-    WriteDigits(text, 5, 2, local.tm_mon + 1);
-    WriteDigits(text, 8, 2, local.tm_mday);
-    WriteDigits(text, 11, 2, local.tm_hour);
-    WriteDigits(text, 14, 2, local.tm_min);
-    WriteDigits(text, 17, 2, local.tm_sec);
-    WriteDigits(text, 20, 3, millis);
-    return text;
+    // The same text without a formatting function: every timeline line carries one.
+    return Emulator::DateTimeText(local, millis);
 }
 
 std::string FormatLocalClock(int64_t epochMs)

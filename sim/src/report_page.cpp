@@ -42,8 +42,8 @@ std::string GroupTableHtml(const std::string& title, const GroupSummary& group)
     if (group.nights == 0) {
         return "";
     }
-    std::string html = "<table class=\"metrics\"><tr><th>" + EscapeHtml(title) + " (" + std::to_string(group.nights) +
-                       " nights)</th>";
+    std::string html =
+        "<table class=\"metrics\"><tr><th>" + EscapeHtml(title) + " (" + std::to_string(group.nights) + " nights)</th>";
     for (size_t rule = 0; rule < kRuleCount; ++rule) {
         html += "<th>" + EscapeHtml(RuleTitle(RuleName(static_cast<Rule>(rule)))) + "</th>";
     }

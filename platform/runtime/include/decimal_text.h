@@ -1,14 +1,15 @@
 #ifndef PLATFORM_INCLUDE_DECIMAL_TEXT_H
 #define PLATFORM_INCLUDE_DECIMAL_TEXT_H
 
-#include <cstddef>
+#include <ctime>
 #include <string>
 
 namespace OHOS::Emulator {
 
-// Writes `value` (0 <= value < 10^width) as `width` decimal digits, zero-padded, over
-// text[at, at + width): the fields of a date and time text without a formatting function.
-void WriteDigits(std::string& text, size_t at, size_t width, int value);
+// "YYYY-MM-DD HH:MM:SS.mmm" of a broken-down time and its milliseconds, written digit by digit: the
+// time of every log and timeline line, cheaper than a formatting function.
+// REQUIRES: a year of four digits, 0 <= millis < 1000.
+std::string DateTimeText(const std::tm& local, int millis);
 
 } // namespace OHOS::Emulator
 

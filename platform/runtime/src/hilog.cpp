@@ -319,16 +319,9 @@ std::string FormatLogLine(const LogRecord& record)
         snprintf(head, sizeof(head), "%s.%03d %c %X/", date, millis, LevelLetter(record.level), record.domain);
         return std::string(head) + record.tag + ": " + record.message;
     }
-    // The same text written digit by digit: one per log line, cheaper than strftime and snprintf.
-    std::string line = "0000-00-00 00:00:00.000 ? ";
-    WriteDigits(line, 0, 4, year);
-    WriteDigits(line, 5, 2, local.tm_mon + 1);
-    WriteDigits(line, 8, 2, local.tm_mday);
-    WriteDigits(line, 11, 2, local.tm_hour);
-    WriteDigits(line, 14, 2, local.tm_min);
-    WriteDigits(line, 17, 2, local.tm_sec);
-    WriteDigits(line, 20, 3, millis);
-    line[24] = LevelLetter(record.level);
+    // The same text without strftime: one per log line.
+    std::string line = DateTimeText(local, millis);
+    line.append(1, ' ').append(1, LevelLetter(record.level)).append(1, ' ');
     snprintf(head, sizeof(head), "%X/", record.domain);
     line.append(head).append(record.tag).append(": ").append(record.message);
     return line;
