@@ -13,11 +13,9 @@ namespace OHOS::Sim {
 std::string PageHead(const std::string& title);
 // A number as a short text: whole numbers without decimals, others with up to two; NaN as a dash.
 std::string FormatNumber(double value);
-// The summary of metrics.json as a table: one column per rule, one row per measure (the field
-// path without the rule); values that belong to no rule are listed above it.
+// The summary of metrics.json as the text summary's tables (after the first week, first week): a row
+// per measure, a column per rule; a note naming the problem when metrics.json cannot be read.
 std::string SummaryTable(const MetricsJson& metrics);
-// Writes `text` to a temporary file beside `path` and renames it over `path`.
-bool WriteFileAtomically(const std::string& path, const std::string& text, std::string& error);
 
 } // namespace OHOS::Sim
 

@@ -3,13 +3,12 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <set>
-#include <sstream>
 
 #include <nlohmann/json.hpp>
 
 #include "sim_random.h"
+#include "text_file.h"
 
 namespace OHOS::Sim {
 
@@ -227,14 +226,12 @@ std::vector<Scenario> GeneratePopulation(const Scenario& base, int32_t count)
 bool LoadPopulationFile(
     const std::string& path, const Scenario& base, std::vector<Scenario>& persons, std::string& error)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
+    std::string text;
+    if (!ReadTextFile(path, text)) {
         error = "cannot read the population file '" + path + "'";
         return false;
     }
-    std::ostringstream text;
-    text << in.rdbuf();
-    const Json list = Json::parse(text.str(), nullptr, false);
+    const Json list = Json::parse(text, nullptr, false);
     if (list.is_discarded() || !list.is_array() || list.empty()) {
         error = path + ": expected a non-empty JSON list of persons (scenario objects)";
         return false;

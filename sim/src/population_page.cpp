@@ -10,6 +10,7 @@
 #include "report_html.h"
 #include "report_inputs.h"
 #include "report_page.h"
+#include "text_file.h"
 
 namespace OHOS::Sim {
 
@@ -249,7 +250,7 @@ bool WritePopulationReport(const std::string& dir, std::string& error)
     html += "<h2>Persons, worst first</h2>\n<p class=\"note\">Ordered by the plug-in's mean coverage, lowest first, "
             "then by its missed nights.</p>\n" +
             PersonsTable(rows, rules) + "</body></html>\n";
-    return WriteFileAtomically(dir + "/" + REPORT_FILE, html, error);
+    return WriteTextFileAtomically(dir + "/" + REPORT_FILE, html, error);
 }
 
 } // namespace OHOS::Sim

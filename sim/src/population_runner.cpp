@@ -4,15 +4,12 @@
 #include <atomic>
 #include <cctype>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <map>
 #include <new>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <thread>
@@ -21,6 +18,7 @@
 #include "night_metrics.h"
 #include "progress_meter.h"
 #include "sim_cli.h"
+#include "text_file.h"
 
 namespace OHOS::Sim {
 
@@ -33,34 +31,6 @@ bool ValidName(const std::string& name)
     return !name.empty() && std::all_of(name.begin(), name.end(), [](char c) {
         return std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '_';
     });
-}
-
-std::string ReadText(const std::string& path, bool& ok)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    ok = static_cast<bool>(in);
-    return text.str();
-}
-
-// Writes through a temporary file renamed into place, so a reader never sees half a file.
-bool WriteText(const std::string& path, const std::string& text, std::string& error)
-{
-    const std::string temporary = path + ".tmp";
-    {
-        std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-        out << text;
-        if (!out.flush()) {
-            error = "cannot write '" + temporary + "'";
-            return false;
-        }
-    }
-    if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-        error = "cannot write '" + path + "': " + std::strerror(errno);
-        return false;
-    }
-    return true;
 }
 
 std::string PersonDir(const std::string& outDir, const std::string& name)
@@ -352,7 +322,7 @@ PopulationResult RunPopulation(const std::vector<Scenario>& persons, const Popul
     result.persons = ShardEntries(persons, options.shard);
     PopulationRun(persons, options, result).Run();
     const PopulationRecord record{options.shard, result.persons};
-    result.ok = WriteText(options.outDir + "/" + POPULATION_FILE, PopulationToJson(record), result.error);
+    result.ok = WriteTextFileAtomically(options.outDir + "/" + POPULATION_FILE, PopulationToJson(record), result.error);
     return result;
 }
 
@@ -370,9 +340,8 @@ std::string PopulationToJson(const PopulationRecord& record)
 bool ReadPopulationFile(const std::string& dir, PopulationRecord& record, std::string& error)
 {
     const std::string path = dir + "/" + POPULATION_FILE;
-    bool readable = false;
-    const std::string text = ReadText(path, readable);
-    if (!readable) {
+    std::string text;
+    if (!ReadTextFile(path, text)) {
         error = "cannot read '" + path + "' (not the output folder of a population run?)";
         return false;
     }
@@ -403,8 +372,8 @@ bool GatherMetrics(
     std::vector<RunMetrics> all;
     for (const std::string& dir : personDirs) {
         const std::string path = dir + "/" + METRICS_FILE;
-        bool readable = false;
-        const std::string text = ReadText(path, readable);
+        std::string text;
+        const bool readable = ReadTextFile(path, text);
         RunMetrics metrics;
         std::string why;
         if (!readable || !MetricsFromJson(text, metrics, why)) {
@@ -415,8 +384,8 @@ bool GatherMetrics(
     }
     const RunMetrics merged = MergeMetrics(all);
     summary = FormatMetricsSummary(merged);
-    return WriteText(outDir + "/" + METRICS_FILE, MetricsToJson(merged), error) &&
-           WriteText(outDir + "/" + SUMMARY_FILE, summary, error);
+    return WriteTextFileAtomically(outDir + "/" + METRICS_FILE, MetricsToJson(merged), error) &&
+           WriteTextFileAtomically(outDir + "/" + SUMMARY_FILE, summary, error);
 }
 
 bool GatherPopulationMetrics(
@@ -488,7 +457,7 @@ bool MergeShards(
     }
     std::error_code ec;
     std::filesystem::create_directories(outDir, ec);
-    return WriteText(outDir + "/" + POPULATION_FILE, PopulationToJson(merged), error) &&
+    return WriteTextFileAtomically(outDir + "/" + POPULATION_FILE, PopulationToJson(merged), error) &&
            GatherMetrics(personDirs, outDir, summary, error);
 }
 

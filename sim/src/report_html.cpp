@@ -10,6 +10,7 @@
 #include "population_runner.h"
 #include "report_inputs.h"
 #include "report_page.h"
+#include "text_file.h"
 
 namespace OHOS::Sim {
 
@@ -87,7 +88,7 @@ bool WriteRunPage(const std::string& dir, std::string& error, RunDigest* runRead
 {
     RunRecord record;
     return ReadRunFolder(dir, record, error, runRead) &&
-           WriteFileAtomically(dir + "/" + REPORT_FILE, RunPage(dir, record), error);
+           WriteTextFileAtomically(dir + "/" + REPORT_FILE, RunPage(dir, record), error);
 }
 
 bool IsPopulation(const std::string& dir)

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <map>
 
 #include "night_metrics.h"
@@ -60,27 +58,6 @@ std::string GroupTableHtml(const std::string& title, const GroupSummary& group)
 }
 
 } // namespace
-
-bool WriteFileAtomically(const std::string& path, const std::string& text, std::string& error)
-{
-    const std::string temporary = path + ".tmp";
-    {
-        std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-        out << text;
-        out.flush();
-        if (!out) {
-            error = "cannot write '" + temporary + "'";
-            return false;
-        }
-    }
-    std::error_code ec;
-    std::filesystem::rename(temporary, path, ec);
-    if (ec) {
-        error = "cannot write '" + path + "': " + ec.message();
-        return false;
-    }
-    return true;
-}
 
 std::string PageHead(const std::string& title)
 {

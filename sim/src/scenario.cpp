@@ -4,12 +4,13 @@
 #include <cctype>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <functional>
 #include <limits>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
+
+#include "text_file.h"
 
 namespace OHOS::Sim {
 
@@ -625,14 +626,12 @@ bool ParseScenario(const std::string& jsonText, Scenario& scenario, std::string&
 
 bool LoadScenarioFile(const std::string& path, Scenario& scenario, std::string& error)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
+    std::string text;
+    if (!ReadTextFile(path, text)) {
         error = "cannot read the scenario file '" + path + "'";
         return false;
     }
-    std::ostringstream text;
-    text << in.rdbuf();
-    if (!ParseScenario(text.str(), scenario, error)) {
+    if (!ParseScenario(text, scenario, error)) {
         error = path + ": " + error;
         return false;
     }

@@ -1,0 +1,17 @@
+#ifndef SIM_INCLUDE_TEXT_FILE_H
+#define SIM_INCLUDE_TEXT_FILE_H
+
+#include <string>
+
+namespace OHOS::Sim {
+
+// Reads the whole file into `text`; false when it cannot be opened.
+bool ReadTextFile(const std::string& path, std::string& text);
+
+// Writes `text` to a temporary file beside `path` and renames it over `path`, so that a reader never
+// sees half a file. False with an error naming the file that could not be written.
+bool WriteTextFileAtomically(const std::string& path, const std::string& text, std::string& error);
+
+} // namespace OHOS::Sim
+
+#endif // SIM_INCLUDE_TEXT_FILE_H
