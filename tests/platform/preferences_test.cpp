@@ -2,7 +2,6 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -11,19 +10,14 @@
 
 #include "data_root.h"
 #include "preferences_helper.h"
+#include "test_files.h"
 
 namespace OHOS::NativePreferences {
 namespace {
 
-const std::string PHONE_PATH = "/data/service/el1/public/test_prefs/prefs.xml";
+using Emulator::ReadFile;
 
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream content;
-    content << in.rdbuf();
-    return content.str();
-}
+const std::string PHONE_PATH = "/data/service/el1/public/test_prefs/prefs.xml";
 
 // Entries in the file's folder: 1 when no temporary file was left behind.
 long FolderEntries(const std::string& path)

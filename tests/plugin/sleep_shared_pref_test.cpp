@@ -1,5 +1,4 @@
 #include <fstream>
-#include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,17 +8,12 @@
 #include "hilog.h"
 #include "preferences_helper.h"
 #include "sleep_shared_pref.h"
+#include "test_files.h"
 
 namespace OHOS::DevStandbyMgr {
 namespace {
 
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream content;
-    content << in.rdbuf();
-    return content.str();
-}
+using Emulator::ReadFile;
 
 class SleepSharedPrefTest : public testing::Test {
 protected:

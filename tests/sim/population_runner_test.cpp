@@ -14,17 +14,12 @@
 #include "population_runner.h"
 #include "scenario.h"
 #include "sim_cli.h"
+#include "test_files.h"
 
 namespace OHOS::Sim {
 namespace {
 
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using Emulator::ReadFile;
 
 // Persons named as given, each the default person with its own seed.
 std::vector<Scenario> Persons(const std::vector<std::string>& names, int32_t days = 2)

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -14,22 +13,17 @@
 #include "report_html.h"
 #include "scenario.h"
 #include "sim_driver.h"
+#include "test_files.h"
 
 namespace OHOS::Sim {
 namespace {
+
+using Emulator::ReadFile;
 
 struct DigestCase {
     const char* name;
     const char* faults; // the scenario's "faults" list
 };
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 // Runs the scenario in a child process (the platform's singletons are per process).
 bool RunInChild(const Scenario& scenario, const std::string& outDir)

@@ -21,11 +21,14 @@
 #include "scenario.h"
 #include "scoped_time_zone.h"
 #include "sim_cli.h"
+#include "test_files.h"
 #include "timeline.h"
 #include "trace.h"
 
 namespace OHOS::Sim {
 namespace {
+
+using Emulator::ReadFile;
 
 using Emulator::ScopedTimeZone;
 using Json = nlohmann::ordered_json;
@@ -49,14 +52,6 @@ int64_t At(int32_t hour, int32_t minute)
 int32_t XAfterNine(int32_t hours, int32_t minutes)
 {
     return kPictureLeft + hours * 60 + minutes;
-}
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 size_t Count(const std::string& text, const std::string& what)

@@ -17,9 +17,12 @@
 #include "night_summary.h"
 #include "scenario.h"
 #include "sim_driver.h"
+#include "test_files.h"
 
 namespace OHOS::Sim {
 namespace {
+
+using Emulator::ReadFile;
 
 constexpr double kDayBeginHour = 7.83;
 constexpr double kDayEndHour = 21.0;
@@ -47,14 +50,6 @@ bool RunInChild(const Scenario& scenario, const std::string& outDir)
     }
     int status = 0;
     return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 std::vector<nlohmann::json> ReadTimeline(const std::string& outDir)

@@ -2,7 +2,6 @@
 // fully sorted timeline would, and only the kept lines stay in memory.
 #include <cmath>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -11,10 +10,13 @@
 #include "data_root.h"
 #include "local_calendar.h"
 #include "sim_random.h"
+#include "test_files.h"
 #include "timeline.h"
 
 namespace OHOS::Sim {
 namespace {
+
+using Emulator::ReadFile;
 
 // One step of a run as the driver drives a timeline: a line added, or the clock passing a time.
 struct Step {
@@ -22,14 +24,6 @@ struct Step {
     int64_t timeMs = 0;
     std::string type;
 };
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 std::string Joined(const std::vector<TimelineLine>& lines)
 {

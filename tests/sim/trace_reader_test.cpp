@@ -18,11 +18,14 @@
 #include "scenario.h"
 #include "sim_cli.h"
 #include "sim_driver.h"
+#include "test_files.h"
 #include "trace_generator.h"
 #include "trace_reader.h"
 
 namespace OHOS::Sim {
 namespace {
+
+using Emulator::ReadFile;
 
 // Eight days with a clock set back an hour mid-night: the trace's event times then step back.
 Scenario ShortScenario()
@@ -55,14 +58,6 @@ SimOptions OptionsFor(const std::string& outDir, bool noSync)
     options.endDumpWords = {"-D", "--strategy"};
     options.noSync = noSync;
     return options;
-}
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 bool EndsWith(const std::string& text, const std::string& end)
