@@ -272,12 +272,17 @@ bool PreferenceFileSaysAsleep(const std::string& root)
 
 class CrashTest : public testing::Test {
 protected:
-    void TearDown() override
+    // Runs `body` in a child process in an emptied scratch folder, killed at step `killAt`.
+    ChildRunOutcome RunKilledInFreshFolder(int killAt, int (*body)(void*)) const
     {
         std::error_code ec;
         std::filesystem::remove_all(dir_, ec);
+        KillPoint point{dir_, killAt};
+        return RunInChild(dir_, body, &point);
     }
-    const std::string dir_ = FaultScratchDir("crash");
+
+    const ScratchFolder scratch_{"crash"};
+    const std::string& dir_ = scratch_.Path();
 };
 
 TEST_F(CrashTest, PreferencesFileIsOldOrNewAfterAKillAtEveryWriteStep)
@@ -288,10 +293,7 @@ TEST_F(CrashTest, PreferencesFileIsOldOrNewAfterAKillAtEveryWriteStep)
     int survived = 0;
     int lastGeneration = 0;
     for (int killAt = 1; killAt <= range; killAt += FaultStride(range, kPointsPerLoop)) {
-        std::error_code ec;
-        std::filesystem::remove_all(dir_, ec);
-        KillPoint point{dir_, killAt};
-        const ChildRunOutcome child = RunInChild(dir_, FlushGenerations, &point);
+        const ChildRunOutcome child = RunKilledInFreshFolder(killAt, FlushGenerations);
         std::string problem;
         const int generation = FileGeneration(dir_, problem);
         ++points;
@@ -311,10 +313,7 @@ TEST_F(CrashTest, DatabaseIsIntactAndHoldsWholeBatchesAfterAKillAtEveryOperation
     int points = 0;
     int survived = 0;
     for (int killAt = 1; killAt <= range; killAt += FaultStride(range, kPointsPerLoop)) {
-        std::error_code ec;
-        std::filesystem::remove_all(dir_, ec);
-        KillPoint point{dir_, killAt};
-        const ChildRunOutcome child = RunInChild(dir_, InsertBatches, &point);
+        const ChildRunOutcome child = RunKilledInFreshFolder(killAt, InsertBatches);
         ++points;
         const bool hasFile = !FindSleepDatabase(dir_).empty();
         const int64_t rows = child.rows.count("raw_screen_state") ? child.rows.at("raw_screen_state") : 0;

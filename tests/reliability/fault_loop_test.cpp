@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -99,12 +98,8 @@ void AppendReport(const std::string& faultClass, bool persistent, int range, con
 
 class FaultLoopTest : public ::testing::TestWithParam<std::string> {
 protected:
-    void TearDown() override
-    {
-        std::error_code ec;
-        std::filesystem::remove_all(dir_, ec);
-    }
-    const std::string dir_ = FaultScratchDir("fault-loop");
+    const ScratchFolder scratch_{"fault-loop"};
+    const std::string& dir_ = scratch_.Path();
 };
 
 TEST_P(FaultLoopTest, WeekSurvivesEveryFailingCall)

@@ -225,7 +225,11 @@ protected:
         EXPECT_TRUE(ParseScenario(WithFaults(faults), scenario, error)) << error;
         return scenario;
     }
-    static std::string Dir(const std::string& name) { return FaultScratchDir("scenario-faults") + "/" + name; }
+    static std::string Dir(const std::string& name)
+    {
+        static const ScratchFolder scratch("scenario-faults"); // removed when the test program ends
+        return scratch.Path() + "/" + name;
+    }
     static SimRunOutcome* clean_;
 };
 

@@ -128,6 +128,12 @@ std::string FaultScratchDir(const std::string& name)
     return base + "/sleep-" + name + "-" + std::to_string(getpid());
 }
 
+ScratchFolder::~ScratchFolder()
+{
+    std::error_code ec;
+    std::filesystem::remove_all(path_, ec);
+}
+
 std::string FindSleepDatabase(const std::string& dataRoot)
 {
     std::error_code ec;

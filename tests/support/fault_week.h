@@ -53,6 +53,19 @@ constexpr int kFirstNightAfterClearing = 5;
 // A scratch folder for child runs: on a memory file system when there is one (no disk syncs).
 std::string FaultScratchDir(const std::string& name);
 
+// A fixture's scratch folder (FaultScratchDir), removed with its content at the end of the test.
+class ScratchFolder {
+public:
+    explicit ScratchFolder(const std::string& name) : path_(FaultScratchDir(name)) {}
+    ~ScratchFolder();
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    const std::string& Path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
 // Runs the plan's week with RunSimulationInChild.
 FaultWeekOutcome RunFaultWeek(const std::string& outDir, const FaultWeekPlan& plan);
 
