@@ -33,11 +33,8 @@ TEST(DataRootTest, RootComesFromTheEnvironmentOrTheOverrideAndPathsMapUnderItOnc
     const std::pair<std::string, std::string> cases[] = {
         {"/data/service/el1/public/device_standby/sleep_shared_pref.xml",
             "/tmp/root/data/service/el1/public/device_standby/sleep_shared_pref.xml"},
-        {"/tmp/root/data/x", "/tmp/root/data/x"},
-        {"/tmp/root", "/tmp/root"},
-        {"/tmp/rootless/x", "/tmp/root/tmp/rootless/x"},
-        {"relative/x", ""},
-    };
+        {"/tmp/root/data/x", "/tmp/root/data/x"}, {"/tmp/root", "/tmp/root"},
+        {"/tmp/rootless/x", "/tmp/root/tmp/rootless/x"}, {"relative/x", ""}};
     for (const auto& [phonePath, expected] : cases) {
         EXPECT_EQ(MapPhonePath(phonePath), expected) << phonePath;
     }

@@ -87,8 +87,7 @@ TEST_F(NotificationCenterTest, DeliversNotificationsAndBadgesAtTheirVirtualTime)
 
 TEST_F(NotificationCenterTest, OnlySubscribersAliveAndSubscribedAtDeliveryReceive)
 {
-    RecordingSubscriber early;
-    RecordingSubscriber late;
+    RecordingSubscriber early, late;
     auto destroyed = std::make_unique<RecordingSubscriber>();
     ASSERT_EQ(NotificationHelper::SubscribeNotification(early), 0);
     ASSERT_EQ(NotificationHelper::SubscribeNotification(*destroyed), 0);

@@ -18,16 +18,14 @@ TEST(OsAccountTest, AnswersFromTheSimulatedDevice)
         int32_t activeResult;
         std::vector<int32_t> activeIds; // {-7}: untouched
     };
-    const Case cases[] = {
-        {"DefaultOneUser", [] {}, 0, 100, 0, {100}},
+    const Case cases[] = {{"DefaultOneUser", [] {}, 0, 100, 0, {100}},
         {"SwitchToANewUser", [] { Emulator::SetForegroundOsAccount(101); }, 0, 101, 0, {101, 100}},
         {"NoneActive", [] { Emulator::SetActiveOsAccountIds({}); }, 0, 100, 0, {}},
         {"NoForegroundUser", [] { Emulator::SetForegroundOsAccount(-1); }, ERR_OSACCOUNT_NO_FOREGROUND, -7, 0, {100}},
         {"ForegroundQueryFails", [] { Emulator::SetForegroundOsAccountQueryFails(true); },
             ERR_OSACCOUNT_SERVICE_UNAVAILABLE, -7, 0, {100}},
         {"ActiveQueryFails", [] { Emulator::SetActiveOsAccountQueryFails(true); }, 0, 100,
-            ERR_OSACCOUNT_SERVICE_UNAVAILABLE, {-7}},
-    };
+            ERR_OSACCOUNT_SERVICE_UNAVAILABLE, {-7}}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         Emulator::ResetOsAccounts();

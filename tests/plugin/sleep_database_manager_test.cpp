@@ -96,8 +96,7 @@ TEST_F(SleepDatabaseManagerTest, FirstOpenCreatesEveryTableWithItsStatement)
         "unsleep_ambient FLOAT)",
         "CREATE TABLE sleep_parameters (id INTEGER PRIMARY KEY, handled_timestamp INTEGER, "
         "handled_report_quantify_timestamp INTEGER, handled_date_index INTEGER, sleep_home_proba FLOAT, "
-        "unsleep_home_proba FLOAT, sleep_charge_proba FLOAT, unsleep_charge_proba FLOAT, record_days INTEGER)",
-    };
+        "unsleep_home_proba FLOAT, sleep_charge_proba FLOAT, unsleep_charge_proba FLOAT, record_days INTEGER)"};
     EXPECT_EQ(created, expected);
 }
 

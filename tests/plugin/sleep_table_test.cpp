@@ -7,9 +7,7 @@ namespace OHOS::DevStandbyMgr {
 namespace {
 
 struct DurationCase {
-    int32_t seconds;
-    int32_t stationaryBucket;
-    int32_t screenOffBucket;
+    int32_t seconds, stationaryBucket, screenOffBucket;
 };
 
 // The screen-off scale keeps 10800 s in bucket 3; the stationary scale moves it to 6.
@@ -28,8 +26,7 @@ TEST(SleepTableTest, DurationBucketsFollowTheirScales)
 }
 
 struct LightCase {
-    double light;
-    double proximity;
+    double light, proximity;
     int32_t bucket;
 };
 
@@ -53,8 +50,7 @@ public:
 };
 
 struct StatementCase {
-    std::string create;
-    std::string query;
+    std::string create, query;
     std::vector<std::string> columns;
 };
 

@@ -21,8 +21,7 @@ struct CalendarCase {
     const char* zone;
     int64_t timestamp;
     const char* date;
-    int32_t daySecond;
-    int32_t weekIndex;
+    int32_t daySecond, weekIndex;
     float dayHour;
 };
 
@@ -70,9 +69,7 @@ struct AlarmCase {
     const char* label;
     const char* zone;
     int64_t timestamp;
-    int32_t dayOffset;
-    int32_t hour;
-    int32_t minute;
+    int32_t dayOffset, hour, minute;
     int64_t expected;
 };
 

@@ -227,8 +227,7 @@ const Decision Keep = [](UserSleepPredict& p, const auto& l, auto& c) { return p
 struct DecisionCase {
     std::string name;
     Decision decide;
-    int hour;
-    int minute;
+    int hour, minute;
     Adjust adjust;
     int32_t expected;
 };
@@ -370,15 +369,12 @@ constexpr int64_t NO_ALARM = INT64_MIN;
 
 struct WakeCase {
     std::string name;
-    int32_t recordDays;
-    int32_t weekType;
-    int hour;
-    int minute;
+    int32_t recordDays, weekType;
+    int hour, minute;
     int64_t alarmOffsetMs; // next alarm relative to the observation, or NO_ALARM
     float notificationProba;
     bool inFeedbackPeriod;
-    int32_t standbyMode;
-    int32_t expectedWakeSecond;
+    int32_t standbyMode, expectedWakeSecond;
 };
 
 class WakeUpPredictTest : public UserSleepPredictTest, public testing::WithParamInterface<WakeCase> {};

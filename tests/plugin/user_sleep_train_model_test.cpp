@@ -33,8 +33,7 @@ int64_t Mar(int day, int hour, int minute = 0, int second = 0)
 
 // A March time for test tables, turned into a timestamp only once the test has set its time zone.
 struct When {
-    int day;
-    int hour;
+    int day, hour;
     int minute = 0;
     int second = 0;
     int64_t Ms() const { return Mar(day, hour, minute, second); }
@@ -224,11 +223,9 @@ TEST_F(UserSleepTrainModelTest, StoresOneEpisodePerNightTheParametersRowAndTheFi
     ASSERT_EQ(episodes.size(), 6U);
     struct Expected {
         int day;
-        int64_t begin;
-        int64_t end;
+        int64_t begin, end;
         int32_t weekDay;
-        bool beginCoarse;
-        bool endCoarse;
+        bool beginCoarse, endCoarse;
     };
     const std::vector<Expected> expected{{5, Mar(4, 23), Mar(5, 7), 2, false, false},
         {6, Mar(6, 0, 30), Mar(6, 4, 30), 3, false, false}, {7, Mar(7, 21), Mar(7, 22), 5, true, false},
@@ -277,8 +274,7 @@ TEST_P(LabelTest, LabelsObservationsAroundEpisodeBeginsEachByItsOwnUpdate)
     WriteCraftedNights();
     struct Observation {
         int64_t timestamp;
-        int32_t initial;
-        int32_t expected;
+        int32_t initial, expected;
     };
     const std::vector<Observation> observations{{Mar(5, 1, 59), -1, 1}, // 2 h 59 min after the first begin
         {Mar(4, 23), -1, 1},                                            // at the begin
@@ -413,8 +409,7 @@ struct NotificationCase {
     std::string name;
     std::vector<std::pair<int32_t, int32_t>> records; // week day, has notification
     bool dropTable;
-    float weekday;
-    float weekend;
+    float weekday, weekend;
     std::vector<std::string> logs;
 };
 

@@ -13,8 +13,7 @@ namespace {
 struct SwitchCase {
     std::string name;
     int nth;
-    bool persistent;
-    bool always;
+    bool persistent, always;
     std::string failures; // one letter per call: 'x' fails, '.' works
 };
 

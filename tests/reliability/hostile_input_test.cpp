@@ -21,8 +21,7 @@ constexpr int64_t kMin = std::numeric_limits<int64_t>::min();
 constexpr int64_t kMinuteMs = 60000;
 
 struct AlarmCase {
-    int64_t lastClock;
-    int64_t nextAlarm;
+    int64_t lastClock, nextAlarm;
     bool nearClock;
 };
 
@@ -30,16 +29,9 @@ TEST(HostileInputTest, AlarmTimesAtTheEndsOfTheRangeAreFarFromNow)
 {
     Emulator::ScopedTimeZone zone{"CST-8"};
     const int64_t now = Emulator::LocalTimeMs(2024, 3, 12, 5, 0);
-    const AlarmCase cases[] = {
-        {-1, now + 10 * kMinuteMs, true},
-        {-1, now - 10 * kMinuteMs, true},
-        {-1, now + 20 * kMinuteMs, false},
-        {-1, kMax, false},
-        {-1, kMin, false},
-        {kMin, -1, false},
-        {kMax, kMax, false},
-        {now - 30 * kMinuteMs, kMin, true},
-    };
+    const AlarmCase cases[] = {{-1, now + 10 * kMinuteMs, true}, {-1, now - 10 * kMinuteMs, true},
+        {-1, now + 20 * kMinuteMs, false}, {-1, kMax, false}, {-1, kMin, false}, {kMin, -1, false}, {kMax, kMax, false},
+        {now - 30 * kMinuteMs, kMin, true}};
     for (const AlarmCase& alarm : cases) {
         UserSleepPredict predict;
         predict.UpdateLastClockTime(alarm.lastClock);
@@ -56,10 +48,8 @@ TEST(HostileInputTest, ObservationsWithExtremeAlarmTimesStillGetAVerdict)
     Emulator::LogCapture quiet;
     Emulator::ScopedTimeZone zone{"CST-8"};
     EngineTestWorld world(Emulator::LocalTimeMs(2024, 3, 12, 23, 0));
-    const std::string words[] = {
-        "1710255600000/3600/0/0/3600/3600/0/0/0/5/5/0/0/0/-9223372036854775808",
-        "1710255600000/3600/0/0/3600/3600/0/0/0/5/5/0/0/-9223372036854775808/9223372036854775807",
-    };
+    const std::string words[] = {"1710255600000/3600/0/0/3600/3600/0/0/0/5/5/0/0/0/-9223372036854775808",
+        "1710255600000/3600/0/0/3600/3600/0/0/0/5/5/0/0/-9223372036854775808/9223372036854775807"};
     for (const std::string& word : words) {
         world.Strategy().ClearMessages();
         world.Engine().SleepPredictManualTest(word);

@@ -166,13 +166,9 @@ TEST(SecurityTest, QuotesAndStatementsInOutsideTextLeaveTheStoredDataExactlyAsPl
 {
     const std::string plain = StoredDataAfterANightWith("plain.package.name");
     ASSERT_NE(plain.find("== sleep_environment"), std::string::npos);
-    const std::string hostile[] = {
-        "x'); DROP TABLE sleep_environment; --",
-        "0 OR 1=1",
-        "1; DELETE FROM raw_screen_state",
-        "x\" , label = 9 WHERE \"1\"=\"1",
-        "%s%n' || (SELECT sql FROM sqlite_master) || '",
-    };
+    const std::string hostile[] = {"x'); DROP TABLE sleep_environment; --", "0 OR 1=1",
+        "1; DELETE FROM raw_screen_state", "x\" , label = 9 WHERE \"1\"=\"1",
+        "%s%n' || (SELECT sql FROM sqlite_master) || '"};
     for (const std::string& text : hostile) {
         EXPECT_EQ(StoredDataAfterANightWith(text), plain) << text;
     }
@@ -181,21 +177,14 @@ TEST(SecurityTest, QuotesAndStatementsInOutsideTextLeaveTheStoredDataExactlyAsPl
 // ---- Permission-protected events ----
 
 struct Delivery {
-    std::vector<std::string> required;
-    std::vector<std::string> held;
+    std::vector<std::string> required, held;
     bool delivered;
 };
 
 TEST(SecurityTest, AnEventReachesOnlySubscribersHoldingEveryPermissionItRequires)
 {
-    const Delivery cases[] = {
-        {{}, {}, true},
-        {{"p"}, {}, false},
-        {{"p"}, {"q"}, false},
-        {{"p"}, {"p"}, true},
-        {{"p", "q"}, {"p"}, false},
-        {{"p", "q"}, {"q", "p", "r"}, true},
-    };
+    const Delivery cases[] = {{{}, {}, true}, {{"p"}, {}, false}, {{"p"}, {"q"}, false}, {{"p"}, {"p"}, true},
+        {{"p", "q"}, {"p"}, false}, {{"p", "q"}, {"q", "p", "r"}, true}};
     auto& bus = Emulator::CommonEventBus::GetInstance();
     for (const Delivery& delivery : cases) {
         bus.Reset();
@@ -258,29 +247,19 @@ protected:
     }
 
     // A second scratch folder stands for the rest of the machine; the root is the current one.
-    Emulator::ScopedDataRoot outside_;
-    Emulator::ScopedDataRoot root_;
+    Emulator::ScopedDataRoot outside_, root_;
 };
 
 TEST_F(DataRootConfinementTest, PathsThatCouldLeadOutOfTheRootAreRefused)
 {
     const std::string root = root_.Path();
-    const std::pair<std::string, std::string> cases[] = {
-        {"/data/service/x.db", root + "/data/service/x.db"},
-        {"/data/real/x", root + "/data/real/x"},
-        {"/data/in/x", root + "/data/in/x"}, // a link that stays inside
-        {"/data/..hidden/x", root + "/data/..hidden/x"},
-        {root + "/data/x", root + "/data/x"}, // already under the root
-        {"/data/../../etc/passwd", ""},
-        {"/data/service/..", ""},
-        {root + "/../x", ""},
-        {"data/x", ""},
-        {"/data/out/x", ""},
-        {"/data/out", ""},
-        {"/data/out/deeper/still/x", ""},
-        {"/data/dangling", ""},
-        {"/data/dangling/x", ""},
-    };
+    // Accepted: inside the root, through a link that stays inside, or already under the root.
+    const std::pair<std::string, std::string> cases[] = {{"/data/service/x.db", root + "/data/service/x.db"},
+        {"/data/real/x", root + "/data/real/x"}, {"/data/in/x", root + "/data/in/x"},
+        {"/data/..hidden/x", root + "/data/..hidden/x"}, {root + "/data/x", root + "/data/x"},
+        {"/data/../../etc/passwd", ""}, {"/data/service/..", ""}, {root + "/../x", ""}, {"data/x", ""},
+        {"/data/out/x", ""}, {"/data/out", ""}, {"/data/out/deeper/still/x", ""}, {"/data/dangling", ""},
+        {"/data/dangling/x", ""}};
     for (const auto& [phonePath, expected] : cases) {
         EXPECT_EQ(Emulator::MapPhonePath(phonePath), expected) << phonePath;
     }

@@ -51,21 +51,9 @@ TEST(ShardTest, ParsesValidShardsAndNamesBadOnes)
         bool ok;
         Shard expected;
     };
-    const Case cases[] = {
-        {"1/1", true, {1, 1}},
-        {"2/5", true, {2, 5}},
-        {"5/5", true, {5, 5}},
-        {"0/3", false, {}},
-        {"4/3", false, {}},
-        {"1/0", false, {}},
-        {"-1/3", false, {}},
-        {"a/3", false, {}},
-        {"3", false, {}},
-        {"/3", false, {}},
-        {"1/", false, {}},
-        {"1/3/4", false, {}},
-        {"1.5/3", false, {}},
-    };
+    const Case cases[] = {{"1/1", true, {1, 1}}, {"2/5", true, {2, 5}}, {"5/5", true, {5, 5}}, {"0/3", false, {}},
+        {"4/3", false, {}}, {"1/0", false, {}}, {"-1/3", false, {}}, {"a/3", false, {}}, {"3", false, {}},
+        {"/3", false, {}}, {"1/", false, {}}, {"1/3/4", false, {}}, {"1.5/3", false, {}}};
     for (const Case& c : cases) {
         Shard shard{7, 9};
         std::string error;
@@ -87,14 +75,8 @@ TEST(ShardTest, TakesEveryNthPersonFromItsOwnOffset)
         Shard shard;
         std::vector<int32_t> indices;
     };
-    const Case cases[] = {
-        {{1, 1}, {0, 1, 2, 3, 4, 5, 6}},
-        {{1, 3}, {0, 3, 6}},
-        {{2, 3}, {1, 4}},
-        {{3, 3}, {2, 5}},
-        {{7, 7}, {6}},
-        {{9, 9}, {}},
-    };
+    const Case cases[] = {{{1, 1}, {0, 1, 2, 3, 4, 5, 6}}, {{1, 3}, {0, 3, 6}}, {{2, 3}, {1, 4}}, {{3, 3}, {2, 5}},
+        {{7, 7}, {6}}, {{9, 9}, {}}};
     for (const Case& c : cases) {
         const auto entries = ShardEntries(seven, c.shard);
         EXPECT_EQ(Indices(entries), c.indices) << c.shard.index << "/" << c.shard.count;
@@ -110,13 +92,8 @@ TEST(PersonNamesTest, RefusesNamesThatCannotBeFoldersAndTwins)
         std::vector<std::string> names;
         std::string named; // in the error; empty: accepted
     };
-    const Case cases[] = {
-        {{"p001", "p-2", "P_3"}, ""},
-        {{"p001", "../etc"}, "'../etc'"},
-        {{"p001", ""}, "person 2"},
-        {{"a b"}, "'a b'"},
-        {{"p1", "p2", "p1"}, "persons 1 and 3"},
-    };
+    const Case cases[] = {{{"p001", "p-2", "P_3"}, ""}, {{"p001", "../etc"}, "'../etc'"}, {{"p001", ""}, "person 2"},
+        {{"a b"}, "'a b'"}, {{"p1", "p2", "p1"}, "persons 1 and 3"}};
     for (const Case& c : cases) {
         std::string error;
         EXPECT_EQ(CheckPersonNames(Persons(c.names), error), c.named.empty()) << error;
@@ -209,19 +186,14 @@ TEST_F(PopulationRunTest, MergeNamesMissingDuplicateAndMismatchedShards)
         std::vector<std::string> dirs;
         std::string named;
     };
-    const Case cases[] = {
-        {{"s1", "s3"}, "shard 2/3 is missing"},
-        {{"s1", "s2", "s2", "s3"}, "are both shard 2/3"},
-        {{"s1", "other"}, "is a shard of 4"},
-        {{"s1", "none"}, "none/population.json"},
-    };
+    const Case cases[] = {{{"s1", "s3"}, "shard 2/3 is missing"}, {{"s1", "s2", "s2", "s3"}, "are both shard 2/3"},
+        {{"s1", "other"}, "is a shard of 4"}, {{"s1", "none"}, "none/population.json"}};
     for (const Case& c : cases) {
         std::vector<std::string> dirs;
         for (const std::string& dir : c.dirs) {
             dirs.push_back(Out(dir));
         }
-        std::string summary;
-        std::string error;
+        std::string summary, error;
         EXPECT_FALSE(MergeShards(dirs, Out("merged"), summary, error));
         EXPECT_NE(error.find(c.named), std::string::npos) << error;
     }
@@ -236,8 +208,7 @@ TEST_F(PopulationRunTest, ThreeShardsMergedEqualOneRun)
         options.outDir = outDir;
         options.shard = shard;
         const PopulationResult result = RunPopulation(persons, options);
-        std::string summary;
-        std::string error;
+        std::string summary, error;
         ASSERT_TRUE(result.ok && result.failures.empty()) << result.error;
         ASSERT_TRUE(GatherPopulationMetrics(outDir, {shard, result.persons}, summary, error)) << error;
     };
@@ -245,8 +216,7 @@ TEST_F(PopulationRunTest, ThreeShardsMergedEqualOneRun)
     for (int32_t k = 1; k <= 3; ++k) {
         run({k, 3}, Out("shard-" + std::to_string(k)));
     }
-    std::string summary;
-    std::string error;
+    std::string summary, error;
     ASSERT_TRUE(MergeShards({Out("shard-3"), Out("shard-1"), Out("shard-2")}, Out("merged"), summary, error)) << error;
     for (const std::string& file : {POPULATION_FILE, METRICS_FILE, SUMMARY_FILE}) {
         const std::string whole = ReadFile(Out("whole/" + file));
@@ -261,21 +231,14 @@ TEST(PopulationCliTest, NamesBadRunnerOptions)
         std::vector<std::string> args;
         std::string named;
     };
-    const Case cases[] = {
-        {{"--population", "3", "--shard", "4/3"}, "--shard '4/3'"},
-        {{"--population", "3", "--shard", "x"}, "--shard 'x'"},
-        {{"--population", "3", "--jobs", "0"}, "--jobs '0'"},
-        {{"--population", "3", "--population-file", "p.json"}, "only one of"},
-        {{"--jobs", "2"}, "need a population"},
-        {{"--shard", "1/2"}, "need a population"},
-        {{"--population", "3", "dump", "-D"}, "single run only"},
-        {{"merge", "shard-1"}, "needs --out DIR"},
-        {{"merge", "--out", "all"}, "needs --out DIR"},
-        {{"merge", "--out", "all", "--jobs", "2", "s"}, "unknown argument '--jobs'"},
-    };
+    const Case cases[] = {{{"--population", "3", "--shard", "4/3"}, "--shard '4/3'"},
+        {{"--population", "3", "--shard", "x"}, "--shard 'x'"}, {{"--population", "3", "--jobs", "0"}, "--jobs '0'"},
+        {{"--population", "3", "--population-file", "p.json"}, "only one of"}, {{"--jobs", "2"}, "need a population"},
+        {{"--shard", "1/2"}, "need a population"}, {{"--population", "3", "dump", "-D"}, "single run only"},
+        {{"merge", "shard-1"}, "needs --out DIR"}, {{"merge", "--out", "all"}, "needs --out DIR"},
+        {{"merge", "--out", "all", "--jobs", "2", "s"}, "unknown argument '--jobs'"}};
     for (const Case& c : cases) {
-        std::ostringstream out;
-        std::ostringstream err;
+        std::ostringstream out, err;
         EXPECT_EQ(RunSleepsimCli(c.args, out, err), EXIT_BAD_INPUT) << c.named;
         EXPECT_NE(err.str().find(c.named), std::string::npos) << err.str();
     }

@@ -168,8 +168,7 @@ TEST_F(PopulationFileTest, EachPersonOverridesTheBaseAndUnnamedOnesAreNumbered)
 }
 
 struct BadFile {
-    std::string text;
-    std::string message;
+    std::string text, message;
 };
 
 void PrintTo(const BadFile& c, std::ostream* os)

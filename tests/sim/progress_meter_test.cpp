@@ -20,14 +20,12 @@ TEST(ProgressMeterTest, FormatsSingleRunsPopulationsAndBars)
         bool bar;
         std::string expected;
     };
-    const Case cases[] = {
-        {{0, 0, 12, 366}, 40.4, false, "night 12 of 366, 40 nights/s"},
+    const Case cases[] = {{{0, 0, 12, 366}, 40.4, false, "night 12 of 366, 40 nights/s"},
         {{3, 10, 45, 300}, 52.6, false, "person 3 of 10, night 45 of 300, 53 nights/s"},
         {{0, 0, 0, 8}, 0, true, "[                        ] night 0 of 8, 0 nights/s"},
         {{0, 0, 4, 8}, 2, true, "[############            ] night 4 of 8, 2 nights/s"},
         {{0, 0, 9, 8}, 2, true, "[########################] night 9 of 8, 2 nights/s"},
-        {{1, 1, 0, 0}, 0, true, "[                        ] person 1 of 1, night 0 of 0, 0 nights/s"},
-    };
+        {{1, 1, 0, 0}, 0, true, "[                        ] person 1 of 1, night 0 of 0, 0 nights/s"}};
     for (const Case& c : cases) {
         EXPECT_EQ(FormatProgress(c.state, c.rate, c.bar), c.expected);
     }

@@ -42,8 +42,7 @@ std::string WithFaults(const std::string& faults)
 }
 
 struct BadFault {
-    std::string faults;
-    std::string message;
+    std::string faults, message;
 };
 
 class ScenarioFaultErrorTest : public testing::TestWithParam<BadFault> {};
@@ -103,8 +102,7 @@ TEST(ScenarioFaultsTest, EveryKindSurvivesTheFileRoundTrip)
 
 // The clean trace and the one with `faults`, for comparison.
 struct TracePair {
-    Trace clean;
-    Trace faulty;
+    Trace clean, faulty;
     int64_t Ms(const std::string& localTime) const
     {
         CivilDate date;
@@ -197,8 +195,7 @@ TEST(ScenarioFaultsTest, ClockSetMovesEveryLaterEventAndNight)
 // What a run with faults must show. Nights are counted noon to noon from the start of the run in
 // the phone's clock; "the nights after" are the two nights after the one in which the fault falls.
 struct FaultOutcomeCase {
-    std::string name;
-    std::string faults;
+    std::string name, faults;
     int firstNightAfter; // deep sleep must be published on this night and the next
     std::function<void(const SimRunOutcome& run, const SimRunOutcome& clean)> check;
 };

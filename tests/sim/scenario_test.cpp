@@ -79,8 +79,7 @@ INSTANTIATE_TEST_SUITE_P(Fields, ScenarioErrorTest,
             "field 'schedule[1].wakeDate': the nights must be in increasing date order"}));
 
 struct AcceptedNight {
-    std::string bedtime;
-    std::string wakeTime;
+    std::string bedtime, wakeTime;
     double spanHours; // from bedtime to the wake time that follows it
 };
 
@@ -192,8 +191,7 @@ class CommandLineErrorTest : public testing::TestWithParam<BadCommandLine> {};
 
 TEST_P(CommandLineErrorTest, ExitsWithTwoAndSaysWhy)
 {
-    std::ostringstream out;
-    std::ostringstream err;
+    std::ostringstream out, err;
     EXPECT_EQ(RunSleepsimCli(GetParam().args, out, err), EXIT_BAD_INPUT);
     EXPECT_NE(err.str().find(GetParam().message), std::string::npos) << err.str();
     EXPECT_EQ(out.str(), "");
@@ -215,8 +213,7 @@ TEST(CommandLineTest, ScenarioFileErrorsNameTheFileAndTheField)
     Emulator::ScopedDataRoot folder;
     const std::string path = folder.Path() + "/bad.json";
     std::ofstream(path) << R"({"habits": {"light": {"nightLux": "dark"}}})";
-    std::ostringstream out;
-    std::ostringstream err;
+    std::ostringstream out, err;
     EXPECT_EQ(RunSleepsimCli({"--scenario", path}, out, err), EXIT_BAD_INPUT);
     EXPECT_NE(err.str().find(path + ": field 'habits.light.nightLux'"), std::string::npos) << err.str();
 }
@@ -224,8 +221,7 @@ TEST(CommandLineTest, ScenarioFileErrorsNameTheFileAndTheField)
 // Built-in scenarios, persons of a population and command-line overrides stack in that order.
 TEST(CommandLineTest, PicksABuiltinScenarioOrOnePersonOfAPopulation)
 {
-    std::ostringstream out;
-    std::ostringstream err;
+    std::ostringstream out, err;
     ASSERT_EQ(RunSleepsimCli({"--builtin", "night-shift", "--days", "4", "--print-scenario"}, out, err), EXIT_RUN_OK)
         << err.str();
     const auto shift = nlohmann::json::parse(out.str());
@@ -245,8 +241,7 @@ TEST(CommandLineTest, PicksABuiltinScenarioOrOnePersonOfAPopulation)
 
 TEST(CommandLineTest, PrintsTheEffectiveScenarioWithOverrides)
 {
-    std::ostringstream out;
-    std::ostringstream err;
+    std::ostringstream out, err;
     ASSERT_EQ(RunSleepsimCli({"--seed", "42", "--days", "9", "--print-scenario"}, out, err), EXIT_RUN_OK) << err.str();
     const auto printed = nlohmann::ordered_json::parse(out.str());
     EXPECT_EQ(printed["seed"], 42);

@@ -190,8 +190,7 @@ TEST_F(TraceReaderTest, ABadLineIsNamedByItsNumberAndNothingIsRead)
 {
     struct Case {
         size_t line;
-        std::string text;
-        std::string why;
+        std::string text, why;
     };
     const std::vector<Case> cases = {
         {1, R"({"night":"2026-01-06"})", "line 1: the first line must be the trace header"},
@@ -208,8 +207,7 @@ TEST_F(TraceReaderTest, ABadLineIsNamedByItsNumberAndNothingIsRead)
         {21, R"({"t":1,"kind":"screen_on"})", "line 21: \"t\" 1 is out of order"},
         {22, R"({"t":"soon","kind":"screen_on"})", "line 22: \"t\" must be an integer"},
         {23, R"({"what":"else"})", "line 23: neither a night (\"night\") nor an event (\"kind\")"},
-        {24, R"({"night":"2026-01-06","weekend":false})", "line 24: a night after the events"},
-    };
+        {24, R"({"night":"2026-01-06","weekend":false})", "line 24: a night after the events"}};
     for (const Case& test : cases) {
         SCOPED_TRACE(test.text);
         const std::string path = TraceWithLine(test.line, test.text);
@@ -246,22 +244,18 @@ TEST_F(TraceReaderTest, ReplayCommandLinesThatCannotRunAreRefusedWithTheReason)
         std::vector<std::string> args;
         std::string message;
     };
-    const std::vector<Case> cases = {
-        {{"replay"}, "'replay' needs a trace file"},
+    const std::vector<Case> cases = {{{"replay"}, "'replay' needs a trace file"},
         {{"replay", "--no-sync"}, "'replay' needs a trace file"},
         {{"replay", badTrace, "--seed", "3"}, "replay takes the scenario from the trace"},
         {{"replay", badTrace, "--no-sync"}, badTrace + " line 2: not a JSON object"},
-        {{"replay", folder_.Path() + "/none.jsonl"}, "cannot read the trace file"},
-    };
+        {{"replay", folder_.Path() + "/none.jsonl"}, "cannot read the trace file"}};
     for (const Case& test : cases) {
         SCOPED_TRACE(test.args.size() > 1 ? test.args[1] : test.args[0]);
-        std::ostringstream out;
-        std::ostringstream err;
+        std::ostringstream out, err;
         EXPECT_EQ(RunSleepsimCli(test.args, out, err), EXIT_BAD_INPUT);
         EXPECT_NE(err.str().find(test.message), std::string::npos) << err.str();
     }
-    std::ostringstream help;
-    std::ostringstream ignored;
+    std::ostringstream help, ignored;
     ASSERT_EQ(RunSleepsimCli({"--help"}, help, ignored), EXIT_RUN_OK);
     for (const char* word : {"--no-sync", "replay TRACE.jsonl"}) {
         EXPECT_NE(help.str().find(word), std::string::npos) << word;
