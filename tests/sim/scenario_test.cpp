@@ -127,15 +127,6 @@ TEST(ScenarioTest, ScheduleAndNameRoundTripThroughTheFileFormat)
     EXPECT_EQ(again.schedule[0].unlockMin, 38.6558333333333);
 }
 
-TEST(ScenarioTest, DefaultsRoundTripThroughTheFileFormat)
-{
-    Scenario parsed = DefaultScenario();
-    parsed.days = 3; // so that the parse visibly replaces the value
-    std::string error;
-    ASSERT_TRUE(ParseScenario(ScenarioToJson(DefaultScenario()), parsed, error)) << error;
-    EXPECT_EQ(ScenarioToJson(parsed), ScenarioToJson(DefaultScenario()));
-}
-
 TEST(ScenarioTest, ReadsNestedFieldsAndDumpTimesInTheScenarioZone)
 {
     Scenario scenario = DefaultScenario();
@@ -237,15 +228,6 @@ TEST(CommandLineTest, PicksABuiltinScenarioOrOnePersonOfAPopulation)
     Scenario expected = GeneratePopulation(base, 3)[2];
     expected.seed = 5;
     EXPECT_EQ(person.str(), ScenarioToJson(expected));
-}
-
-TEST(CommandLineTest, PrintsTheEffectiveScenarioWithOverrides)
-{
-    std::ostringstream out, err;
-    ASSERT_EQ(RunSleepsimCli({"--seed", "42", "--days", "9", "--print-scenario"}, out, err), EXIT_RUN_OK) << err.str();
-    const auto printed = nlohmann::ordered_json::parse(out.str());
-    EXPECT_EQ(printed["seed"], 42);
-    EXPECT_EQ(printed["days"], 9);
 }
 
 } // namespace

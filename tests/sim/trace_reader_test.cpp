@@ -224,22 +224,11 @@ TEST_F(TraceReaderTest, ABadLineIsNamedByItsNumberAndNothingIsRead)
     }
 }
 
-TEST_F(TraceReaderTest, AMissingOrEmptyFileIsRefused)
-{
-    Scenario scenario;
-    Trace trace;
-    std::string error;
-    EXPECT_FALSE(ParseTraceFile(folder_.Path() + "/none.jsonl", scenario, trace, error));
-    EXPECT_NE(error.find("cannot read the trace file"), std::string::npos) << error;
-    const std::string empty = folder_.Path() + "/empty.jsonl";
-    std::ofstream(empty).close();
-    EXPECT_FALSE(ParseTraceFile(empty, scenario, trace, error));
-    EXPECT_NE(error.find("is empty"), std::string::npos) << error;
-}
-
 TEST_F(TraceReaderTest, ReplayCommandLinesThatCannotRunAreRefusedWithTheReason)
 {
     const std::string badTrace = TraceWithLine(2, "[]");
+    const std::string empty = folder_.Path() + "/empty.jsonl";
+    std::ofstream(empty).close();
     struct Case {
         std::vector<std::string> args;
         std::string message;
@@ -248,7 +237,7 @@ TEST_F(TraceReaderTest, ReplayCommandLinesThatCannotRunAreRefusedWithTheReason)
         {{"replay", "--no-sync"}, "'replay' needs a trace file"},
         {{"replay", badTrace, "--seed", "3"}, "replay takes the scenario from the trace"},
         {{"replay", badTrace, "--no-sync"}, badTrace + " line 2: not a JSON object"},
-        {{"replay", folder_.Path() + "/none.jsonl"}, "cannot read the trace file"}};
+        {{"replay", folder_.Path() + "/none.jsonl"}, "cannot read the trace file"}, {{"replay", empty}, "is empty"}};
     for (const Case& test : cases) {
         SCOPED_TRACE(test.args.size() > 1 ? test.args[1] : test.args[0]);
         std::ostringstream out, err;
