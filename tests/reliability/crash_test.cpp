@@ -68,17 +68,10 @@ void KillAtStep(int step, int killAt)
     }
 }
 
-struct KillPoint {
-    std::string root;
-    int killAt = 0;
-};
-
 // Writes kFlushes generations of kKeys values, each generation flushed in one write.
-int FlushGenerations(void* argument)
+int FlushGenerations(const std::string& root, int killAt)
 {
-    const auto* point = static_cast<const KillPoint*>(argument);
-    Emulator::SetDataRoot(point->root);
-    const int killAt = point->killAt;
+    Emulator::SetDataRoot(root);
     Emulator::SetPreferencesWriteStepObserver([killAt](int step) { KillAtStep(step, killAt); });
     int error = 0;
     auto preferences = NativePreferences::PreferencesHelper::GetPreferences(kPrefPath, error);
@@ -117,11 +110,9 @@ int FileGeneration(const std::string& root, std::string& problem)
 }
 
 // Inserts kBatches batches of kBatchRows screen states through the plug-in's database manager.
-int InsertBatches(void* argument)
+int InsertBatches(const std::string& root, int killAt)
 {
-    const auto* point = static_cast<const KillPoint*>(argument);
-    Emulator::SetDataRoot(point->root);
-    const int killAt = point->killAt;
+    Emulator::SetDataRoot(root);
     Emulator::RdbFaults::SetOperationObserver([killAt](int operation) { KillAtStep(operation, killAt); });
     auto database = DevStandbyMgr::SleepDatabaseManager::GetInstance();
     for (int batch = 0; batch < kBatches; ++batch) {
@@ -149,10 +140,9 @@ const std::string kStepTimesFile = "step-times.txt";
 
 // Without a kill point (killAt < 0) the run writes how many steps it counted into kCountFile and
 // each step's number and virtual time into kStepTimesFile.
-int RunKilledNight(void* argument)
+int RunKilledNight(const NightKill& kill)
 {
-    const auto* kill = static_cast<const NightKill*>(argument);
-    const int killAt = kill->killAt;
+    const int killAt = kill.killAt;
     std::mutex mutex; // steps also come from the training thread
     std::vector<std::pair<int, int64_t>> stepTimes;
     const auto onStep = [killAt, &mutex, &stepTimes](int step) {
@@ -162,7 +152,7 @@ int RunKilledNight(void* argument)
         }
         KillAtStep(step, killAt);
     };
-    if (kill->atDatabaseOperation) {
+    if (kill.atDatabaseOperation) {
         Emulator::RdbFaults::SetOperationObserver(onStep);
     } else {
         Emulator::SetPreferencesWriteStepObserver(onStep);
@@ -170,13 +160,13 @@ int RunKilledNight(void* argument)
     Scenario scenario = DefaultScenario();
     scenario.days = 2;
     SimOptions options;
-    options.outDir = kill->outDir;
+    options.outDir = kill.outDir;
     const bool ok = RunSimulation(scenario, options).ok;
     if (killAt < 0) {
-        std::ofstream(kill->outDir + "/" + kCountFile)
-            << (kill->atDatabaseOperation ? Emulator::RdbFaults::OperationCount()
-                                          : Emulator::PreferencesWriteStepCount());
-        std::ofstream times(kill->outDir + "/" + kStepTimesFile);
+        std::ofstream(kill.outDir + "/" + kCountFile)
+            << (kill.atDatabaseOperation ? Emulator::RdbFaults::OperationCount()
+                                         : Emulator::PreferencesWriteStepCount());
+        std::ofstream times(kill.outDir + "/" + kStepTimesFile);
         for (const auto& [step, timeMs] : stepTimes) {
             times << step << ' ' << timeMs << '\n';
         }
@@ -236,9 +226,8 @@ std::set<int> KillPoints(const std::string& countingDir, int range)
 
 // The service starts again on the killed run's data: OnCreated must publish the end of a deep sleep
 // the preferences still hold as active, store it as ended, and publish nothing when none was.
-int RestartAndCheckRecovery(void* argument)
+int RestartAndCheckRecovery(const std::string& root)
 {
-    const std::string& root = *static_cast<const std::string*>(argument);
     Emulator::DisableLogSink();
     Emulator::SetDataRoot(root);
     const bool wasAsleep = SleepSharedPref::GetBoolSettings(SleepSharedPref::USER_SLEEPING_AI, false);
@@ -273,12 +262,11 @@ bool PreferenceFileSaysAsleep(const std::string& root)
 class CrashTest : public testing::Test {
 protected:
     // Runs `body` in a child process in an emptied scratch folder, killed at step `killAt`.
-    ChildRunOutcome RunKilledInFreshFolder(int killAt, int (*body)(void*)) const
+    ChildRunOutcome RunKilledInFreshFolder(int killAt, int (*body)(const std::string&, int)) const
     {
         std::error_code ec;
         std::filesystem::remove_all(dir_, ec);
-        KillPoint point{dir_, killAt};
-        return RunInChild(dir_, body, &point);
+        return RunInChild(dir_, [this, body, killAt] { return body(dir_, killAt); });
     }
 
     const ScratchFolder scratch_{"crash"};
@@ -316,7 +304,7 @@ TEST_F(CrashTest, DatabaseIsIntactAndHoldsWholeBatchesAfterAKillAtEveryOperation
         const ChildRunOutcome child = RunKilledInFreshFolder(killAt, InsertBatches);
         ++points;
         const bool hasFile = !FindSleepDatabase(dir_).empty();
-        const int64_t rows = child.rows.count("raw_screen_state") ? child.rows.at("raw_screen_state") : 0;
+        const int64_t rows = child.Rows("raw_screen_state");
         const bool ok = !hasFile || (child.integrity == "ok" && rows % kBatchRows == 0);
         EXPECT_TRUE(ok) << "killed at operation " << killAt << " (" << child.ending << "): integrity "
                         << child.integrity << ", " << rows << " rows";
@@ -329,7 +317,7 @@ TEST_F(CrashTest, DatabaseIsIntactAndHoldsWholeBatchesAfterAKillAtEveryOperation
 void KillNightsAndRestart(const std::string& dir, bool atDatabaseOperation, const std::string& loop)
 {
     NightKill counting{dir + "/count", atDatabaseOperation, -1};
-    RunInChild(counting.outDir, RunKilledNight, &counting);
+    RunInChild(counting.outDir, [&counting] { return RunKilledNight(counting); });
     int range = 0;
     std::ifstream(counting.outDir + "/" + kCountFile) >> range;
     ASSERT_GT(range, 0);
@@ -338,10 +326,10 @@ void KillNightsAndRestart(const std::string& dir, bool atDatabaseOperation, cons
     int activeAtCrash = 0;
     for (int killAt : KillPoints(counting.outDir, range)) {
         NightKill kill{dir + "/night", atDatabaseOperation, killAt};
-        const ChildRunOutcome night = RunInChild(kill.outDir + "/" + DATA_DIR, RunKilledNight, &kill);
-        std::string root = kill.outDir + "/" + DATA_DIR;
+        const std::string root = kill.outDir + "/" + DATA_DIR;
+        const ChildRunOutcome night = RunInChild(root, [&kill] { return RunKilledNight(kill); });
         const bool asleep = PreferenceFileSaysAsleep(root);
-        const ChildRunOutcome restart = RunInChild(root, RestartAndCheckRecovery, &root);
+        const ChildRunOutcome restart = RunInChild(root, [&root] { return RestartAndCheckRecovery(root); });
         ++points;
         activeAtCrash += asleep ? 1 : 0;
         const bool intact = night.integrity == "ok" || night.integrity == "no database";

@@ -43,12 +43,6 @@ std::string Describe(const FaultWeekPlan& plan)
     return plan.faultClass + " call " + std::to_string(plan.nth) + (plan.persistent ? " and later" : " once");
 }
 
-int64_t RowsOf(const ChildRunOutcome& outcome, const std::string& table)
-{
-    auto it = outcome.rows.find(table);
-    return it == outcome.rows.end() ? 0 : it->second;
-}
-
 // Checks one run against the clean run; true when it survived.
 bool CheckRun(const FaultWeekPlan& plan, const FaultWeekOutcome& clean, const FaultWeekOutcome& run, LoopTally& tally)
 {
@@ -65,7 +59,7 @@ bool CheckRun(const FaultWeekPlan& plan, const FaultWeekOutcome& clean, const Fa
             "no deep sleep published on night " + std::to_string(night + 1) + " after the fault was cleared");
     }
     for (const std::string& table : kBufferedTables) {
-        const int64_t lost = RowsOf(clean, table) - RowsOf(run, table);
+        const int64_t lost = clean.Rows(table) - run.Rows(table);
         tally.maxLost[table] = std::max(tally.maxLost[table], lost);
         expect(lost <= 0 || run.insertFailures > 0 || kDecisionIndependentTables.count(table) == 0,
             std::to_string(lost) + " rows of " + table + " lost without a refused save");

@@ -249,12 +249,6 @@ TEST_P(ScenarioFaultOutcomeTest, RunSurvivesAndTheNightsAfterDetect)
     }
 }
 
-int64_t Rows(const SimRunOutcome& run, const std::string& table)
-{
-    auto it = run.rows.find(table);
-    return it == run.rows.end() ? 0 : it->second;
-}
-
 const int64_t kRestartMs = 1767834000000; // 2026-01-08 02:00 CET, during the third night's deep sleep
 
 INSTANTIATE_TEST_SUITE_P(Kinds, ScenarioFaultOutcomeTest,
@@ -283,13 +277,13 @@ INSTANTIATE_TEST_SUITE_P(Kinds, ScenarioFaultOutcomeTest,
             [](const SimRunOutcome& run, const SimRunOutcome& clean) {
                 // Memory and stored records stay bounded: the flood is not kept one row per notification.
                 ExpectMemoryBounded(run, clean);
-                EXPECT_LT(Rows(run, "sleep_notification_records"), Rows(clean, "sleep_notification_records") + 100);
+                EXPECT_LT(run.Rows("sleep_notification_records"), clean.Rows("sleep_notification_records") + 100);
             }},
         FaultOutcomeCase{"three_hundred_unlocks", R"({"at": "2026-01-07 23:00", "kind": "unlock_flood", "count": 300})",
             3,
             [](const SimRunOutcome& run, const SimRunOutcome& clean) {
                 ExpectMemoryBounded(run, clean);
-                EXPECT_LE(Rows(run, "raw_screen_state"), Rows(clean, "raw_screen_state") + 900);
+                EXPECT_LE(run.Rows("raw_screen_state"), clean.Rows("raw_screen_state") + 900);
             }},
         FaultOutcomeCase{"never_charged", R"({"at": "2026-01-05 12:00", "kind": "never_charged"})", 1,
             [](const SimRunOutcome& run, const SimRunOutcome& clean) {
@@ -306,7 +300,7 @@ INSTANTIATE_TEST_SUITE_P(Kinds, ScenarioFaultOutcomeTest,
             }},
         FaultOutcomeCase{"sensors_never_answer", R"({"at": "2026-01-05 12:00", "kind": "sensors_silent"})", 1,
             [](const SimRunOutcome& run, const SimRunOutcome& clean) {
-                EXPECT_EQ(Rows(run, "sleep_environment"), Rows(clean, "sleep_environment"));
+                EXPECT_EQ(run.Rows("sleep_environment"), clean.Rows("sleep_environment"));
             }}),
     [](const testing::TestParamInfo<FaultOutcomeCase>& info) { return info.param.name; });
 

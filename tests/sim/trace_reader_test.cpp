@@ -1,8 +1,5 @@
 // Writing a trace and reading it back: a replay reproduces the run that wrote the trace byte for
 // byte, every event kind survives the round trip, and a bad line is named by its number.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -14,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "data_root.h"
+#include "fault_week.h"
 #include "local_calendar.h"
 #include "scenario.h"
 #include "sim_cli.h"
@@ -38,17 +36,6 @@ Scenario ShortScenario()
         R"({"faults": [{"at": "2026-01-08 03:00", "kind": "clock_set", "minutes": -60}]})", scenario, error))
         << error;
     return scenario;
-}
-
-// Runs `run` in a child process (the platform's singletons are per process); true when it succeeded.
-bool RunInChild(const std::function<bool()>& run)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(run() ? 0 : 1);
-    }
-    int status = 0;
-    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 SimOptions OptionsFor(const std::string& outDir, bool noSync)
@@ -130,9 +117,12 @@ TEST_F(TraceReaderTest, ReplayingTheTraceReproducesEveryOutputAndSkippingDiskSyn
     const std::string first = folder_.Path() + "/first";
     const std::string unsynced = folder_.Path() + "/unsynced";
     const std::string replayed = folder_.Path() + "/replayed";
-    ASSERT_TRUE(RunInChild([&] { return RunSimulation(ShortScenario(), OptionsFor(first, false)).ok; }));
-    ASSERT_TRUE(RunInChild([&] { return RunSimulation(ShortScenario(), OptionsFor(unsynced, true)).ok; }));
-    ASSERT_TRUE(RunInChild([&] {
+    const auto succeeds = [](const std::function<bool()>& run) {
+        return RunInChild("", [&run] { return run() ? 0 : 1; }).ending == "exit 0";
+    };
+    ASSERT_TRUE(succeeds([&] { return RunSimulation(ShortScenario(), OptionsFor(first, false)).ok; }));
+    ASSERT_TRUE(succeeds([&] { return RunSimulation(ShortScenario(), OptionsFor(unsynced, true)).ok; }));
+    ASSERT_TRUE(succeeds([&] {
         Scenario scenario;
         Trace trace;
         std::string error;

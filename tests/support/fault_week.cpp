@@ -47,19 +47,6 @@ Scenario FaultWeekScenario(const FaultWeekPlan& plan)
     return scenario;
 }
 
-struct SimulationChild {
-    const Scenario* scenario;
-    const std::string* outDir;
-};
-
-int RunSimulationBody(void* argument)
-{
-    const auto* child = static_cast<const SimulationChild*>(argument);
-    SimOptions options;
-    options.outDir = *child->outDir;
-    return RunSimulation(*child->scenario, options).ok ? 0 : kRunFailedExit;
-}
-
 // The deep-sleep starts per night and ends, training messages and fault entries of a timeline.
 void ReadTimeline(const std::string& path, int64_t startMs, int nights, SimRunOutcome& outcome)
 {
@@ -173,12 +160,12 @@ void ReadDatabase(const std::string& dataRoot, ChildRunOutcome& outcome)
     sqlite3_close(db);
 }
 
-ChildRunOutcome RunInChild(const std::string& dataRoot, int (*body)(void*), void* argument)
+ChildRunOutcome RunInChild(const std::string& dataRoot, const std::function<int()>& body)
 {
     ChildRunOutcome outcome;
     const pid_t pid = fork();
     if (pid == 0) {
-        _exit(body(argument));
+        _exit(body());
     }
     int status = 0;
     struct rusage usage {};
@@ -194,9 +181,12 @@ ChildRunOutcome RunInChild(const std::string& dataRoot, int (*body)(void*), void
 
 SimRunOutcome RunSimulationInChild(const Scenario& scenario, const std::string& outDir)
 {
-    SimulationChild child{&scenario, &outDir};
     SimRunOutcome outcome;
-    static_cast<ChildRunOutcome&>(outcome) = RunInChild(outDir + "/" + DATA_DIR, RunSimulationBody, &child);
+    static_cast<ChildRunOutcome&>(outcome) = RunInChild(outDir + "/" + DATA_DIR, [&scenario, &outDir] {
+        SimOptions options;
+        options.outDir = outDir;
+        return RunSimulation(scenario, options).ok ? 0 : kRunFailedExit;
+    });
     SetProcessTimeZone(scenario.timeZone);
     ReadTimeline(outDir + "/" + TIMELINE_FILE, LocalTimeMs(scenario.startDate, kNoonMinute), scenario.days, outcome);
     outcome.insertFailures = CountLogLines(outDir + "/" + LOG_FILE, "insert fail");

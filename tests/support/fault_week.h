@@ -2,6 +2,7 @@
 #define TESTS_SUPPORT_FAULT_WEEK_H
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -18,6 +19,12 @@ struct ChildRunOutcome {
     std::string integrity;               // PRAGMA integrity_check of the sleep database, or why it could not run
     std::map<std::string, int64_t> rows; // rows per table of the sleep database
     int64_t peakRssKb = 0;               // the child's peak resident memory
+
+    int64_t Rows(const std::string& table) const
+    {
+        auto it = rows.find(table);
+        return it == rows.end() ? 0 : it->second;
+    }
 };
 
 // What a simulation run in a child published, read from its output folder. Nights run noon to noon
@@ -71,7 +78,7 @@ FaultWeekOutcome RunFaultWeek(const std::string& outDir, const FaultWeekPlan& pl
 
 // Forks, runs `body` in the child (which exits with its result), and reads the sleep database
 // under `dataRoot` once the child has ended.
-ChildRunOutcome RunInChild(const std::string& dataRoot, int (*body)(void*), void* argument);
+ChildRunOutcome RunInChild(const std::string& dataRoot, const std::function<int()>& body);
 
 // The sleep database below a data root ("" when there is none), and the outcome fields read from it.
 std::string FindSleepDatabase(const std::string& dataRoot);
