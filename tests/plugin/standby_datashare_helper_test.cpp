@@ -107,22 +107,19 @@ struct ConversionCase {
     bool asBool;
 };
 
-class ConversionTest : public StandbyDataShareHelperTest, public testing::WithParamInterface<ConversionCase> {};
-
-TEST_P(ConversionTest, TypedGettersConvertTheStoredText)
+TEST_F(StandbyDataShareHelperTest, TypedGettersConvertTheStoredText)
 {
-    ASSERT_TRUE(Emulator::PutSetting(Emulator::SETTINGS_TABLE, "k", GetParam().stored));
-    TypedRead read = ReadTyped("k");
-    EXPECT_EQ(read.codes, std::vector<ErrCode>(4, ERR_OK));
-    EXPECT_EQ(
-        read.Values(), std::make_tuple(GetParam().stored, GetParam().asLong, GetParam().asInt, GetParam().asBool));
+    const ConversionCase cases[] = {{"123abc", 123, 123, false}, {"abc", 0, 0, false}, {"", 0, 0, false},
+        {" -42", -42, -42, false}, {"4294967297", 4294967297LL, 1, false}, {"true", 0, 0, true}, {"True", 0, 0, false},
+        {"1", 1, 1, false}};
+    for (const ConversionCase& c : cases) {
+        SCOPED_TRACE(c.stored);
+        ASSERT_TRUE(Emulator::PutSetting(Emulator::SETTINGS_TABLE, "k", c.stored));
+        TypedRead read = ReadTyped("k");
+        EXPECT_EQ(read.codes, std::vector<ErrCode>(4, ERR_OK));
+        EXPECT_EQ(read.Values(), std::make_tuple(c.stored, c.asLong, c.asInt, c.asBool));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Texts, ConversionTest,
-    testing::Values(ConversionCase{"123abc", 123, 123, false}, ConversionCase{"abc", 0, 0, false},
-        ConversionCase{"", 0, 0, false}, ConversionCase{" -42", -42, -42, false},
-        ConversionCase{"4294967297", 4294967297LL, 1, false}, ConversionCase{"true", 0, 0, true},
-        ConversionCase{"True", 0, 0, false}, ConversionCase{"1", 1, 1, false}));
 
 TEST_F(StandbyDataShareHelperTest, PutsInsertAMissingRowThenUpdateIt)
 {

@@ -17,38 +17,29 @@ struct NumberCase {
     long value;
 };
 
-class StringToNumberTest : public testing::TestWithParam<NumberCase> {};
-
-TEST_P(StringToNumberTest, ReportsHowTheTextParsed)
+TEST(StringToNumberTest, ReportsHowTheTextParsed)
 {
-    long out = kUntouched;
-    EXPECT_EQ(StringUtils::StringToNumber(GetParam().text, out), GetParam().result);
-    EXPECT_EQ(out, GetParam().value);
+    const NumberCase cases[] = {{"42", StrCnvResult::SUCCESS, 42}, {"-17", StrCnvResult::SUCCESS, -17},
+        {"007", StrCnvResult::SUCCESS, 7}, {"9223372036854775807", StrCnvResult::SUCCESS, LONG_MAX},
+        {"-9223372036854775808", StrCnvResult::SUCCESS, LONG_MIN}, {" 42 ", StrCnvResult::SUCCESS_AFTER_TRIM, 42},
+        {"\t-17\n", StrCnvResult::SUCCESS_AFTER_TRIM, -17}, {"42x", StrCnvResult::TRAILING_GARBAGE, 42},
+        {" 12 34 ", StrCnvResult::TRAILING_GARBAGE, 12}, {"0x1A", StrCnvResult::TRAILING_GARBAGE, 0},
+        {"1.5", StrCnvResult::TRAILING_GARBAGE, 1}, {"x42", StrCnvResult::NOT_A_NUMBER, kUntouched},
+        {"", StrCnvResult::NOT_A_NUMBER, kUntouched}, {" \t\n", StrCnvResult::NOT_A_NUMBER, kUntouched},
+        {"-", StrCnvResult::NOT_A_NUMBER, kUntouched}, {"+5", StrCnvResult::NOT_A_NUMBER, kUntouched},
+        {"--5", StrCnvResult::NOT_A_NUMBER, kUntouched},
+        {std::string{'4', '\0', '2'}, StrCnvResult::TRAILING_GARBAGE, 4},
+        {"99999999999999999999", StrCnvResult::OUT_OF_RANGE, kUntouched},
+        {"9223372036854775808", StrCnvResult::OUT_OF_RANGE, kUntouched},
+        {"-9223372036854775809", StrCnvResult::OUT_OF_RANGE, kUntouched},
+        {" 99999999999999999999x", StrCnvResult::OUT_OF_RANGE, kUntouched}};
+    for (const NumberCase& c : cases) {
+        SCOPED_TRACE(c.text);
+        long out = kUntouched;
+        EXPECT_EQ(StringUtils::StringToNumber(c.text, out), c.result);
+        EXPECT_EQ(out, c.value);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Texts, StringToNumberTest,
-    testing::Values(NumberCase{"42", StrCnvResult::SUCCESS, 42}, NumberCase{"-17", StrCnvResult::SUCCESS, -17},
-        NumberCase{"007", StrCnvResult::SUCCESS, 7}, NumberCase{"9223372036854775807", StrCnvResult::SUCCESS, LONG_MAX},
-        NumberCase{"-9223372036854775808", StrCnvResult::SUCCESS, LONG_MIN},
-        NumberCase{" 42 ", StrCnvResult::SUCCESS_AFTER_TRIM, 42},
-        NumberCase{"\t-17\n", StrCnvResult::SUCCESS_AFTER_TRIM, -17},
-        NumberCase{"42x", StrCnvResult::TRAILING_GARBAGE, 42},
-        NumberCase{" 12 34 ", StrCnvResult::TRAILING_GARBAGE, 12},
-        NumberCase{"0x1A", StrCnvResult::TRAILING_GARBAGE, 0}, NumberCase{"1.5", StrCnvResult::TRAILING_GARBAGE, 1},
-        NumberCase{"x42", StrCnvResult::NOT_A_NUMBER, kUntouched},
-        NumberCase{"", StrCnvResult::NOT_A_NUMBER, kUntouched},
-        NumberCase{" \t\n", StrCnvResult::NOT_A_NUMBER, kUntouched},
-        NumberCase{"-", StrCnvResult::NOT_A_NUMBER, kUntouched},
-        NumberCase{"+5", StrCnvResult::NOT_A_NUMBER, kUntouched},
-        NumberCase{"--5", StrCnvResult::NOT_A_NUMBER, kUntouched},
-        NumberCase{std::string("4\0"
-                               "2",
-                       3),
-            StrCnvResult::TRAILING_GARBAGE, 4},
-        NumberCase{"99999999999999999999", StrCnvResult::OUT_OF_RANGE, kUntouched},
-        NumberCase{"9223372036854775808", StrCnvResult::OUT_OF_RANGE, kUntouched},
-        NumberCase{"-9223372036854775809", StrCnvResult::OUT_OF_RANGE, kUntouched},
-        NumberCase{" 99999999999999999999x", StrCnvResult::OUT_OF_RANGE, kUntouched}));
 
 struct SplitCase {
     std::string text;
@@ -56,17 +47,16 @@ struct SplitCase {
     std::vector<std::string> pieces;
 };
 
-class SplitTest : public testing::TestWithParam<SplitCase> {};
-
-TEST_P(SplitTest, DropsEmptyPieces)
+TEST(SplitTest, DropsEmptyPieces)
 {
-    EXPECT_EQ(StringUtils::Split(GetParam().text, GetParam().delimiter), GetParam().pieces);
+    const SplitCase cases[] = {{"", ',', {}}, {",,,", ',', {}}, {"a,,b,", ',', {"a", "b"}}, {",a", ',', {"a"}},
+        {"abc", ',', {"abc"}}, {"a,b,c", ',', {"a", "b", "c"}}, {" a  b ", ' ', {"a", "b"}},
+        {"1;2,3", ';', {"1", "2,3"}}};
+    for (const SplitCase& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(StringUtils::Split(c.text, c.delimiter), c.pieces);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Texts, SplitTest,
-    testing::Values(SplitCase{"", ',', {}}, SplitCase{",,,", ',', {}}, SplitCase{"a,,b,", ',', {"a", "b"}},
-        SplitCase{",a", ',', {"a"}}, SplitCase{"abc", ',', {"abc"}}, SplitCase{"a,b,c", ',', {"a", "b", "c"}},
-        SplitCase{" a  b ", ' ', {"a", "b"}}, SplitCase{"1;2,3", ';', {"1", "2,3"}}));
 
 TEST(StringPrintfTest, FormatsUpTo1023CharactersAndRefusesLonger)
 {

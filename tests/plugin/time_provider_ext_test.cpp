@@ -25,32 +25,30 @@ struct CalendarCase {
     float dayHour;
 };
 
-class TimestampToCalendarTest : public testing::TestWithParam<CalendarCase> {};
-
-TEST_P(TimestampToCalendarTest, ConvertsInTheLocalZone)
+TEST(TimestampToCalendarTest, ConvertsInTheLocalZone)
 {
-    const CalendarCase& testCase = GetParam();
-    ScopedTimeZone zone(testCase.zone);
-    EXPECT_EQ(TimeProviderExt::TimestampToDateString(testCase.timestamp), testCase.date);
-    EXPECT_EQ(TimeProviderExt::TimestampToDaySecond(testCase.timestamp), testCase.daySecond);
-    EXPECT_EQ(TimeProviderExt::TimestampToWeekIndex(testCase.timestamp), testCase.weekIndex);
-    EXPECT_FLOAT_EQ(TimeProviderExt::TimestampToDayHour(testCase.timestamp), testCase.dayHour);
-}
-
-INSTANTIATE_TEST_SUITE_P(Zones, TimestampToCalendarTest,
-    testing::Values(CalendarCase{kUtc, 1711843200000, "2024-03-31 00:00:00", 0, 7, 0.0f},
-        CalendarCase{kUtc, 1711979130250, "2024-04-01 13:45:30", 49530, 1, 13.75840278f},
-        CalendarCase{kChina, 1711900800000, "2024-04-01 00:00:00", 0, 1, 0.0f},
-        CalendarCase{kChina, 1711950330250, "2024-04-01 13:45:30", 49530, 1, 13.75840278f},
-        CalendarCase{kChina, 1711900799999, "2024-03-31 23:59:59", 86399, 7, 23.9999997f},
+    const CalendarCase cases[] = {{kUtc, 1711843200000, "2024-03-31 00:00:00", 0, 7, 0.0f},
+        {kUtc, 1711979130250, "2024-04-01 13:45:30", 49530, 1, 13.75840278f},
+        {kChina, 1711900800000, "2024-04-01 00:00:00", 0, 1, 0.0f},
+        {kChina, 1711950330250, "2024-04-01 13:45:30", 49530, 1, 13.75840278f},
+        {kChina, 1711900799999, "2024-03-31 23:59:59", 86399, 7, 23.9999997f},
         // Berlin springs forward at 02:00 and falls back at 03:00.
-        CalendarCase{kBerlin, 1711846799000, "2024-03-31 01:59:59", 7199, 7, 1.99972222f},
-        CalendarCase{kBerlin, 1711846800000, "2024-03-31 03:00:00", 10800, 7, 3.0f},
-        CalendarCase{kBerlin, 1729989000000, "2024-10-27 02:30:00", 9000, 7, 2.5f},
-        CalendarCase{kBerlin, 1729989000000 + 3600000, "2024-10-27 02:30:00", 9000, 7, 2.5f},
-        CalendarCase{kNewYork, 1710052200000, "2024-03-10 01:30:00", 5400, 7, 1.5f},
-        CalendarCase{kNewYork, 1710055800000, "2024-03-10 03:30:00", 12600, 7, 3.5f},
-        CalendarCase{kNewYork, 1730696399999, "2024-11-03 23:59:59", 86399, 7, 23.9999997f}));
+        {kBerlin, 1711846799000, "2024-03-31 01:59:59", 7199, 7, 1.99972222f},
+        {kBerlin, 1711846800000, "2024-03-31 03:00:00", 10800, 7, 3.0f},
+        {kBerlin, 1729989000000, "2024-10-27 02:30:00", 9000, 7, 2.5f},
+        {kBerlin, 1729989000000 + 3600000, "2024-10-27 02:30:00", 9000, 7, 2.5f},
+        {kNewYork, 1710052200000, "2024-03-10 01:30:00", 5400, 7, 1.5f},
+        {kNewYork, 1710055800000, "2024-03-10 03:30:00", 12600, 7, 3.5f},
+        {kNewYork, 1730696399999, "2024-11-03 23:59:59", 86399, 7, 23.9999997f}};
+    for (const CalendarCase& c : cases) {
+        SCOPED_TRACE(c.timestamp);
+        ScopedTimeZone zone(c.zone);
+        EXPECT_EQ(TimeProviderExt::TimestampToDateString(c.timestamp), c.date);
+        EXPECT_EQ(TimeProviderExt::TimestampToDaySecond(c.timestamp), c.daySecond);
+        EXPECT_EQ(TimeProviderExt::TimestampToWeekIndex(c.timestamp), c.weekIndex);
+        EXPECT_FLOAT_EQ(TimeProviderExt::TimestampToDayHour(c.timestamp), c.dayHour);
+    }
+}
 
 TEST(TimestampToDayHourTest, LastMillisecondOfTheDayStaysBelowTwentyFour)
 {
@@ -73,30 +71,26 @@ struct AlarmCase {
     int64_t expected;
 };
 
-class AlarmClockTimestampTest : public testing::TestWithParam<AlarmCase> {};
-
-TEST_P(AlarmClockTimestampTest, LandsOnTheLocalClockTimeOfTheTargetDay)
+TEST(AlarmClockTimestampTest, LandsOnTheLocalClockTimeOfTheTargetDay)
 {
-    const AlarmCase& testCase = GetParam();
-    ScopedTimeZone zone(testCase.zone);
-    const int64_t alarm =
-        TimeProviderExt::GetAlarmClcokTimestamp(testCase.timestamp, testCase.dayOffset, testCase.hour, testCase.minute);
-    EXPECT_EQ(alarm, testCase.expected) << TimeProviderExt::TimestampToDateString(alarm);
-    EXPECT_EQ(alarm % 1000, 0);
+    const AlarmCase cases[] = {{"sameDay", kUtc, 1709114400000, 0, 7, 30, 1709105400000},
+        {"januaryEndWithMillis", kUtc, 1706738400123, 1, 7, 30, 1706772600000},
+        {"leapDay", kUtc, 1709114400000, 1, 7, 30, 1709191800000},
+        {"noLeapDay", kUtc, 1677578400000, 1, 7, 30, 1677655800000},
+        {"backIntoLeapDay", kUtc, 1709272800000, -1, 21, 0, 1709240400000},
+        {"yearEnd", kChina, 1735659000000, 1, 7, 30, 1735687800000},
+        {"julyEndSummerTime", kBerlin, 1722456000000, 1, 7, 30, 1722490200000},
+        {"intoSummerTime", kBerlin, 1711836000000, 1, 7, 30, 1711863000000},
+        {"intoSummerTimeNewYork", kNewYork, 1709965800000, 1, 7, 30, 1710070200000},
+        {"outOfSummerTime", kNewYork, 1730599200000, 1, 7, 30, 1730637000000}};
+    for (const AlarmCase& c : cases) {
+        SCOPED_TRACE(c.label);
+        ScopedTimeZone zone(c.zone);
+        const int64_t alarm = TimeProviderExt::GetAlarmClcokTimestamp(c.timestamp, c.dayOffset, c.hour, c.minute);
+        EXPECT_EQ(alarm, c.expected) << TimeProviderExt::TimestampToDateString(alarm);
+        EXPECT_EQ(alarm % 1000, 0);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Days, AlarmClockTimestampTest,
-    testing::Values(AlarmCase{"sameDay", kUtc, 1709114400000, 0, 7, 30, 1709105400000},
-        AlarmCase{"januaryEndWithMillis", kUtc, 1706738400123, 1, 7, 30, 1706772600000},
-        AlarmCase{"leapDay", kUtc, 1709114400000, 1, 7, 30, 1709191800000},
-        AlarmCase{"noLeapDay", kUtc, 1677578400000, 1, 7, 30, 1677655800000},
-        AlarmCase{"backIntoLeapDay", kUtc, 1709272800000, -1, 21, 0, 1709240400000},
-        AlarmCase{"yearEnd", kChina, 1735659000000, 1, 7, 30, 1735687800000},
-        AlarmCase{"julyEndSummerTime", kBerlin, 1722456000000, 1, 7, 30, 1722490200000},
-        AlarmCase{"intoSummerTime", kBerlin, 1711836000000, 1, 7, 30, 1711863000000},
-        AlarmCase{"intoSummerTimeNewYork", kNewYork, 1709965800000, 1, 7, 30, 1710070200000},
-        AlarmCase{"outOfSummerTime", kNewYork, 1730599200000, 1, 7, 30, 1730637000000}),
-    [](const testing::TestParamInfo<AlarmCase>& info) { return std::string(info.param.label); });
 
 } // namespace
 } // namespace OHOS::DevStandbyMgr

@@ -93,51 +93,44 @@ struct Kind {
     std::function<bool(const Scenario&)> is;
 };
 
-void PrintTo(const Kind& kind, std::ostream* os)
-{
-    *os << kind.name;
-}
-
 double EveningBedHour(const Scenario& s)
 {
     return s.habits.weekday.EveningBedtimeMin() / 60;
 }
 
-class PopulationKindTest : public testing::TestWithParam<Kind> {};
-
-TEST_P(PopulationKindTest, SixtyPersonsIncludeThisKind)
+TEST(PopulationTest, SixtyPersonsIncludeEveryKind)
 {
-    const auto persons = Population(1, kPopulation);
-    int32_t count = 0;
-    for (const Scenario& person : persons) {
-        count += GetParam().is(person) ? 1 : 0;
-    }
-    EXPECT_GE(count, 2) << GetParam().name;
-    EXPECT_LT(count, kPopulation) << GetParam().name << " should not be everybody";
-}
-
-INSTANTIATE_TEST_SUITE_P(Kinds, PopulationKindTest,
-    testing::Values(Kind{"early", [](const Scenario& s) { return EveningBedHour(s) < 22; }},
-        Kind{"late", [](const Scenario& s) { return EveningBedHour(s) >= 25 && EveningBedHour(s) < 28; }},
-        Kind{"nightShiftDaySleep", [](const Scenario& s) { return EveningBedHour(s) >= 30; }},
-        Kind{"afternoonDaySleep", [](const Scenario& s) { return EveningBedHour(s) < 18; }},
-        Kind{"wakesAfterNoon", [](const Scenario& s) { return s.habits.weekday.wakeMin >= 12 * 60; }},
-        Kind{"irregular", [](const Scenario& s) { return s.habits.weekday.bedtimeSpreadMin >= 60; }},
-        Kind{"lightSleeperWithPhone",
+    const Kind cases[] = {{"early", [](const Scenario& s) { return EveningBedHour(s) < 22; }},
+        {"late", [](const Scenario& s) { return EveningBedHour(s) >= 25 && EveningBedHour(s) < 28; }},
+        {"nightShiftDaySleep", [](const Scenario& s) { return EveningBedHour(s) >= 30; }},
+        {"afternoonDaySleep", [](const Scenario& s) { return EveningBedHour(s) < 18; }},
+        {"wakesAfterNoon", [](const Scenario& s) { return s.habits.weekday.wakeMin >= 12 * 60; }},
+        {"irregular", [](const Scenario& s) { return s.habits.weekday.bedtimeSpreadMin >= 60; }},
+        {"lightSleeperWithPhone",
             [](const Scenario& s) { return s.habits.awakeningsPerNight >= 2 && s.habits.awakeningPhoneChance >= 0.6; }},
-        Kind{"faceDown", [](const Scenario& s) { return s.habits.phonePlace == PhonePlace::FACE_DOWN; }},
-        Kind{"holster", [](const Scenario& s) { return s.habits.phonePlace == PhonePlace::HOLSTER; }},
-        Kind{"chargesAllNight", [](const Scenario& s) { return s.habits.charging == ChargingHabit::NIGHT; }},
-        Kind{"neverChargesAtNight", [](const Scenario& s) { return s.habits.charging != ChargingHabit::NIGHT; }},
-        Kind{"notificationHeavyNights", [](const Scenario& s) { return s.habits.nightNotificationsPerHour >= 2; }},
-        Kind{"nightCalls", [](const Scenario& s) { return s.habits.nightCallChance >= 0.15; }},
-        Kind{"messageOnWaking", [](const Scenario& s) { return s.habits.wakeNotificationChance >= 0.5; }},
-        Kind{"withoutDaylightSaving", [](const Scenario& s) { return s.timeZone.find(',') == std::string::npos; }},
-        Kind{"withDaylightSaving", [](const Scenario& s) { return s.timeZone.find(',') != std::string::npos; }},
-        Kind{"startsNearADaylightSavingChange",
+        {"faceDown", [](const Scenario& s) { return s.habits.phonePlace == PhonePlace::FACE_DOWN; }},
+        {"holster", [](const Scenario& s) { return s.habits.phonePlace == PhonePlace::HOLSTER; }},
+        {"chargesAllNight", [](const Scenario& s) { return s.habits.charging == ChargingHabit::NIGHT; }},
+        {"neverChargesAtNight", [](const Scenario& s) { return s.habits.charging != ChargingHabit::NIGHT; }},
+        {"notificationHeavyNights", [](const Scenario& s) { return s.habits.nightNotificationsPerHour >= 2; }},
+        {"nightCalls", [](const Scenario& s) { return s.habits.nightCallChance >= 0.15; }},
+        {"messageOnWaking", [](const Scenario& s) { return s.habits.wakeNotificationChance >= 0.5; }},
+        {"withoutDaylightSaving", [](const Scenario& s) { return s.timeZone.find(',') == std::string::npos; }},
+        {"withDaylightSaving", [](const Scenario& s) { return s.timeZone.find(',') != std::string::npos; }},
+        {"startsNearADaylightSavingChange",
             [](const Scenario& s) { return FormatCivilDate(s.startDate) != "2026-01-05"; }},
-        Kind{"weekdayAlarm", [](const Scenario& s) { return s.habits.alarmOnWeekdays; }}),
-    [](const testing::TestParamInfo<Kind>& info) { return info.param.name; });
+        {"weekdayAlarm", [](const Scenario& s) { return s.habits.alarmOnWeekdays; }}};
+    const auto persons = Population(1, kPopulation);
+    for (const Kind& c : cases) {
+        SCOPED_TRACE(c.name);
+        int32_t count = 0;
+        for (const Scenario& person : persons) {
+            count += c.is(person) ? 1 : 0;
+        }
+        EXPECT_GE(count, 2);
+        EXPECT_LT(count, kPopulation) << "should not be everybody";
+    }
+}
 
 class PopulationFileTest : public testing::Test {
 protected:
@@ -171,30 +164,24 @@ struct BadFile {
     std::string text, message;
 };
 
-void PrintTo(const BadFile& c, std::ostream* os)
+TEST_F(PopulationFileTest, ABadFileIsNamedWithThePersonAndTheField)
 {
-    *os << c.text;
-}
-
-class BadPopulationFileTest : public PopulationFileTest, public testing::WithParamInterface<BadFile> {};
-
-TEST_P(BadPopulationFileTest, NamesTheFileThePersonAndTheField)
-{
-    std::vector<Scenario> persons = Population(1, 1);
-    std::string error;
-    EXPECT_FALSE(Load(GetParam().text, persons, error));
-    EXPECT_NE(error.find(path_), std::string::npos) << error;
-    EXPECT_NE(error.find(GetParam().message), std::string::npos) << error;
-    EXPECT_EQ(persons.size(), 1u) << "left unchanged";
-}
-
-INSTANTIATE_TEST_SUITE_P(Files, BadPopulationFileTest,
-    testing::Values(BadFile{"{}", "expected a non-empty JSON list"}, BadFile{"[]", "expected a non-empty JSON list"},
-        BadFile{"[{", "expected a non-empty JSON list"}, BadFile{R"([{}, {"days": 0}])", "person [1]: field 'days'"},
-        BadFile{R"([{}, {}, 3])", "person [2]: the scenario must be a JSON object"},
-        BadFile{R"([{"habits": {"weekday": {"bedtime": "16:00", "wakeTime": "17:00"}}}])",
+    const BadFile cases[] = {{"{}", "expected a non-empty JSON list"}, {"[]", "expected a non-empty JSON list"},
+        {"[{", "expected a non-empty JSON list"}, {R"([{}, {"days": 0}])", "person [1]: field 'days'"},
+        {R"([{}, {}, 3])", "person [2]: the scenario must be a JSON object"},
+        {R"([{"habits": {"weekday": {"bedtime": "16:00", "wakeTime": "17:00"}}}])",
             "person [0]: field 'habits.weekday.wakeTime'"},
-        BadFile{R"([{"name": "a"}, {"name": "a"}])", "person [1]: field 'name': \"a\" is used by an earlier person"}));
+        {R"([{"name": "a"}, {"name": "a"}])", "person [1]: field 'name': \"a\" is used by an earlier person"}};
+    for (const BadFile& c : cases) {
+        SCOPED_TRACE(c.text);
+        std::vector<Scenario> persons = Population(1, 1);
+        std::string error;
+        EXPECT_FALSE(Load(c.text, persons, error));
+        EXPECT_NE(error.find(path_), std::string::npos) << error;
+        EXPECT_NE(error.find(c.message), std::string::npos) << error;
+        EXPECT_EQ(persons.size(), 1u) << "left unchanged";
+    }
+}
 
 TEST(PopulationFileErrorTest, AMissingFileIsNamed)
 {

@@ -91,37 +91,31 @@ struct BadCsv {
     std::string message; // after "<path>:"
 };
 
-void PrintTo(const BadCsv& c, std::ostream* os)
+TEST_F(RecordedSchedulesTest, ABadRowIsNamedByLineAndColumn)
 {
-    *os << c.rows;
-}
-
-class BadCsvTest : public RecordedSchedulesTest, public testing::WithParamInterface<BadCsv> {};
-
-TEST_P(BadCsvTest, NamesTheLineAndTheColumn)
-{
-    std::vector<Scenario> persons;
-    std::string error;
-    EXPECT_FALSE(Load(GetParam().rows, persons, error));
-    EXPECT_EQ(error.rfind(path_ + ":", 0), 0u) << error;
-    EXPECT_NE(error.find(GetParam().message), std::string::npos) << error;
-    EXPECT_TRUE(persons.empty());
-}
-
-INSTANTIATE_TEST_SUITE_P(Rows, BadCsvTest,
-    testing::Values(BadCsv{"", "no rows"},
-        BadCsv{"A,2018-04-30,1483,493,,,,,1,2,3\nA,2018-05-01,abc,493,,,,,1,2,3\n",
+    const BadCsv cases[] = {{"", "no rows"},
+        {"A,2018-04-30,1483,493,,,,,1,2,3\nA,2018-05-01,abc,493,,,,,1,2,3\n",
             ":3: column 'bedtime_min': expected nothing or a number from 0 to 2880, got \"abc\""},
-        BadCsv{"A,2018-04-30,1483,493,,,,,1,2,3\nA,2018-05-01,1483,2000,,,,,1,2,3\n",
+        {"A,2018-04-30,1483,493,,,,,1,2,3\nA,2018-05-01,1483,2000,,,,,1,2,3\n",
             ":3: column 'waketime_min': expected nothing or a number from -1440 to 1440, got \"2000\""},
-        BadCsv{"A,2018-04-31,1483,493,,,,,1,2,3\n", ":2: column 'date': expected a date \"YYYY-MM-DD\""},
-        BadCsv{"A,2018-04-30,1483,493,,,,,1,2\n", ":2: expected 11 columns, found 10"},
-        BadCsv{"A B,2018-04-30,1483,493,,,,,1,2,3\n", ":2: column 'pid'"},
-        BadCsv{"A,2018-04-30,1483,493,,,,,1,2,3\n\nA,2018-04-30,1400,493,,,,,1,2,3\n",
+        {"A,2018-04-31,1483,493,,,,,1,2,3\n", ":2: column 'date': expected a date \"YYYY-MM-DD\""},
+        {"A,2018-04-30,1483,493,,,,,1,2\n", ":2: expected 11 columns, found 10"},
+        {"A B,2018-04-30,1483,493,,,,,1,2,3\n", ":2: column 'pid'"},
+        {"A,2018-04-30,1483,493,,,,,1,2,3\n\nA,2018-04-30,1400,493,,,,,1,2,3\n",
             ":4: column 'date': A already has a row for 2018-04-30"},
-        BadCsv{"A,2018-04-30,1483,493,,,,,-1,2,3\n", ":2: column 'night_unlocks'"},
-        BadCsv{"A,2018-04-30,1483,493,,,,,1,2,7e2\n", ":2: column 'first_unlock_after_midnight_min'"},
-        BadCsv{"A,2018-04-30,,493,,,,,1,2,3\n", "A has no night with a bedtime and a wake time 2 to 16 hours apart"}));
+        {"A,2018-04-30,1483,493,,,,,-1,2,3\n", ":2: column 'night_unlocks'"},
+        {"A,2018-04-30,1483,493,,,,,1,2,7e2\n", ":2: column 'first_unlock_after_midnight_min'"},
+        {"A,2018-04-30,,493,,,,,1,2,3\n", "A has no night with a bedtime and a wake time 2 to 16 hours apart"}};
+    for (const BadCsv& c : cases) {
+        SCOPED_TRACE(c.rows);
+        std::vector<Scenario> persons;
+        std::string error;
+        EXPECT_FALSE(Load(c.rows, persons, error));
+        EXPECT_EQ(error.rfind(path_ + ":", 0), 0u) << error;
+        EXPECT_NE(error.find(c.message), std::string::npos) << error;
+        EXPECT_TRUE(persons.empty());
+    }
+}
 
 TEST_F(RecordedSchedulesTest, AHeaderWithoutARequiredColumnIsNamed)
 {

@@ -45,38 +45,35 @@ struct BadFault {
     std::string faults, message;
 };
 
-class ScenarioFaultErrorTest : public testing::TestWithParam<BadFault> {};
-
-TEST_P(ScenarioFaultErrorTest, NamesTheField)
+TEST(ScenarioFaultsTest, ABadFaultIsNamedByItsField)
 {
-    Scenario scenario = DefaultScenario();
-    std::string error;
-    EXPECT_FALSE(ParseScenario(WithFaults(GetParam().faults), scenario, error));
-    EXPECT_NE(error.find(GetParam().message), std::string::npos) << error;
-    EXPECT_TRUE(scenario.faults.empty());
-}
-
-INSTANTIATE_TEST_SUITE_P(Fields, ScenarioFaultErrorTest,
-    testing::Values(BadFault{R"("restart")", "field 'faults[0]': expected an object"},
-        BadFault{R"({"at": "2026-01-06 02:00"})", "field 'faults[0].kind': expected one of"},
-        BadFault{R"({"at": "2026-01-06 02:00", "kind": "meteor"})", "got \"meteor\""},
-        BadFault{R"({"kind": "service_restart"})", "field 'faults[0].at': missing"},
-        BadFault{
-            R"({"at": "2026-01-06 2:00", "kind": "service_restart"})", "field 'faults[0].at': expected a local time"},
-        BadFault{R"({"at": "2026-01-06 02:00", "kind": "service_restart", "user": 3})",
+    const BadFault cases[] = {{R"("restart")", "field 'faults[0]': expected an object"},
+        {R"({"at": "2026-01-06 02:00"})", "field 'faults[0].kind': expected one of"},
+        {R"({"at": "2026-01-06 02:00", "kind": "meteor"})", "got \"meteor\""},
+        {R"({"kind": "service_restart"})", "field 'faults[0].at': missing"},
+        {R"({"at": "2026-01-06 2:00", "kind": "service_restart"})", "field 'faults[0].at': expected a local time"},
+        {R"({"at": "2026-01-06 02:00", "kind": "service_restart", "user": 3})",
             "unknown field 'faults[0].user' for kind \"service_restart\""},
-        BadFault{R"({"at": "2026-01-06 02:00", "kind": "clock_set"})", "field 'faults[0].minutes': missing"},
-        BadFault{R"({"at": "2026-01-06 02:00", "kind": "clock_set", "minutes": 0})", "non-zero"},
-        BadFault{R"({"at": "2026-01-06 02:00", "kind": "clock_set", "minutes": 20000})", "from -10080 to 10080"},
-        BadFault{R"({"at": "2026-01-06 02:00", "kind": "unlock_flood", "count": 0})", "'faults[0].count'"},
-        BadFault{R"({"at": "2026-01-06 02:00", "kind": "time_zone", "zone": ""})", "non-empty string"},
-        BadFault{R"({"at": "2026-01-06 02:00", "kind": "platform_fault", "class": "disk"})",
+        {R"({"at": "2026-01-06 02:00", "kind": "clock_set"})", "field 'faults[0].minutes': missing"},
+        {R"({"at": "2026-01-06 02:00", "kind": "clock_set", "minutes": 0})", "non-zero"},
+        {R"({"at": "2026-01-06 02:00", "kind": "clock_set", "minutes": 20000})", "from -10080 to 10080"},
+        {R"({"at": "2026-01-06 02:00", "kind": "unlock_flood", "count": 0})", "'faults[0].count'"},
+        {R"({"at": "2026-01-06 02:00", "kind": "time_zone", "zone": ""})", "non-empty string"},
+        {R"({"at": "2026-01-06 02:00", "kind": "platform_fault", "class": "disk"})",
             "expected one of database, preferences_write"},
-        BadFault{R"({"at": "2026-01-06 02:00", "kind": "platform_fault", "class": "database", "nth": 0})",
-            "'faults[0].nth'"},
-        BadFault{R"({"at": "2026-01-12 12:00", "kind": "service_restart"})",
+        {R"({"at": "2026-01-06 02:00", "kind": "platform_fault", "class": "database", "nth": 0})", "'faults[0].nth'"},
+        {R"({"at": "2026-01-12 12:00", "kind": "service_restart"})",
             "field 'faults[0].at': \"2026-01-12 12:00\" is outside the run (2026-01-05 12:00 to 2026-01-12 12:00)"},
-        BadFault{R"({"at": "2026-01-05 11:59", "kind": "service_restart"})", "is outside the run"}));
+        {R"({"at": "2026-01-05 11:59", "kind": "service_restart"})", "is outside the run"}};
+    for (const BadFault& c : cases) {
+        SCOPED_TRACE(c.faults);
+        Scenario scenario = DefaultScenario();
+        std::string error;
+        EXPECT_FALSE(ParseScenario(WithFaults(c.faults), scenario, error));
+        EXPECT_NE(error.find(c.message), std::string::npos) << error;
+        EXPECT_TRUE(scenario.faults.empty());
+    }
+}
 
 TEST(ScenarioFaultsTest, EveryKindSurvivesTheFileRoundTrip)
 {

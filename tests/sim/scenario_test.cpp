@@ -21,91 +21,74 @@ struct BadScenario {
     std::string message; // must appear in the error
 };
 
-void PrintTo(const BadScenario& c, std::ostream* os)
+TEST(ScenarioTest, BadFieldsAreNamedAndLeaveTheScenarioUnchanged)
 {
-    *os << c.json;
-}
-
-class ScenarioErrorTest : public testing::TestWithParam<BadScenario> {};
-
-TEST_P(ScenarioErrorTest, NamesTheFieldAndLeavesTheScenarioUnchanged)
-{
-    Scenario scenario = DefaultScenario();
-    const std::string before = ScenarioToJson(scenario);
-    std::string error;
-    EXPECT_FALSE(ParseScenario(GetParam().json, scenario, error));
-    EXPECT_NE(error.find(GetParam().message), std::string::npos) << error;
-    EXPECT_EQ(ScenarioToJson(scenario), before);
-}
-
-INSTANTIATE_TEST_SUITE_P(Fields, ScenarioErrorTest,
-    testing::Values(BadScenario{"{", "not valid JSON"}, BadScenario{"[1]", "must be a JSON object"},
-        BadScenario{R"({"days": 0})", "field 'days'"}, BadScenario{R"({"days": 2.5})", "field 'days'"},
-        BadScenario{R"({"seed": -1})", "field 'seed'"}, BadScenario{R"({"seed": "7"})", "field 'seed'"},
-        BadScenario{R"({"startDate": "2026-02-30"})", "field 'startDate'"},
-        BadScenario{R"({"timeZone": "Nowhere/Atlantis"})", "field 'timeZone'"},
-        BadScenario{R"({"standbyMode": 4})", "field 'standbyMode'"},
-        BadScenario{R"({"habits": {"weekday": {"bedtime": "24:10"}}})", "field 'habits.weekday.bedtime'"},
-        BadScenario{R"({"habits": {"weekend": {"wakeSpreadMin": -3}}})", "field 'habits.weekend.wakeSpreadMin'"},
-        BadScenario{
-            R"({"habits": {"weekday": {"bedtime": "23:00", "wakeTime": "01:00"}}})", "field 'habits.weekday.wakeTime'"},
-        BadScenario{R"({"habits": {"wekday": {}}})", "unknown field 'habits.wekday'"},
-        BadScenario{R"({"habits": {"charging": "evening"}})", "field 'habits.charging': expected an object"},
-        BadScenario{R"({"habits": {"charging": {"mode": "always"}}})", "field 'habits.charging.mode'"},
-        BadScenario{R"({"habits": {"phonePlace": "pillow"}})", "field 'habits.phonePlace'"},
-        BadScenario{R"({"habits": {"alarm": {"weekdays": 1}}})", "field 'habits.alarm.weekdays'"},
-        BadScenario{R"({"habits": {"awakenings": {"phoneChance": 1.5}}})", "field 'habits.awakenings.phoneChance'"},
-        BadScenario{R"({"dumps": [{"words": []}]})", "field 'dumps[0].words'"},
-        BadScenario{R"({"dumps": [{"words": ["-D"], "at": "2026-01-05"}]})", "field 'dumps[0].at'"},
-        BadScenario{R"({"dumps": [{"words": ["-D"], "when": "x"}]})", "unknown field 'dumps[0].when'"},
-        BadScenario{R"({"name": "p 1"})", "field 'name'"}, BadScenario{R"({"name": ""})", "field 'name'"},
-        BadScenario{R"({"name": "../x"})", "field 'name'"},
-        BadScenario{R"({"habits": {"weekday": {"bedtime": "16:00", "wakeTime": "18:30"}}})",
+    const BadScenario cases[] = {{"{", "not valid JSON"}, {"[1]", "must be a JSON object"},
+        {R"({"days": 0})", "field 'days'"}, {R"({"days": 2.5})", "field 'days'"}, {R"({"seed": -1})", "field 'seed'"},
+        {R"({"seed": "7"})", "field 'seed'"}, {R"({"startDate": "2026-02-30"})", "field 'startDate'"},
+        {R"({"timeZone": "Nowhere/Atlantis"})", "field 'timeZone'"}, {R"({"standbyMode": 4})", "field 'standbyMode'"},
+        {R"({"habits": {"weekday": {"bedtime": "24:10"}}})", "field 'habits.weekday.bedtime'"},
+        {R"({"habits": {"weekend": {"wakeSpreadMin": -3}}})", "field 'habits.weekend.wakeSpreadMin'"},
+        {R"({"habits": {"weekday": {"bedtime": "23:00", "wakeTime": "01:00"}}})", "field 'habits.weekday.wakeTime'"},
+        {R"({"habits": {"wekday": {}}})", "unknown field 'habits.wekday'"},
+        {R"({"habits": {"charging": "evening"}})", "field 'habits.charging': expected an object"},
+        {R"({"habits": {"charging": {"mode": "always"}}})", "field 'habits.charging.mode'"},
+        {R"({"habits": {"phonePlace": "pillow"}})", "field 'habits.phonePlace'"},
+        {R"({"habits": {"alarm": {"weekdays": 1}}})", "field 'habits.alarm.weekdays'"},
+        {R"({"habits": {"awakenings": {"phoneChance": 1.5}}})", "field 'habits.awakenings.phoneChance'"},
+        {R"({"dumps": [{"words": []}]})", "field 'dumps[0].words'"},
+        {R"({"dumps": [{"words": ["-D"], "at": "2026-01-05"}]})", "field 'dumps[0].at'"},
+        {R"({"dumps": [{"words": ["-D"], "when": "x"}]})", "unknown field 'dumps[0].when'"},
+        {R"({"name": "p 1"})", "field 'name'"}, {R"({"name": ""})", "field 'name'"},
+        {R"({"name": "../x"})", "field 'name'"},
+        {R"({"habits": {"weekday": {"bedtime": "16:00", "wakeTime": "18:30"}}})",
             "must be 3 to 16 hours after habits.weekday.bedtime"},
-        BadScenario{R"({"habits": {"weekend": {"bedtime": "08:00", "wakeTime": "00:30"}}})",
+        {R"({"habits": {"weekend": {"bedtime": "08:00", "wakeTime": "00:30"}}})",
             "must be 3 to 16 hours after habits.weekend.bedtime"},
-        BadScenario{
-            R"({"habits": {"notifications": {"onWakeChance": 2}}})", "field 'habits.notifications.onWakeChance'"},
-        BadScenario{R"({"schedule": {}})", "field 'schedule'"},
-        BadScenario{R"({"schedule": [{"wakeDate": "2026-01-06", "onsetMin": 1400}]})", "field 'schedule[0]'"},
-        BadScenario{R"({"schedule": [{"wakeDate": "2026-01-06", "onsetMin": 1400, "wakeMin": 60}]})",
+        {R"({"habits": {"notifications": {"onWakeChance": 2}}})", "field 'habits.notifications.onWakeChance'"},
+        {R"({"schedule": {}})", "field 'schedule'"},
+        {R"({"schedule": [{"wakeDate": "2026-01-06", "onsetMin": 1400}]})", "field 'schedule[0]'"},
+        {R"({"schedule": [{"wakeDate": "2026-01-06", "onsetMin": 1400, "wakeMin": 60}]})",
             "field 'schedule[0].wakeMin': must be 2 to 16 hours"},
-        BadScenario{R"({"schedule": [{"wakeDate": "2026-01-06", "onsetMin": 1400, "wakeMin": 420, "unlocks": 1.5}]})",
+        {R"({"schedule": [{"wakeDate": "2026-01-06", "onsetMin": 1400, "wakeMin": 420, "unlocks": 1.5}]})",
             "field 'schedule[0].unlocks'"},
-        BadScenario{R"({"schedule": [{"wakeDate": "2026-01-06", "onsetMin": 1400, "wakeMin": 420, "naps": 1}]})",
+        {R"({"schedule": [{"wakeDate": "2026-01-06", "onsetMin": 1400, "wakeMin": 420, "naps": 1}]})",
             "unknown field 'schedule[0].naps'"},
-        BadScenario{R"({"schedule": [{"wakeDate": "2026-01-07", "onsetMin": 1400, "wakeMin": 420},
+        {R"({"schedule": [{"wakeDate": "2026-01-07", "onsetMin": 1400, "wakeMin": 420},
                                      {"wakeDate": "2026-01-06", "onsetMin": 1400, "wakeMin": 420}]})",
-            "field 'schedule[1].wakeDate': the nights must be in increasing date order"}));
+            "field 'schedule[1].wakeDate': the nights must be in increasing date order"}};
+    for (const BadScenario& c : cases) {
+        SCOPED_TRACE(c.json);
+        Scenario scenario = DefaultScenario();
+        const std::string before = ScenarioToJson(scenario);
+        std::string error;
+        EXPECT_FALSE(ParseScenario(c.json, scenario, error));
+        EXPECT_NE(error.find(c.message), std::string::npos) << error;
+        EXPECT_EQ(ScenarioToJson(scenario), before);
+    }
+}
 
 struct AcceptedNight {
     std::string bedtime, wakeTime;
     double spanHours; // from bedtime to the wake time that follows it
 };
 
-void PrintTo(const AcceptedNight& c, std::ostream* os)
-{
-    *os << c.bedtime << "-" << c.wakeTime;
-}
-
-class AcceptedNightTest : public testing::TestWithParam<AcceptedNight> {};
-
 // Any bedtime works with a wake time 3 to 16 hours later: nights across noon and day sleep too.
-TEST_P(AcceptedNightTest, AnySleepOfThreeToSixteenHours)
+TEST(ScenarioTest, AcceptsAnySleepOfThreeToSixteenHours)
 {
-    Scenario scenario = DefaultScenario();
-    std::string error;
-    ASSERT_TRUE(ParseScenario(R"({"habits": {"weekend": {"bedtime": ")" + GetParam().bedtime + R"(", "wakeTime": ")" +
-                                  GetParam().wakeTime + R"("}}})",
-        scenario, error))
-        << error;
-    EXPECT_DOUBLE_EQ(scenario.habits.weekend.SpanMin(), GetParam().spanHours * 60);
+    const AcceptedNight cases[] = {{"23:00", "07:00", 8}, {"16:00", "20:13", 4 + 13 / 60.0}, {"08:30", "15:30", 7},
+        {"03:00", "13:30", 10.5}, {"21:00", "00:00", 3}, {"20:00", "12:00", 16}, {"11:00", "19:00", 8}};
+    for (const AcceptedNight& c : cases) {
+        SCOPED_TRACE(c.bedtime);
+        Scenario scenario = DefaultScenario();
+        std::string error;
+        ASSERT_TRUE(ParseScenario(
+            R"({"habits": {"weekend": {"bedtime": ")" + c.bedtime + R"(", "wakeTime": ")" + c.wakeTime + R"("}}})",
+            scenario, error))
+            << error;
+        EXPECT_DOUBLE_EQ(scenario.habits.weekend.SpanMin(), c.spanHours * 60);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Nights, AcceptedNightTest,
-    testing::Values(AcceptedNight{"23:00", "07:00", 8}, AcceptedNight{"16:00", "20:13", 4 + 13 / 60.0},
-        AcceptedNight{"08:30", "15:30", 7}, AcceptedNight{"03:00", "13:30", 10.5}, AcceptedNight{"21:00", "00:00", 3},
-        AcceptedNight{"20:00", "12:00", 16}, AcceptedNight{"11:00", "19:00", 8}));
 
 TEST(ScenarioTest, ScheduleAndNameRoundTripThroughTheFileFormat)
 {
@@ -171,33 +154,25 @@ struct BadCommandLine {
     std::string message;
 };
 
-void PrintTo(const BadCommandLine& c, std::ostream* os)
+TEST(CommandLineTest, BadArgumentsExitWithTwoAndSayWhy)
 {
-    for (const std::string& arg : c.args) {
-        *os << arg << " ";
+    const BadCommandLine cases[] = {{{"--frobnicate"}, "unknown argument '--frobnicate'"},
+        {{"a.json", "b.json"}, "unknown argument 'b.json'"}, {{"--out"}, "option '--out' needs a value"},
+        {{"--seed", "abc"}, "field 'seed'"}, {{"--days", "0"}, "field 'days'"},
+        {{"dump"}, "'dump' needs at least one word"},
+        {{"--scenario", "/nonexistent/scenario.json"}, "cannot read the scenario file"},
+        {{"--builtin", "five-states"}, "no built-in scenario 'five-states' (known: four-states"},
+        {{"--person", "p001"}, "expected population:pNNN, FILE.csv:NAME or FILE.json:NAME"},
+        {{"--person", "population:p0"}, "no person 'p0' in population"},
+        {{"--person", "/nonexistent/nights.csv:INS-W_004"}, "cannot read the schedule file"}};
+    for (const BadCommandLine& c : cases) {
+        SCOPED_TRACE(c.message);
+        std::ostringstream out, err;
+        EXPECT_EQ(RunSleepsimCli(c.args, out, err), EXIT_BAD_INPUT);
+        EXPECT_NE(err.str().find(c.message), std::string::npos) << err.str();
+        EXPECT_EQ(out.str(), "");
     }
 }
-
-class CommandLineErrorTest : public testing::TestWithParam<BadCommandLine> {};
-
-TEST_P(CommandLineErrorTest, ExitsWithTwoAndSaysWhy)
-{
-    std::ostringstream out, err;
-    EXPECT_EQ(RunSleepsimCli(GetParam().args, out, err), EXIT_BAD_INPUT);
-    EXPECT_NE(err.str().find(GetParam().message), std::string::npos) << err.str();
-    EXPECT_EQ(out.str(), "");
-}
-
-INSTANTIATE_TEST_SUITE_P(Arguments, CommandLineErrorTest,
-    testing::Values(BadCommandLine{{"--frobnicate"}, "unknown argument '--frobnicate'"},
-        BadCommandLine{{"a.json", "b.json"}, "unknown argument 'b.json'"},
-        BadCommandLine{{"--out"}, "option '--out' needs a value"}, BadCommandLine{{"--seed", "abc"}, "field 'seed'"},
-        BadCommandLine{{"--days", "0"}, "field 'days'"}, BadCommandLine{{"dump"}, "'dump' needs at least one word"},
-        BadCommandLine{{"--scenario", "/nonexistent/scenario.json"}, "cannot read the scenario file"},
-        BadCommandLine{{"--builtin", "five-states"}, "no built-in scenario 'five-states' (known: four-states"},
-        BadCommandLine{{"--person", "p001"}, "expected population:pNNN, FILE.csv:NAME or FILE.json:NAME"},
-        BadCommandLine{{"--person", "population:p0"}, "no person 'p0' in population"},
-        BadCommandLine{{"--person", "/nonexistent/nights.csv:INS-W_004"}, "cannot read the schedule file"}));
 
 TEST(CommandLineTest, ScenarioFileErrorsNameTheFileAndTheField)
 {
