@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -242,24 +243,19 @@ TEST_F(UserSleepTrainModelTest, StoresOneEpisodePerNightTheParametersRowAndTheFi
     std::vector<SleepParameter> parameters;
     ASSERT_EQ(manager_->QueryEntries(parameters, "", ""), 0);
     ASSERT_EQ(parameters.size(), 1U);
-    EXPECT_EQ(parameters[0].handledTimestamp, Mar(11, 7));
-    EXPECT_EQ(parameters[0].handledReportQuantifyTimestamp, 0); // its column name is misspelt, the read fails
-    EXPECT_EQ(parameters[0].handledDateIndex, DateIndex(10));
-    for (double proba : {parameters[0].sleepHomeProba, parameters[0].unsleepHomeProba, parameters[0].sleepChargeProba,
-             parameters[0].unsleepChargeProba}) {
-        EXPECT_EQ(proba, 0.0);
-    }
-    EXPECT_EQ(parameters[0].recordDays, 5); // 5 days 14 h of observations, six nights
+    // The quantify mark's column name is misspelt, so its read fails; 5 days 14 h of observations.
+    const SleepParameter& stored = parameters[0];
+    EXPECT_EQ(std::make_tuple(stored.handledTimestamp, stored.handledReportQuantifyTimestamp, stored.handledDateIndex,
+                  stored.sleepHomeProba, stored.unsleepHomeProba, stored.sleepChargeProba, stored.unsleepChargeProba,
+                  stored.recordDays),
+        std::make_tuple(Mar(11, 7), 0, DateIndex(10), 0.0, 0.0, 0.0, 0.0, 5));
     // Screen events older than a day before the handled time are gone.
     EXPECT_EQ(Count(ScreenStateRecord::TABLE_NAME), 4);
-
-    const AAFwk::Want& want = FinishMessage();
-    EXPECT_TRUE(want.GetBoolParam("isTrainSuccess", false));
-    EXPECT_FLOAT_EQ(want.GetFloatParam("notiProbWeekday", -1.0F), 4.0F / 8.0F);
-    EXPECT_FLOAT_EQ(want.GetFloatParam("notiProbWeekend", -1.0F), 4.0F / 10.0F);
     // Six nights in all: too few for a limit, so both stay at 09:00.
-    EXPECT_EQ(want.GetLongParam("weekdayThreeSigmaTimestamp", -1), 32400000);
-    EXPECT_EQ(want.GetLongParam("weekendThreeSigmaTimestamp", -1), 32400000);
+    const std::map<std::string, AAFwk::Want::Value> finished{{"isTrainSuccess", true}, {"notiProbWeekday", 4.0F / 8.0F},
+        {"notiProbWeekend", 4.0F / 10.0F}, {"weekdayThreeSigmaTimestamp", int64_t{32400000}},
+        {"weekendThreeSigmaTimestamp", int64_t{32400000}}};
+    EXPECT_EQ(FinishMessage().GetParams(), finished);
 
     // A second run finds no new night.
     RunTraining();
