@@ -21,7 +21,6 @@ namespace {
 
 namespace Emulator = OHOS::Emulator;
 using OHOS::AAFwk::Want;
-using Keys = std::vector<std::string>;
 
 constexpr int64_t kMinuteMs = 60000;
 constexpr int64_t kHourMs = 3600000;
@@ -446,13 +445,15 @@ TEST_F(SleepDetectionTest, TestModeStopsNightObservationsAndAutoTestObservesAtOn
 
 constexpr int64_t kNowMs = 1736899200000;
 
-Keys KeysOf(const Emulator::SysEventRecord& event)
+// Domain, name, type and payload of each event `name` written so far ("" for every name).
+std::vector<std::string> EventLines(const std::string& name = "")
 {
-    Keys keys;
-    for (const auto& item : event.params.items()) {
-        keys.push_back(item.key());
+    std::vector<std::string> lines;
+    for (const Emulator::SysEventRecord& event :
+        name.empty() ? Emulator::ReadSysEvents() : Emulator::ReadSysEvents(name)) {
+        lines.push_back(event.domain + " " + event.name + " " + std::to_string(event.type) + " " + event.params.dump());
     }
-    return keys;
+    return lines;
 }
 
 SleepEnvironment MakeEnvironment(int64_t timestamp)
@@ -487,37 +488,23 @@ protected:
     Emulator::ScopedVirtualClock clock_{kNowMs};
 };
 
+// Every key in order, with its type: integers plain, real numbers with a fraction.
 TEST_F(SleepReporterTest, KeyFeatureAndKeyInfoCarryEveryKeyInOrderWithTheirTypes)
 {
     std::vector<SleepEnvironment> environments{MakeEnvironment(kNowMs - 600000), MakeEnvironment(kNowMs)};
     SleepReporter::ReportSleepEnvironment(environments);
     SleepReporter::ReportQuantifySleepData(environments);
-
-    std::vector<Emulator::SysEventRecord> features = Emulator::ReadSysEvents("SLEEP_KEY_FEATURE");
+    const std::vector<std::string> features = EventLines("SLEEP_KEY_FEATURE");
     ASSERT_EQ(features.size(), 2U);
-    const Emulator::SysEventRecord& feature = features[1];
-    EXPECT_EQ(feature.domain, "RSS");
-    EXPECT_EQ(feature.type, 2);
-    EXPECT_EQ(KeysOf(feature), (Keys{"RECORD_TIMESTAMP", "BAYES_RESULT", "BASELINE_RESULT", "WAKEUP_TIEMSTAMP",
-                                   "SCREEN_OFF_DURATION", "LIGHT_DARK_DURATION", "USER_STATIONARY_DURATION", "LUX",
-                                   "DISTANCE", "SLEEP_DB_VERSION", "CHARGE_STATE", "IS_TIME_OK", "NEXT_CLOCK"}));
-    EXPECT_EQ(feature.params["RECORD_TIMESTAMP"].get<int64_t>(), kNowMs);
-    EXPECT_EQ(feature.params["WAKEUP_TIEMSTAMP"].get<int64_t>(), kNowMs + 7200000);
-    EXPECT_EQ(feature.params["LIGHT_DARK_DURATION"].get<int32_t>(), 4000);
-    EXPECT_TRUE(feature.params["LUX"].is_number_float());
-    EXPECT_DOUBLE_EQ(feature.params["DISTANCE"].get<double>(), 0.02);
-    EXPECT_EQ(feature.params["SLEEP_DB_VERSION"].get<int32_t>(), 1);
-    EXPECT_EQ(feature.params["NEXT_CLOCK"].get<int64_t>(), kNowMs + 3600000);
-
-    std::vector<Emulator::SysEventRecord> infos = Emulator::ReadSysEvents("SLEEP_KEY_INFO");
-    ASSERT_EQ(infos.size(), 2U);
-    EXPECT_EQ(KeysOf(infos[0]),
-        (Keys{"BAYES_RESULT", "BASELINE_RESULT", "IS_STATIONARY_OK", "IS_LUX_OK", "IS_SCREEN_OFF_OK", "IS_TIME_OK"}));
+    EXPECT_EQ(features[1],
+        R"(RSS SLEEP_KEY_FEATURE 2 {"RECORD_TIMESTAMP":1736899200000,"BAYES_RESULT":95,"BASELINE_RESULT":1,)"
+        R"("WAKEUP_TIEMSTAMP":1736906400000,"SCREEN_OFF_DURATION":10800,"LIGHT_DARK_DURATION":4000,)"
+        R"("USER_STATIONARY_DURATION":10800,"LUX":0.01,"DISTANCE":0.02,"SLEEP_DB_VERSION":1,"CHARGE_STATE":1,)"
+        R"("IS_TIME_OK":1,"NEXT_CLOCK":1736902800000})");
     // 10800 s still is bucket 6, 10800 s screen off bucket 3; 0.01 lux at a far proximity bucket 2.
-    EXPECT_EQ(infos[0].params["IS_STATIONARY_OK"].get<int32_t>(), 6);
-    EXPECT_EQ(infos[0].params["IS_SCREEN_OFF_OK"].get<int32_t>(), 3);
-    EXPECT_EQ(infos[0].params["IS_LUX_OK"].get<int32_t>(), 2);
-    EXPECT_EQ(infos[0].params["BASELINE_RESULT"].get<int32_t>(), 1);
+    const std::string info = R"(RSS SLEEP_KEY_INFO 2 {"BAYES_RESULT":95,"BASELINE_RESULT":1,"IS_STATIONARY_OK":6,)"
+                             R"("IS_LUX_OK":2,"IS_SCREEN_OFF_OK":3,"IS_TIME_OK":1})";
+    EXPECT_EQ(EventLines("SLEEP_KEY_INFO"), std::vector<std::string>(2, info));
 }
 
 TEST_F(SleepReporterTest, DurationsParametersAndPowerState)
@@ -543,30 +530,14 @@ TEST_F(SleepReporterTest, DurationsParametersAndPowerState)
     ambient[1].unsleepAmbient = 7.25;
     SleepReporter::ReportSleepParameters(parameter, probabilities, ambient);
     SleepReporter::WritePowerBrainStateHiSysEvent(100, -6, kNowMs);
-
-    std::vector<Emulator::SysEventRecord> events = Emulator::ReadSysEvents();
-    ASSERT_EQ(events.size(), 3U);
-    EXPECT_EQ(events[0].name, "SLEEP_DURATION");
-    EXPECT_EQ(KeysOf(events[0]), (Keys{"DATE_INDEX", "BEGIN_TIMESTAMP", "END_TIMESTAMP", "WEEK_DAY"}));
-    EXPECT_EQ(events[0].params["BEGIN_TIMESTAMP"].get<int64_t>(), kNowMs - 28800000);
-
-    EXPECT_EQ(std::tie(events[1].name, events[1].type), std::make_tuple(std::string("SLEEP_PARAMETERS"), 2));
-    EXPECT_EQ(
-        KeysOf(events[1]), (Keys{"HANDLED_TIMESTAMP", "HANDLED_DATE_INDEX", "SLEEP_HOME_PROBA", "UNSLEEP_HOME_PROBA",
-                               "SLEEP_CHARGE_PROBA", "UNSLEEP_CHARGE_PROBA", "SLEEP_PROBABILITY",
-                               "SLEEP_PROBABILITY_WEEKEND", "SLEEP_AMBIENT_PROBA", "UNSLEEP_AMBIENT_PROBA"}));
-    const std::vector<std::pair<std::string, std::vector<double>>> lists{{"SLEEP_PROBABILITY", {0.0, 0.1, 0.2}},
-        {"SLEEP_PROBABILITY_WEEKEND", {0.0, 0.2, 0.4}}, {"SLEEP_AMBIENT_PROBA", {0.0, 3.5}},
-        {"UNSLEEP_AMBIENT_PROBA", {0.0, 7.25}}};
-    for (const auto& [key, values] : lists) {
-        EXPECT_EQ(events[1].params[key].get<std::vector<double>>(), values) << key;
-    }
-    EXPECT_DOUBLE_EQ(events[1].params["SLEEP_HOME_PROBA"].get<double>(), 0.25);
-
-    EXPECT_EQ(std::tie(events[2].name, events[2].type), std::make_tuple(std::string("POWER_BRAIN_STATE"), 4));
-    EXPECT_EQ(KeysOf(events[2]), (Keys{"TYPE", "VALUE", "TIME"}));
-    EXPECT_EQ(events[2].params["VALUE"].get<int32_t>(), -6);
-    EXPECT_EQ(events[2].params["TIME"].get<int64_t>(), kNowMs);
+    EXPECT_EQ(EventLines(),
+        (std::vector<std::string>{R"(RSS SLEEP_DURATION 2 {"DATE_INDEX":12,"BEGIN_TIMESTAMP":1736870400000,)"
+                                  R"("END_TIMESTAMP":1736899200000,"WEEK_DAY":3})",
+            R"(RSS SLEEP_PARAMETERS 2 {"HANDLED_TIMESTAMP":1736899200000,"HANDLED_DATE_INDEX":12,)"
+            R"("SLEEP_HOME_PROBA":0.25,"UNSLEEP_HOME_PROBA":0.0,"SLEEP_CHARGE_PROBA":0.0,"UNSLEEP_CHARGE_PROBA":0.0,)"
+            R"("SLEEP_PROBABILITY":[0.0,0.1,0.2],"SLEEP_PROBABILITY_WEEKEND":[0.0,0.2,0.4],)"
+            R"("SLEEP_AMBIENT_PROBA":[0.0,3.5],"UNSLEEP_AMBIENT_PROBA":[0.0,7.25]})",
+            R"(RSS POWER_BRAIN_STATE 4 {"TYPE":100,"VALUE":-6,"TIME":1736899200000})"}));
 }
 
 // A refused or rate-limited write is logged with the writer's name; the next record still goes out.
