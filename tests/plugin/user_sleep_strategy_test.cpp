@@ -739,36 +739,33 @@ TEST_F(StrategyTest, StoppingStatesThatAreOffPublishesNothingButTheEasyWakeupSto
 
 // name, dump words, answer
 using DumpCase = std::tuple<const char*, std::vector<std::string>, std::string>;
-class DumpAnswerTest : public StrategyTest, public ::testing::WithParamInterface<DumpCase> {};
-
-TEST_P(DumpAnswerTest, AnswersExactly)
+TEST_F(StrategyTest, DumpAnswersExactly)
 {
     Start();
-    EXPECT_EQ(Dump(std::get<1>(GetParam())), std::get<2>(GetParam()));
-}
-
-INSTANTIATE_TEST_SUITE_P(Commands, DumpAnswerTest,
-    ::testing::Values(DumpCase{"Detail", {"-D", "--strategy"}, kHeader},
-        DumpCase{"DetailWithMoreWords", {"-D", "--strategy", "--Sleep", "into"}, kHeader}, DumpCase{"Empty", {}, ""},
-        DumpCase{"DetailAlone", {"-D"}, ""}, DumpCase{"OtherStrategyWord", {"-D", "--other"}, ""},
-        DumpCase{"SimulateWithoutRT", {"-S", "--strategy", "--Sleep", "into"}, ""},
-        DumpCase{"LowerCaseRT", {"-S", "--strategy", "-rt", "--Sleep", "into"}, ""},
-        DumpCase{"TestWithoutCommand", TestWords({}), kHeader + "invalid args\n"},
-        DumpCase{"TestWithoutArgument", TestWords({"--Sleep"}), kHeader + "invalid args\n"},
-        DumpCase{"SleepInto", TestWords({"--Sleep", "into"}), kHeader + "start slp\n"},
-        DumpCase{"SleepExit", TestWords({"--Sleep", "exit"}), kHeader + "stop slp\n"},
-        DumpCase{"SleepOther", TestWords({"--Sleep", "out"}), kHeader},
-        DumpCase{"LowerCaseCommand", TestWords({"--sleep", "into"}), kHeader},
-        DumpCase{"SetModeOn", TestWords({"--SetMode", "1"}), kHeader + "Set InSleepTestMode true\n"},
-        DumpCase{"SetModeOff", TestWords({"--SetMode", "0"}), kHeader + "Set InSleepTestMode false\n"},
-        DumpCase{"SetModeOther", TestWords({"--SetMode", "2"}), kHeader},
-        DumpCase{"PredictAuto", TestWords({"--Predict", "auto"}), kHeader + "auto collect to predict\n"},
-        DumpCase{"PredictManualWithoutData", TestWords({"--Predict", "manual"}), kHeader + "invalid args\n"},
-        DumpCase{"PredictManual", TestWords({"--Predict", "manual", "1/2/3"}),
+    const DumpCase cases[] = {{"Detail", {"-D", "--strategy"}, kHeader},
+        {"DetailWithMoreWords", {"-D", "--strategy", "--Sleep", "into"}, kHeader}, {"Empty", {}, ""},
+        {"DetailAlone", {"-D"}, ""}, {"OtherStrategyWord", {"-D", "--other"}, ""},
+        {"SimulateWithoutRT", {"-S", "--strategy", "--Sleep", "into"}, ""},
+        {"LowerCaseRT", {"-S", "--strategy", "-rt", "--Sleep", "into"}, ""},
+        {"TestWithoutCommand", TestWords({}), kHeader + "invalid args\n"},
+        {"TestWithoutArgument", TestWords({"--Sleep"}), kHeader + "invalid args\n"},
+        {"SleepInto", TestWords({"--Sleep", "into"}), kHeader + "start slp\n"},
+        {"SleepExit", TestWords({"--Sleep", "exit"}), kHeader + "stop slp\n"},
+        {"SleepOther", TestWords({"--Sleep", "out"}), kHeader},
+        {"LowerCaseCommand", TestWords({"--sleep", "into"}), kHeader},
+        {"SetModeOn", TestWords({"--SetMode", "1"}), kHeader + "Set InSleepTestMode true\n"},
+        {"SetModeOff", TestWords({"--SetMode", "0"}), kHeader + "Set InSleepTestMode false\n"},
+        {"SetModeOther", TestWords({"--SetMode", "2"}), kHeader},
+        {"PredictAuto", TestWords({"--Predict", "auto"}), kHeader + "auto collect to predict\n"},
+        {"PredictManualWithoutData", TestWords({"--Predict", "manual"}), kHeader + "invalid args\n"},
+        {"PredictManual", TestWords({"--Predict", "manual", "1/2/3"}),
             kHeader + "manual input sleep data to predict\n"},
-        DumpCase{"PredictOther", TestWords({"--Predict", "now"}), kHeader},
-        DumpCase{"Unknown", TestWords({"--Bogus", "x"}), kHeader}),
-    [](const auto& info) { return std::string(std::get<0>(info.param)); });
+        {"PredictOther", TestWords({"--Predict", "now"}), kHeader}, {"Unknown", TestWords({"--Bogus", "x"}), kHeader}};
+    for (const DumpCase& c : cases) {
+        SCOPED_TRACE(std::get<0>(c));
+        EXPECT_EQ(Dump(std::get<1>(c)), std::get<2>(c));
+    }
+}
 
 TEST_F(StrategyTest, DumpSetModeSwitchesTheEngineTestMode)
 {

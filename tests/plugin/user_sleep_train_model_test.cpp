@@ -162,14 +162,26 @@ struct SpanCase {
     std::vector<std::pair<When, When>> merged; // empty: the same as `spans`
 };
 
-class ScreenSpanTest : public UserSleepTrainModelTest, public testing::WithParamInterface<SpanCase> {};
-
-TEST_P(ScreenSpanTest, BuildsAndMergesSpans)
+// The hour of the next span's begin must be before 05:00, so a short use at 23:10 splits the night.
+TEST_F(UserSleepTrainModelTest, BuildsAndMergesScreenOffSpans)
 {
-    std::vector<ScreenStateRecord> rows;
-    for (const auto& [when, state] : GetParam().events) {
-        rows.push_back({when.Ms(), state});
-    }
+    const SpanCase cases[] = {
+        {"ShortUseAtElevenPmDoesNotMerge",
+            {{When{4, 23, 10}, 0}, {When{4, 23, 10, 40}, 1}, {When{4, 23, 11}, 0}, {When{5, 7}, 1}},
+            {{When{4, 23, 10}, When{4, 23, 10, 40}}, {When{4, 23, 11}, When{5, 7}}}, {}},
+        {"ShortUseAtThreeAmMerges", {{When{5, 1}, 0}, {When{5, 3, 10}, 1}, {When{5, 3, 10, 30}, 0}, {When{5, 7}, 1}},
+            {{When{5, 1}, When{5, 3, 10}}, {When{5, 3, 10, 30}, When{5, 7}}}, {{When{5, 1}, When{5, 7}}}},
+        {"ShortUseAtHalfPastFiveDoesNotMerge",
+            {{When{5, 1}, 0}, {When{5, 5, 30}, 1}, {When{5, 5, 30, 30}, 0}, {When{5, 7}, 1}},
+            {{When{5, 1}, When{5, 5, 30}}, {When{5, 5, 30, 30}, When{5, 7}}}, {}},
+        {"GapOfOneMinuteDoesNotMerge", {{When{5, 1}, 0}, {When{5, 3}, 1}, {When{5, 3, 1}, 0}, {When{5, 7}, 1}},
+            {{When{5, 1}, When{5, 3}}, {When{5, 3, 1}, When{5, 7}}}, {}},
+        {"RepeatedOffKeepsFirst", {{When{4, 23}, 0}, {When{4, 23, 30}, 0}, {When{5, 7}, 1}},
+            {{When{4, 23}, When{5, 7}}}, {}},
+        {"BootClosesSpan", {{When{4, 23}, 0}, {When{5, 3}, 2}, {When{5, 7}, 1}}, {{When{4, 23}, When{5, 3}}}, {}},
+        {"BootAfterUnlockClosesSpanFromUnlock", {{When{4, 22}, 1}, {When{4, 22, 30}, 2}},
+            {{When{4, 22}, When{4, 22, 30}}}, {}},
+        {"UnlocksAloneMakeNoSpan", {{When{4, 22}, 2}, {When{4, 23}, 1}, {When{5, 7}, 1}}, {}, {}}};
     auto toSpans = [](const std::vector<std::pair<When, When>>& pairs) {
         std::vector<Span> spans;
         for (const auto& [begin, end] : pairs) {
@@ -177,34 +189,21 @@ TEST_P(ScreenSpanTest, BuildsAndMergesSpans)
         }
         return spans;
     };
-    UserSleepTrainModel model;
-    model.CalculateScreenOffDurations(rows);
-    model.GetMergeScreenOffData();
-    EXPECT_EQ(model.GetScreenOffSpans(), toSpans(GetParam().spans));
-    EXPECT_EQ(model.GetMergedSpans(), toSpans(GetParam().merged.empty() ? GetParam().spans : GetParam().merged));
+    for (const SpanCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::vector<ScreenStateRecord> rows;
+        for (const auto& [when, state] : c.events) {
+            rows.push_back({when.Ms(), state});
+        }
+        UserSleepTrainModel model;
+        model.CalculateScreenOffDurations(rows);
+        model.GetMergeScreenOffData();
+        EXPECT_EQ(model.GetScreenOffSpans(), toSpans(c.spans));
+        EXPECT_EQ(model.GetMergedSpans(), toSpans(c.merged.empty() ? c.spans : c.merged));
+    }
 }
 
 // The hour of the next span's begin must be before 05:00, so a short use at 23:10 splits the night.
-INSTANTIATE_TEST_SUITE_P(History, ScreenSpanTest,
-    testing::Values(SpanCase{"ShortUseAtElevenPmDoesNotMerge",
-                        {{When{4, 23, 10}, 0}, {When{4, 23, 10, 40}, 1}, {When{4, 23, 11}, 0}, {When{5, 7}, 1}},
-                        {{When{4, 23, 10}, When{4, 23, 10, 40}}, {When{4, 23, 11}, When{5, 7}}}, {}},
-        SpanCase{"ShortUseAtThreeAmMerges",
-            {{When{5, 1}, 0}, {When{5, 3, 10}, 1}, {When{5, 3, 10, 30}, 0}, {When{5, 7}, 1}},
-            {{When{5, 1}, When{5, 3, 10}}, {When{5, 3, 10, 30}, When{5, 7}}}, {{When{5, 1}, When{5, 7}}}},
-        SpanCase{"ShortUseAtHalfPastFiveDoesNotMerge",
-            {{When{5, 1}, 0}, {When{5, 5, 30}, 1}, {When{5, 5, 30, 30}, 0}, {When{5, 7}, 1}},
-            {{When{5, 1}, When{5, 5, 30}}, {When{5, 5, 30, 30}, When{5, 7}}}, {}},
-        SpanCase{"GapOfOneMinuteDoesNotMerge", {{When{5, 1}, 0}, {When{5, 3}, 1}, {When{5, 3, 1}, 0}, {When{5, 7}, 1}},
-            {{When{5, 1}, When{5, 3}}, {When{5, 3, 1}, When{5, 7}}}, {}},
-        SpanCase{"RepeatedOffKeepsFirst", {{When{4, 23}, 0}, {When{4, 23, 30}, 0}, {When{5, 7}, 1}},
-            {{When{4, 23}, When{5, 7}}}, {}},
-        SpanCase{
-            "BootClosesSpan", {{When{4, 23}, 0}, {When{5, 3}, 2}, {When{5, 7}, 1}}, {{When{4, 23}, When{5, 3}}}, {}},
-        SpanCase{"BootAfterUnlockClosesSpanFromUnlock", {{When{4, 22}, 1}, {When{4, 22, 30}, 2}},
-            {{When{4, 22}, When{4, 22, 30}}}, {}},
-        SpanCase{"UnlocksAloneMakeNoSpan", {{When{4, 22}, 2}, {When{4, 23}, 1}, {When{5, 7}, 1}}, {}, {}}),
-    [](const testing::TestParamInfo<SpanCase>& info) { return info.param.name; });
 
 TEST_F(UserSleepTrainModelTest, StoresOneEpisodePerNightTheParametersRowAndTheFinishMessage)
 {

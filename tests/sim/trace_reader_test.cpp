@@ -140,22 +140,11 @@ TEST_F(TraceReaderTest, EveryEventKindAndItsValuesSurviveTheRoundTrip)
     written.startMs = 1000;
     written.endMs = 1000 + kMsPerDay;
     for (int32_t value = 0; std::string(TraceKindName(static_cast<TraceKind>(value))) != "unknown"; ++value) {
-        TraceEvent event;
-        event.timeMs = written.startMs + value * kMsPerMinute;
-        event.kind = static_cast<TraceKind>(value);
-        event.value = 12.5;
-        event.number = 4;
-        event.text = "com.example.app";
-        written.events.push_back(event);
+        written.events.push_back(
+            {written.startMs + value * kMsPerMinute, static_cast<TraceKind>(value), 12.5, 4, "com.example.app"});
     }
-    NightTruth night;
-    night.wakeDate = CivilDate{2026, 3, 29}; // the night daylight saving starts
-    night.weekend = true;
-    night.bedMs = 2000;
-    night.phoneDownMs = 3000;
-    night.onsetMs = 4000;
-    night.wakeMs = 9000;
-    night.awakenings = {{5000, 6000}, {7000, 8000}};
+    // The night daylight saving starts.
+    const NightTruth night{CivilDate{2026, 3, 29}, true, 2000, 3000, 4000, 9000, 8500, {{5000, 6000}, {7000, 8000}}};
     written.nights.push_back(night);
     const std::string path = folder_.Path() + "/kinds.jsonl";
     ASSERT_TRUE(WriteTraceFile(path, scenario, written));
@@ -165,8 +154,7 @@ TEST_F(TraceReaderTest, EveryEventKindAndItsValuesSurviveTheRoundTrip)
     std::string error;
     ASSERT_TRUE(ParseTraceFile(path, readScenario, read, error)) << error;
     EXPECT_EQ(ScenarioToJson(readScenario), ScenarioToJson(scenario));
-    EXPECT_EQ(read.startMs, written.startMs);
-    EXPECT_EQ(read.endMs, written.endMs);
+    EXPECT_EQ(std::make_pair(read.startMs, read.endMs), std::make_pair(written.startMs, written.endMs));
     ASSERT_EQ(read.events.size(), written.events.size());
     for (size_t i = 0; i < read.events.size(); ++i) {
         // Reading back and writing again gives the same line: nothing the line carries is lost.
