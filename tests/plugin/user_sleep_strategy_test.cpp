@@ -84,15 +84,15 @@ public:
         Host()->SetMessageObserver([this](const StandbyMessage& message) { hostMessages_.push_back(message); });
         Emulator::NotificationCenter::GetInstance().SetHandler(handler_);
         Emulator::SimulatedPhone::GetInstance().SetEventHandler(handler_);
-        const std::vector<std::string> actions = {kDeepAction, kLightAction, kEasyAction, kNotCareAction};
-        Emulator::CommonEventBus::GetInstance().Subscribe(
-            actions, {kPermission}, [this](const EventFwk::CommonEventData& data) {
+        Emulator::CommonEventBus::GetInstance().Subscribe({kDeepAction, kLightAction, kEasyAction, kNotCareAction},
+            {kPermission}, [this](const EventFwk::CommonEventData& data) {
                 const AAFwk::Want& want = data.GetWant();
                 published_.emplace_back(want.GetAction(), want.GetBoolParam("isSleep", false),
                     want.HasParameter("wakeupTime") ? want.GetLongParam("wakeupTime", -3) : -2);
             });
+        // Whatever the plug-in publishes, a subscriber without the permission must not receive it.
         Emulator::CommonEventBus::GetInstance().Subscribe(
-            actions, {}, [this](const EventFwk::CommonEventData&) { ++unprivilegedDeliveries_; });
+            {}, {}, [this](const EventFwk::CommonEventData&) { ++unprivilegedDeliveries_; });
     }
 
     void TearDown() override
