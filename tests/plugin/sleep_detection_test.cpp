@@ -295,10 +295,9 @@ TEST_F(SleepDetectionTest, TrainingResultUpdatesMemoryAndPreferencesOnlyOnSucces
 
     world_.CreateEngine();
     SleepDetectionTestPeer restarted(Engine());
-    EXPECT_FLOAT_EQ(restarted.NotiProbWeekday(), 0.25F);
-    EXPECT_FLOAT_EQ(restarted.NotiProbWeekend(), 0.75F);
-    EXPECT_EQ(restarted.ThreeSigmaTimestampWeekday(), 24600000);
-    EXPECT_EQ(restarted.ThreeSigmaTimestampWeekend(), 30000000);
+    EXPECT_EQ(std::make_tuple(restarted.NotiProbWeekday(), restarted.NotiProbWeekend(),
+                  restarted.ThreeSigmaTimestampWeekday(), restarted.ThreeSigmaTimestampWeekend()),
+        std::make_tuple(0.25F, 0.75F, 24600000, 30000000));
 }
 
 TEST_F(SleepDetectionTest, EmptySaveLogsEachBufferAndInsertsNothing)
@@ -356,9 +355,8 @@ TEST_F(SleepDetectionTest, ObservationsAreSavedOnTheSixthUnlabelled)
     std::vector<SleepEnvironment> rows;
     ASSERT_EQ(SleepDatabaseManager::GetInstance()->QueryEntries(rows, "label = -1", "timestamp"), 0);
     ASSERT_EQ(rows.size(), 6U);
-    EXPECT_EQ(rows[5].timestamp, At(23) + 5 * 600000);
-    EXPECT_EQ(rows[5].screenOffDuration, 500);
-    EXPECT_EQ(rows[5].userStationaryDuration, 250);
+    EXPECT_EQ(std::make_tuple(rows[5].timestamp, rows[5].screenOffDuration, rows[5].userStationaryDuration),
+        std::make_tuple(At(23) + 5 * 600000, 500, 250));
     EXPECT_EQ(SleepDatabaseManager::GetInstance()->QueryCount(
                   SleepEnvironment::TABLE_NAME, "next_clock = " + std::to_string(At(30))),
         6);
@@ -421,10 +419,8 @@ TEST_F(SleepDetectionTest, ManualPredictionParsesFifteenFields)
     Engine().SleepPredictManualTest("1736982000000/2000/0/0/2000/2000/0/0/0.5/5/5/0/0/-1/-1");
     ASSERT_EQ(peer_.SleepEnvironments().size(), 1U);
     const SleepDataRecord& record = peer_.SleepEnvironments()[0];
-    EXPECT_EQ(record.timestamp, 1736982000000);
-    EXPECT_EQ(record.lightDarkDuration, 2000);
-    EXPECT_DOUBLE_EQ(record.light, 0.5);
-    EXPECT_EQ(record.weekType, 4);
+    EXPECT_EQ(std::make_tuple(record.timestamp, record.lightDarkDuration, record.light, record.weekType),
+        std::make_tuple(1736982000000, 2000, 0.5, 4));
     world_.Handler().RunUntilIdle();
     EXPECT_EQ(world_.Strategy().MessagesWithId(2003).size(), 1U);
 }
