@@ -3,8 +3,6 @@
 // state events reach only permitted subscribers, every strategy test checks.)
 #include <gtest/gtest.h>
 
-#include <sqlite3.h>
-
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -13,6 +11,7 @@
 
 #include "data_root.h"
 #include "engine_test_world.h"
+#include "fault_week.h"
 #include "hilog.h"
 #include "preferences_file.h"
 #include "preferences_helper.h"
@@ -76,30 +75,21 @@ std::string SnapshotOfStoredData()
 {
     const fs::path root = Emulator::GetDataRoot();
     std::ostringstream out;
-    for (const fs::path& path : FindFiles(root, "sleep.db")) {
-        sqlite3* db = nullptr;
-        EXPECT_EQ(sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
-        auto rows = [](void* stream, int columns, char** values, char**) {
-            for (int i = 0; i < columns; ++i) {
-                *static_cast<std::ostringstream*>(stream) << (values[i] ? values[i] : "NULL") << '|';
+    auto print = [&out](const std::vector<std::vector<std::string>>& rows) {
+        for (const auto& row : rows) {
+            for (const std::string& value : row) {
+                out << value << '|';
             }
-            *static_cast<std::ostringstream*>(stream) << '\n';
-            return 0;
-        };
-        std::vector<std::string> tables;
-        sqlite3_exec(
-            db, "SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name",
-            [](void* names, int, char** values, char**) {
-                static_cast<std::vector<std::string>*>(names)->push_back(values[0]);
-                return 0;
-            },
-            &tables, nullptr);
-        sqlite3_exec(db, "SELECT type, name, sql FROM sqlite_master ORDER BY name", rows, &out, nullptr);
-        for (const std::string& table : tables) {
-            out << "== " << table << '\n';
-            sqlite3_exec(db, ("SELECT * FROM \"" + table + "\" ORDER BY rowid").c_str(), rows, &out, nullptr);
+            out << '\n';
         }
-        sqlite3_close(db);
+    };
+    for (const fs::path& path : FindFiles(root, "sleep.db")) {
+        print(Sim::QueryDatabase(path, "SELECT type, name, sql FROM sqlite_master ORDER BY name"));
+        for (const auto& table :
+            Sim::QueryDatabase(path, "SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name")) {
+            out << "== " << table[0] << '\n';
+            print(Sim::QueryDatabase(path, "SELECT * FROM \"" + table[0] + "\" ORDER BY rowid"));
+        }
     }
     for (const fs::path& path : FindFiles(root, "sleep_shared_pref.xml")) {
         out << std::ifstream(path).rdbuf();

@@ -97,7 +97,7 @@ bool Exec(sqlite3* db, const std::string& sql, std::vector<std::vector<std::stri
         std::vector<std::string> row;
         for (int i = 0; i < sqlite3_column_count(statement); ++i) {
             const unsigned char* text = sqlite3_column_text(statement, i);
-            row.emplace_back(text == nullptr ? "" : reinterpret_cast<const char*>(text));
+            row.emplace_back(text == nullptr ? "NULL" : reinterpret_cast<const char*>(text));
         }
         rows.push_back(row);
     }
@@ -119,6 +119,17 @@ ScratchFolder::~ScratchFolder()
 {
     std::error_code ec;
     std::filesystem::remove_all(path_, ec);
+}
+
+std::vector<std::vector<std::string>> QueryDatabase(const std::string& path, const std::string& sql)
+{
+    std::vector<std::vector<std::string>> rows;
+    sqlite3* db = nullptr;
+    if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK || !Exec(db, sql, rows)) {
+        rows.clear();
+    }
+    sqlite3_close(db);
+    return rows;
 }
 
 std::string FindSleepDatabase(const std::string& dataRoot)

@@ -80,6 +80,10 @@ FaultWeekOutcome RunFaultWeek(const std::string& outDir, const FaultWeekPlan& pl
 // under `dataRoot` once the child has ended.
 ChildRunOutcome RunInChild(const std::string& dataRoot, const std::function<int()>& body);
 
+// The rows `sql` answers on the SQLite file `path`, every value as text ("NULL" for none); empty when
+// the file cannot be opened or the statement fails.
+std::vector<std::vector<std::string>> QueryDatabase(const std::string& path, const std::string& sql);
+
 // The sleep database below a data root ("" when there is none), and the outcome fields read from it.
 std::string FindSleepDatabase(const std::string& dataRoot);
 void ReadDatabase(const std::string& dataRoot, ChildRunOutcome& outcome);
