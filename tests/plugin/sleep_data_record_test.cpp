@@ -43,10 +43,9 @@ TEST(SleepLogTest, MacrosLogWithTheServiceDomainTagAndPrefix)
     const auto records = capture.Records();
     ASSERT_EQ(records.size(), 2u);
     EXPECT_EQ(records[0].level, LOG_DEBUG);
-    EXPECT_EQ(records[1].level, LOG_ERROR);
-    EXPECT_EQ(records[1].domain, 0xD001718u);
-    EXPECT_EQ(records[1].tag, "StandbyService");
-    EXPECT_EQ(records[1].message, "[TestBody:" + std::to_string(line) + "] error shown <private>");
+    EXPECT_EQ(std::make_tuple(records[1].level, records[1].domain, records[1].tag, records[1].message),
+        std::make_tuple(
+            LOG_ERROR, 0xD001718u, "StandbyService", "[TestBody:" + std::to_string(line) + "] error shown <private>"));
     EXPECT_EQ(capture.Texts(), (std::vector<std::string>{"debug 1", "error shown <private>"}));
 }
 

@@ -107,9 +107,8 @@ TEST_F(SleepDetectionNightTest, NightLoopObservesInsideTheWindowDecidesAndResets
 
     // The first day-time pass reset the night's state; the loop goes on until the screen comes on.
     SleepDetectionTestPeer peer(world.Engine());
-    EXPECT_EQ(peer.BayesResult(), 0);
-    EXPECT_EQ(peer.WakeUpTimestamp(), -1);
-    EXPECT_FALSE(peer.IsUserSleep() || peer.LastSleepState());
+    EXPECT_EQ(std::make_tuple(peer.BayesResult(), peer.WakeUpTimestamp(), peer.IsUserSleep(), peer.LastSleepState()),
+        std::make_tuple(0, -1, false, false));
     EXPECT_TRUE(world.Handler().HasTask(kLoopTask));
 
     // The night's observations went to the database in batches of six.
@@ -267,10 +266,9 @@ TEST_F(SleepDetectionTrainTest, UnlockThenScreenOffOnTheChargerTrainsAndReloadsT
     world.RunUntil(At(0, 21, 15) + 1000);
 
     ASSERT_EQ(world.Strategy().MessagesWithId(2001).size(), 1U);
-    EXPECT_EQ(SleepDetection::GetLiveTrainingThreadCount(), 0);
-    EXPECT_FALSE(peer.IsTraining() || peer.IsReadyForTrain());
-    EXPECT_EQ(peer.LastTrainTime(), At(0, 21, 15) + 1);
-    EXPECT_EQ(peer.LoadModelResult(), 0);
+    EXPECT_EQ(std::make_tuple(SleepDetection::GetLiveTrainingThreadCount(), peer.IsTraining(), peer.IsReadyForTrain(),
+                  peer.LastTrainTime(), peer.LoadModelResult()),
+        std::make_tuple(0, false, false, At(0, 21, 15) + 1, 0));
     EXPECT_TRUE(capture.HasText("load model successful"));
     const AAFwk::Want result = world.Strategy().MessagesWithId(2001)[0].want.value_or(AAFwk::Want());
     EXPECT_FLOAT_EQ(peer.NotiProbWeekday(), result.GetFloatParam("notiProbWeekday", -1));
