@@ -17,6 +17,7 @@
 #include "parameters.h"
 #include "scoped_time_zone.h"
 #include "simulated_phone.h"
+#include "sleep_database_manager.h"
 #include "sleep_detection.h"
 #include "sleep_history_builder.h"
 #include "sleep_shared_pref.h"
@@ -77,7 +78,8 @@ public:
         Emulator::SimulatedPhone::GetInstance().Reset();
         Emulator::ClearSysEvents();
         STANDBT_MODE = 0;
-        DeviceState::GetInstance()->HandleScreenOn(); // the singleton may remember an earlier case
+        DeviceState::GetInstance()->HandleScreenOn();          // the singleton may remember an earlier case
+        SleepDatabaseManager::GetInstance()->OnUserSwitched(); // open the database under this case's data root
         handler_->SetQuiescenceWait([]() { SleepDetection::WaitForTrainingThreads(); });
         Host()->Reset();
         Host()->SetHandler(handler_);
