@@ -46,6 +46,7 @@ TEST(HiLogTest, RendersPublicValuesMasksPrivateOnesAndConsumesEveryArgument)
         {"(null)", Log("%{public}s", static_cast<const char*>(nullptr))},
         {"-2147483648 -9223372036854775808 18446744073709551615 -1 0",
             Log("%{public}d %{public}lld %{public}zu %{public}ld %{public}u", INT32_MIN, INT64_MIN, SIZE_MAX, -1L, 0u)},
+        {"[ab][  ab][a][]", Log("[%{public}s][%{public}4s][%{public}.1s][%{public}s]", "ab", "ab", "ab", "")},
         {"-1 255 -128 65535 +5 05", Log("%{public}hhd %{public}hhu %{public}hhi %{public}hu %{public}+d %{public}02d",
                                        255, 255, 128, 65535, 5, 5)},
     };

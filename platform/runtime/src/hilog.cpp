@@ -135,14 +135,19 @@ template <typename T> std::string FormatValue(const std::string& directive, cons
     return large;
 }
 
-// A plain decimal conversion of a whole argument ("%d", "%lld", "%zu"...: no flags, width nor
-// precision, not narrowed by "h" or "hh") is rendered without printf, which costs more than the
-// rest of a log line.
+// Plain conversions of a whole argument ("%d", "%lld", "%zu", "%s": no flags, width nor precision,
+// not narrowed by "h" or "hh") are rendered without printf, which costs more than the rest of a
+// log line.
+bool IsPlain(const Conversion& conv)
+{
+    const bool narrowed = conv.length.find('h') != std::string::npos;
+    return !narrowed && conv.directive.size() == conv.length.size() + 2;
+}
+
 bool IsPlainDecimal(const Conversion& conv)
 {
     const bool decimal = conv.conversion == 'd' || conv.conversion == 'i' || conv.conversion == 'u';
-    const bool narrowed = conv.length.find('h') != std::string::npos;
-    return decimal && !narrowed && conv.directive.size() == conv.length.size() + 2;
+    return decimal && IsPlain(conv);
 }
 
 template <typename Integer> std::string FormatInteger(const Conversion& conv, const int* stars, Integer value)
@@ -203,7 +208,8 @@ std::string FormatString(const Conversion& conv, const int* stars, va_list* args
         return FormatValue(conv.directive, stars, conv.starCount, text != nullptr ? text : L"(null)");
     }
     const char* text = va_arg(*args, const char*);
-    return FormatValue(conv.directive, stars, conv.starCount, text != nullptr ? text : "(null)");
+    text = text != nullptr ? text : "(null)";
+    return IsPlain(conv) ? std::string(text) : FormatValue(conv.directive, stars, conv.starCount, text);
 }
 
 // Consumes the conversion's arguments (star widths first) and renders the value.
