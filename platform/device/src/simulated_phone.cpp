@@ -257,7 +257,7 @@ bool SimulatedPhone::CallFails(PhoneFault fault, int32_t sensorTypeId)
 
 int64_t SimulatedPhone::NowBootMs()
 {
-    return CurrentClock()->BootTimeNs() / kNsPerMs;
+    return CurrentBootTimeNs() / kNsPerMs;
 }
 
 void SimulatedPhone::SettleExpiry(LockRecord& record, int64_t nowMs)

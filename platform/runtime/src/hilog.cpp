@@ -468,7 +468,7 @@ int HiLogPrint(LogType /* type */, LogLevel level, unsigned int domain, const ch
         return -1;
     }
     LogRecord record;
-    record.wallTimeMs = CurrentClock()->WallTimeMs();
+    record.wallTimeMs = CurrentWallTimeMs();
     record.level = level;
     record.domain = domain;
     record.tag = tag != nullptr ? tag : "";
