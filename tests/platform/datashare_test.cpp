@@ -4,6 +4,7 @@
 #include <optional>
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include "data_root.h"
 #include "datashare_helper.h"
@@ -38,6 +39,15 @@ DataShareValuesBucket Row(const std::string& key, const std::string& value)
     bucket.Put("KEYWORD", key);
     bucket.Put("VALUE", value);
     return bucket;
+}
+
+// Writes the store's file as another process would, with a connection of its own.
+void WriteFromAnotherConnection(const std::string& sql)
+{
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(Emulator::MapPhonePath(Emulator::SETTINGS_DATABASE_PATH).c_str(), &db), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(db);
 }
 
 class DataShareTest : public testing::Test {
@@ -95,6 +105,8 @@ TEST_F(DataShareTest, RepeatedReadsSeeEveryWriteAndEveryFault)
         {"put", [] { Emulator::PutSetting(SETTINGS_TABLE, "k", "put"); }, "put"},
         {"delete", [] { Emulator::DeleteSetting(SETTINGS_TABLE, "k"); }, std::nullopt},
         {"put again", [] { Emulator::PutSetting(SETTINGS_TABLE, "k", "back"); }, "back"},
+        {"another connection", [] { WriteFromAnotherConnection("UPDATE SETTINGSDATA SET VALUE = 'other'"); },
+            "other"},
         {"file removed", [] { std::filesystem::remove(Emulator::MapPhonePath(Emulator::SETTINGS_DATABASE_PATH)); },
             std::nullopt},
     };
