@@ -1,7 +1,10 @@
 #include <atomic>
 #include <filesystem>
+#include <functional>
+#include <optional>
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include "data_root.h"
 #include "datashare_helper.h"
@@ -36,6 +39,15 @@ DataShareValuesBucket Row(const std::string& key, const std::string& value)
     bucket.Put("KEYWORD", key);
     bucket.Put("VALUE", value);
     return bucket;
+}
+
+// Writes the store's file as another process would, with a connection of its own.
+void WriteFromAnotherConnection(const std::string& sql)
+{
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(Emulator::MapPhonePath(Emulator::SETTINGS_DATABASE_PATH).c_str(), &db), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(db);
 }
 
 class DataShareTest : public testing::Test {
@@ -76,6 +88,38 @@ TEST_F(DataShareTest, RowsLiveInOneTablePerUriInAnOwnerOnlyFile)
     EXPECT_EQ(Emulator::GetSetting(SETTINGS_TABLE, "absent"), std::nullopt);
     EXPECT_EQ(std::filesystem::status(Emulator::MapPhonePath(Emulator::SETTINGS_DATABASE_PATH)).permissions(),
         std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+}
+
+// A read repeated after any kind of write sees the write, and a query fault still fails every call.
+TEST_F(DataShareTest, RepeatedReadsSeeEveryWriteAndEveryFault)
+{
+    Uri uri(TABLE_URI + "&key=k");
+    struct Step {
+        const char* what;
+        std::function<void()> write;
+        std::optional<std::string> expected;
+    };
+    const std::vector<Step> steps = {
+        {"insert", [&] { helper_->Insert(uri, Row("k", "inserted")); }, "inserted"},
+        {"update", [&] { helper_->Update(uri, KeyIs("k"), Row("k", "updated")); }, "updated"},
+        {"put", [] { Emulator::PutSetting(SETTINGS_TABLE, "k", "put"); }, "put"},
+        {"delete", [] { Emulator::DeleteSetting(SETTINGS_TABLE, "k"); }, std::nullopt},
+        {"put again", [] { Emulator::PutSetting(SETTINGS_TABLE, "k", "back"); }, "back"},
+        {"another connection", [] { WriteFromAnotherConnection("UPDATE SETTINGSDATA SET VALUE = 'other'"); },
+            "other"},
+        {"file removed", [] { std::filesystem::remove(Emulator::MapPhonePath(Emulator::SETTINGS_DATABASE_PATH)); },
+            std::nullopt},
+    };
+    std::vector<std::string> columns = {"VALUE"};
+    for (const Step& step : steps) {
+        step.write();
+        for (int read = 0; read < 2; ++read) {
+            EXPECT_EQ(Emulator::GetSetting(SETTINGS_TABLE, "k"), step.expected) << step.what << " read " << read;
+        }
+        Emulator::FailNthDataShareCall(DataShareFault::QUERY_FAILS, 1, false);
+        EXPECT_EQ(helper_->Query(uri, KeyIs("k"), columns), nullptr) << step.what;
+        EXPECT_NE(helper_->Query(uri, KeyIs("k"), columns), nullptr) << step.what;
+    }
 }
 
 TEST_F(DataShareTest, MalformedCallsAndFaultsAreRefusedAndWriteNothing)

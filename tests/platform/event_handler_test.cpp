@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -50,6 +51,34 @@ TEST_F(VirtualEventHandlerTest, RunsByDueTimeThenPriorityThenPostingOrder)
 
     EXPECT_EQ(ran_, (Labels{"now-vip", "now-low-1", "now-low-2", "late-immediate", "late-high", "late-low-1",
                         "late-low-2", "late-idle"}));
+}
+
+// Counts the copies made of it; runs as a task.
+struct CopyCountingTask {
+    std::shared_ptr<int> copies = std::make_shared<int>(0);
+    CopyCountingTask() = default;
+    CopyCountingTask(const CopyCountingTask& other) : copies(other.copies) { ++*copies; }
+    CopyCountingTask(CopyCountingTask&&) = default;
+    CopyCountingTask& operator=(const CopyCountingTask&) = delete;
+    CopyCountingTask& operator=(CopyCountingTask&&) = delete;
+    void operator()() const {}
+};
+
+// A task made for the call is queued without copying what it holds; a kept one is copied once.
+TEST_F(VirtualEventHandlerTest, TaskMadeForTheCallIsNotCopied)
+{
+    CopyCountingTask made;
+    const std::shared_ptr<int> madeCopies = made.copies;
+    handler_->PostTask(EventHandler::Callback(std::move(made)), "made");
+
+    const EventHandler::Callback kept = CopyCountingTask();
+    const int keptCopiesBefore = *kept.target<CopyCountingTask>()->copies;
+    handler_->PostTask(kept, "kept");
+
+    EXPECT_EQ(*madeCopies, 0);
+    EXPECT_EQ(*kept.target<CopyCountingTask>()->copies - keptCopiesBefore, 1);
+    handler_->RunUntilIdle();
+    EXPECT_EQ(handler_->PendingTaskCount(), 0U);
 }
 
 TEST_F(VirtualEventHandlerTest, DelayedTaskRunsAtItsDueTimeWhateverTheWallClockDoes)

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "data_root.h"
 #include "scoped_time_zone.h"
@@ -43,11 +44,31 @@ TEST(HiLogTest, RendersPublicValuesMasksPrivateOnesAndConsumesEveryArgument)
         {"[   7][7   ][ 1.5]", Log("[%{public}4d][%{public}-4d][%{public}*.1f]", 7, 7, 4, 1.5)},
         {"100% done", Log("100%% done")},
         {"(null)", Log("%{public}s", static_cast<const char*>(nullptr))},
+        {"-2147483648 -9223372036854775808 18446744073709551615 -1 0",
+            Log("%{public}d %{public}lld %{public}zu %{public}ld %{public}u", INT32_MIN, INT64_MIN, SIZE_MAX, -1L, 0u)},
+        {"[ab][  ab][a][]", Log("[%{public}s][%{public}4s][%{public}.1s][%{public}s]", "ab", "ab", "ab", "")},
+        {"-1 255 -128 65535 +5 05", Log("%{public}hhd %{public}hhu %{public}hhi %{public}hu %{public}+d %{public}02d",
+                                       255, 255, 128, 65535, 5, 5)},
     };
     ASSERT_EQ(capture.Records().size(), std::size(cases));
     for (size_t i = 0; i < std::size(cases); ++i) {
         EXPECT_EQ(capture.Records()[i].message, cases[i].expected);
         EXPECT_EQ(cases[i].written, static_cast<int>(std::string(cases[i].expected).size())) << cases[i].expected;
+    }
+}
+
+TEST(HiLogTest, LineNamesTheDomainInUpperCaseHex)
+{
+    ScopedTimeZone zone("UTC0");
+    for (const auto& [domain, hex] : {std::pair<unsigned int, const char*>{0, "0"}, {0xD001718, "D001718"},
+             {0xabcdef, "ABCDEF"}, {0xFFFFFFFF, "FFFFFFFF"}}) {
+        LogRecord record;
+        record.wallTimeMs = 1795359600123;
+        record.level = LOG_WARN;
+        record.domain = domain;
+        record.tag = "T";
+        record.message = "m";
+        EXPECT_EQ(FormatLogLine(record), std::string("2026-11-22 15:00:00.123 W ") + hex + "/T: m");
     }
 }
 

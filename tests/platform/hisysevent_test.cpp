@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <string>
 #include <vector>
 
 #include "data_root.h"
@@ -53,6 +55,24 @@ TEST_F(HiSysEventTest, WritesOneJsonLinePerEventWithTypedParamsInOrder)
     EXPECT_EQ(events[1].timeMs, kStartMs + 1500);
     EXPECT_EQ(events[1].type, 4);
     EXPECT_TRUE(events[1].params.empty());
+}
+
+// The file holds one compact JSON object per line, fields in a fixed order, texts escaped.
+TEST_F(HiSysEventTest, EventLinesAreCompactJsonInFieldOrder)
+{
+    ASSERT_EQ(HiSysEvent::Write("D\"Q", "N\\1", HiSysEvent::FAULT, "K", "a\nb", "L", int64_t{-2}), HiSysEvent::SUCCESS);
+    ASSERT_EQ(HiSysEvent::Write(HiSysEvent::Domain::RSS, "E", HiSysEvent::SECURITY), HiSysEvent::SUCCESS);
+    const std::vector<std::string> expected = {
+        R"({"time":1700000000000,"domain":"D\"Q","name":"N\\1","type":1,"params":{"K":"a\nb","L":-2}})",
+        R"({"time":1700000000000,"domain":"RSS","name":"E","type":3,"params":{}})",
+    };
+    std::ifstream file(Emulator::SysEventFilePath());
+    std::string line;
+    for (const std::string& want : expected) {
+        ASSERT_TRUE(std::getline(file, line));
+        EXPECT_EQ(line, want);
+    }
+    EXPECT_FALSE(std::getline(file, line)) << "one line per event";
 }
 
 TEST_F(HiSysEventTest, RefusedWritesLeaveNothing)

@@ -87,7 +87,7 @@ public:
     void SetEventHandler(std::shared_ptr<AppExecFwk::EventHandler> handler);
     std::shared_ptr<AppExecFwk::EventHandler> GetEventHandler() const;
     // Posts `task` on the handler after `delayMs`; false when no handler is set.
-    bool PostCallback(const std::function<void()>& task, int64_t delayMs) const;
+    bool PostCallback(std::function<void()> task, int64_t delayMs) const;
 
     // Sensors (type ids of sensor_agent.h).
     void SetSensorPresent(int32_t sensorTypeId, bool present);

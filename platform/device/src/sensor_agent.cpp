@@ -82,7 +82,7 @@ void DeliverSample(int32_t typeId, RecordSensorCallback callback)
     SensorEvent event{};
     event.sensorTypeId = typeId;
     event.version = kSampleVersion;
-    event.timestamp = OHOS::Emulator::CurrentClock()->BootTimeNs();
+    event.timestamp = OHOS::Emulator::CurrentBootTimeNs();
     if (typeId == SENSOR_TYPE_ID_AMBIENT_LIGHT) {
         event.data = reinterpret_cast<uint8_t*>(&light);
         event.dataLen = sizeof(light);

@@ -1,5 +1,7 @@
 #include "simulated_phone.h"
 
+#include <utility>
+
 #include "sensor_agent.h"
 #include "virtual_clock.h"
 
@@ -57,10 +59,10 @@ std::shared_ptr<AppExecFwk::EventHandler> SimulatedPhone::GetEventHandler() cons
     return handler_;
 }
 
-bool SimulatedPhone::PostCallback(const std::function<void()>& task, int64_t delayMs) const
+bool SimulatedPhone::PostCallback(std::function<void()> task, int64_t delayMs) const
 {
     auto handler = GetEventHandler();
-    return handler != nullptr && handler->PostTask(task, "", delayMs);
+    return handler != nullptr && handler->PostTask(std::move(task), "", delayMs);
 }
 
 void SimulatedPhone::SetSensorPresent(int32_t sensorTypeId, bool present)
@@ -257,7 +259,7 @@ bool SimulatedPhone::CallFails(PhoneFault fault, int32_t sensorTypeId)
 
 int64_t SimulatedPhone::NowBootMs()
 {
-    return CurrentClock()->BootTimeNs() / kNsPerMs;
+    return CurrentBootTimeNs() / kNsPerMs;
 }
 
 void SimulatedPhone::SettleExpiry(LockRecord& record, int64_t nowMs)

@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -44,7 +45,7 @@ public:
         if (!AddParams(params, keyValues...)) {
             return ERR_INVALID_EVENT;
         }
-        return WriteEvent(domain, eventName, type, params);
+        return WriteEvent(domain, eventName, type, std::move(params));
     }
 
 private:
@@ -78,7 +79,7 @@ private:
     }
 
     static int32_t WriteEvent(
-        const std::string& domain, const std::string& eventName, EventType type, const nlohmann::ordered_json& params);
+        const std::string& domain, const std::string& eventName, EventType type, nlohmann::ordered_json params);
 };
 
 } // namespace OHOS::HiviewDFX

@@ -88,6 +88,18 @@ HeldEventFile& EventFile()
     return file;
 }
 
+// The record as one line of the event file: the JSON object of the file's format, written field by
+// field so that the parameters are not copied into a whole event object first.
+std::string EventLine(const SysEventRecord& record)
+{
+    std::string line = "{\"time\":" + std::to_string(record.timeMs);
+    line.append(",\"domain\":").append(nlohmann::ordered_json(record.domain).dump());
+    line.append(",\"name\":").append(nlohmann::ordered_json(record.name).dump());
+    line.append(",\"type\":").append(std::to_string(record.type));
+    line.append(",\"params\":").append(record.params.dump()).append("}\n");
+    return line;
+}
+
 bool ParseLine(const std::string& line, SysEventRecord& record)
 {
     nlohmann::ordered_json event = nlohmann::ordered_json::parse(line, nullptr, false);
@@ -174,7 +186,7 @@ nlohmann::ordered_json HiSysEvent::ToJson(float value)
 }
 
 int32_t HiSysEvent::WriteEvent(
-    const std::string& domain, const std::string& eventName, EventType type, const nlohmann::ordered_json& params)
+    const std::string& domain, const std::string& eventName, EventType type, nlohmann::ordered_json params)
 {
     if (domain.empty() || eventName.empty()) {
         return ERR_INVALID_EVENT;
@@ -182,13 +194,9 @@ int32_t HiSysEvent::WriteEvent(
     if (Emulator::WriteFault().OnCall()) {
         return ERR_WRITE_FAILED;
     }
-    nlohmann::ordered_json event;
-    event["time"] = MiscServices::TimeServiceClient::GetInstance()->GetWallTimeMs();
-    event["domain"] = domain;
-    event["name"] = eventName;
-    event["type"] = static_cast<int32_t>(type);
-    event["params"] = params;
-    const std::string line = event.dump() + "\n";
+    Emulator::SysEventRecord record{MiscServices::TimeServiceClient::GetInstance()->GetWallTimeMs(), domain,
+        eventName, static_cast<int32_t>(type), std::move(params)};
+    const std::string line = Emulator::EventLine(record);
 
     std::lock_guard<std::mutex> lock(Emulator::FileMutex());
     const int fd = Emulator::EventFile().Descriptor();
@@ -199,8 +207,7 @@ int32_t HiSysEvent::WriteEvent(
         return ERR_WRITE_FAILED;
     }
     if (Emulator::Listener()) {
-        Emulator::Listener()(Emulator::SysEventRecord{
-            event["time"].get<int64_t>(), domain, eventName, static_cast<int32_t>(type), params});
+        Emulator::Listener()(record);
     }
     return SUCCESS;
 }

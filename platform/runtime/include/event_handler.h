@@ -42,6 +42,10 @@ public:
     // the task is empty or the handler is shutting down.
     bool PostTask(
         const Callback& task, const std::string& name = "", int64_t delayTime = 0, Priority priority = Priority::LOW);
+    // The same for a task made for the call (a lambda): it is moved into the queue, not copied with
+    // everything it captured.
+    bool PostTask(
+        Callback&& task, const std::string& name = "", int64_t delayTime = 0, Priority priority = Priority::LOW);
     // Removes every pending task with this name (not one already running). Empty names match nothing.
     void RemoveTask(const std::string& name);
     // Removes every pending task (not one already running); the tasks are destroyed, so whatever

@@ -38,6 +38,10 @@ private:
 void InstallClock(std::shared_ptr<Clock> clock);
 // The installed clock (never null: the system clock when none is installed).
 std::shared_ptr<Clock> CurrentClock();
+// The installed clock's times, read without taking a reference to the clock (two atomic updates
+// per read, on the platform's most frequent call).
+int64_t CurrentWallTimeMs();
+int64_t CurrentBootTimeNs();
 // The installed clock if it is a VirtualClock, else nullptr.
 std::shared_ptr<VirtualClock> CurrentVirtualClock();
 

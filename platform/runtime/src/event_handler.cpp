@@ -1,5 +1,7 @@
 #include "event_handler.h"
 
+#include <utility>
+
 #include "task_runner.h"
 #include "virtual_clock.h"
 
@@ -24,7 +26,12 @@ EventHandler::~EventHandler() = default;
 
 bool EventHandler::PostTask(const Callback& task, const std::string& name, int64_t delayTime, Priority priority)
 {
-    return runner_->PostTask(task, name, delayTime, static_cast<uint32_t>(priority));
+    return PostTask(Callback(task), name, delayTime, priority);
+}
+
+bool EventHandler::PostTask(Callback&& task, const std::string& name, int64_t delayTime, Priority priority)
+{
+    return runner_->PostTask(std::move(task), name, delayTime, static_cast<uint32_t>(priority));
 }
 
 void EventHandler::RemoveAllEvents()

@@ -1,6 +1,8 @@
 #include "hilog.h"
 
 #include <algorithm>
+#include <cctype>
+#include <charconv>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
@@ -10,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <sys/types.h>
+#include <utility>
 
 #include "decimal_text.h"
 #include "virtual_clock.h"
@@ -132,46 +135,70 @@ template <typename T> std::string FormatValue(const std::string& directive, cons
     return large;
 }
 
+// Plain conversions of a whole argument ("%d", "%lld", "%zu", "%s": no flags, width nor precision,
+// not narrowed by "h" or "hh") are rendered without printf, which costs more than the rest of a
+// log line.
+bool IsPlain(const Conversion& conv)
+{
+    const bool narrowed = conv.length.find('h') != std::string::npos;
+    return !narrowed && conv.directive.size() == conv.length.size() + 2;
+}
+
+bool IsPlainDecimal(const Conversion& conv)
+{
+    const bool decimal = conv.conversion == 'd' || conv.conversion == 'i' || conv.conversion == 'u';
+    return decimal && IsPlain(conv);
+}
+
+template <typename Integer> std::string FormatInteger(const Conversion& conv, const int* stars, Integer value)
+{
+    if (!IsPlainDecimal(conv)) {
+        return FormatValue(conv.directive, stars, conv.starCount, value);
+    }
+    char text[24];
+    return std::string(text, std::to_chars(text, text + sizeof(text), value).ptr);
+}
+
 std::string FormatSigned(const Conversion& conv, const int* stars, va_list* args)
 {
     const std::string& len = conv.length;
     if (len == "l") {
-        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, long));
+        return FormatInteger(conv, stars, va_arg(*args, long));
     }
     if (len == "ll" || len == "q") {
-        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, long long));
+        return FormatInteger(conv, stars, va_arg(*args, long long));
     }
     if (len == "j") {
-        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, intmax_t));
+        return FormatInteger(conv, stars, va_arg(*args, intmax_t));
     }
     if (len == "z") {
-        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, ssize_t));
+        return FormatInteger(conv, stars, va_arg(*args, ssize_t));
     }
     if (len == "t") {
-        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, ptrdiff_t));
+        return FormatInteger(conv, stars, va_arg(*args, ptrdiff_t));
     }
-    return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, int));
+    return FormatInteger(conv, stars, va_arg(*args, int));
 }
 
 std::string FormatUnsigned(const Conversion& conv, const int* stars, va_list* args)
 {
     const std::string& len = conv.length;
     if (len == "l") {
-        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, unsigned long));
+        return FormatInteger(conv, stars, va_arg(*args, unsigned long));
     }
     if (len == "ll" || len == "q") {
-        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, unsigned long long));
+        return FormatInteger(conv, stars, va_arg(*args, unsigned long long));
     }
     if (len == "j") {
-        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, uintmax_t));
+        return FormatInteger(conv, stars, va_arg(*args, uintmax_t));
     }
     if (len == "z") {
-        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, size_t));
+        return FormatInteger(conv, stars, va_arg(*args, size_t));
     }
     if (len == "t") {
-        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, ptrdiff_t));
+        return FormatInteger(conv, stars, va_arg(*args, ptrdiff_t));
     }
-    return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, unsigned int));
+    return FormatInteger(conv, stars, va_arg(*args, unsigned int));
 }
 
 std::string FormatString(const Conversion& conv, const int* stars, va_list* args)
@@ -181,7 +208,8 @@ std::string FormatString(const Conversion& conv, const int* stars, va_list* args
         return FormatValue(conv.directive, stars, conv.starCount, text != nullptr ? text : L"(null)");
     }
     const char* text = va_arg(*args, const char*);
-    return FormatValue(conv.directive, stars, conv.starCount, text != nullptr ? text : "(null)");
+    text = text != nullptr ? text : "(null)";
+    return IsPlain(conv) ? std::string(text) : FormatValue(conv.directive, stars, conv.starCount, text);
 }
 
 // Consumes the conversion's arguments (star widths first) and renders the value.
@@ -263,6 +291,15 @@ char LevelLetter(LogLevel level)
     return '?';
 }
 
+// `value` in upper-case hexadecimal without leading zeros, as "%X" writes it.
+void AppendUpperHex(std::string& out, unsigned int value)
+{
+    char text[2 * sizeof(value)];
+    char* end = std::to_chars(text, text + sizeof(text), value, 16).ptr;
+    std::transform(text, end, text, [](char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); });
+    out.append(text, end);
+}
+
 // Length of a leading "[function:line] " prefix of `message`, or 0 when there is none.
 size_t PrefixLength(const std::string& message)
 {
@@ -322,8 +359,8 @@ std::string FormatLogLine(const LogRecord& record)
     // The same text without strftime: one per log line.
     std::string line = DateTimeText(local, millis);
     line.append(1, ' ').append(1, LevelLetter(record.level)).append(1, ' ');
-    snprintf(head, sizeof(head), "%X/", record.domain);
-    line.append(head).append(record.tag).append(": ").append(record.message);
+    AppendUpperHex(line, record.domain);
+    line.append(1, '/').append(record.tag).append(": ").append(record.message);
     return line;
 }
 
@@ -431,11 +468,11 @@ int HiLogPrint(LogType /* type */, LogLevel level, unsigned int domain, const ch
         return -1;
     }
     LogRecord record;
-    record.wallTimeMs = CurrentClock()->WallTimeMs();
+    record.wallTimeMs = CurrentWallTimeMs();
     record.level = level;
     record.domain = domain;
     record.tag = tag != nullptr ? tag : "";
-    record.message = *message;
+    record.message = std::move(*message);
 
     LogState& state = Log();
     std::lock_guard<std::mutex> lock(state.mutex);

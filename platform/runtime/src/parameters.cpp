@@ -68,7 +68,7 @@ namespace OHOS::system {
 bool SetParameter(const std::string& key, const std::string& value)
 {
     Emulator::ParameterState& state = Emulator::Parameters();
-    Emulator::SystemParameters::Change change{Emulator::CurrentClock()->WallTimeMs(), key, value};
+    Emulator::SystemParameters::Change change{Emulator::CurrentWallTimeMs(), key, value};
     std::function<void(const Emulator::SystemParameters::Change&)> listener;
     {
         std::lock_guard<std::mutex> lock(state.mutex);

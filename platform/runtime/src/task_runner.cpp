@@ -58,23 +58,19 @@ private:
         }
     }
 
+    // Each task is destroyed before the next one is taken. Nothing waits on this runner, so whether
+    // a task is running is not recorded.
     void RunTasksDueNow()
     {
-        for (;;) {
-            std::optional<TaskQueue::Task> task;
-            {
-                std::lock_guard<std::mutex> lock(state_->mutex);
-                task = state_->queue.PopDue(NowNs());
-                if (!task) {
-                    return;
-                }
-                state_->running = true;
-            }
+        while (std::optional<TaskQueue::Task> task = PopDue()) {
             task->callback();
-            task.reset();
-            std::lock_guard<std::mutex> lock(state_->mutex);
-            state_->running = false;
         }
+    }
+
+    std::optional<TaskQueue::Task> PopDue()
+    {
+        std::lock_guard<std::mutex> lock(state_->mutex);
+        return state_->queue.PopDue(NowNs());
     }
 
     std::optional<int64_t> NextDueNs() const

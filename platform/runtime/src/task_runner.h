@@ -49,7 +49,7 @@ struct RunnerState {
     std::condition_variable changed;
     TaskQueue queue;
     bool stopping = false;
-    bool running = false;
+    bool running = false; // a task of the real-time worker is running
     std::function<void()> quiescenceWait;
 };
 

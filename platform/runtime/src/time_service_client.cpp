@@ -12,12 +12,12 @@ TimeServiceClient* TimeServiceClient::GetInstance()
 
 int64_t TimeServiceClient::GetWallTimeMs()
 {
-    return Emulator::CurrentClock()->WallTimeMs();
+    return Emulator::CurrentWallTimeMs();
 }
 
 int64_t TimeServiceClient::GetBootTimeNs()
 {
-    return Emulator::CurrentClock()->BootTimeNs();
+    return Emulator::CurrentBootTimeNs();
 }
 
 } // namespace OHOS::MiscServices

@@ -38,10 +38,19 @@ ClockSlot& Slot()
     return slot;
 }
 
-std::shared_ptr<Clock> SystemClockInstance()
+const std::shared_ptr<Clock>& SystemClockInstance()
 {
     static const std::shared_ptr<Clock> systemClock = std::make_shared<SystemClock>();
     return systemClock;
+}
+
+// What `read` returns for the installed clock, read under the slot's lock so that the clock cannot
+// be released meanwhile.
+template <typename Read> int64_t ReadCurrentClock(Read read)
+{
+    ClockSlot& slot = Slot();
+    std::lock_guard<std::mutex> lock(slot.mutex);
+    return read(slot.installed ? *slot.installed : *SystemClockInstance());
 }
 
 } // namespace
@@ -84,6 +93,16 @@ std::shared_ptr<Clock> CurrentClock()
     ClockSlot& slot = Slot();
     std::lock_guard<std::mutex> lock(slot.mutex);
     return slot.installed ? slot.installed : SystemClockInstance();
+}
+
+int64_t CurrentWallTimeMs()
+{
+    return ReadCurrentClock([](const Clock& clock) { return clock.WallTimeMs(); });
+}
+
+int64_t CurrentBootTimeNs()
+{
+    return ReadCurrentClock([](const Clock& clock) { return clock.BootTimeNs(); });
 }
 
 std::shared_ptr<VirtualClock> CurrentVirtualClock()

@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cctype>
 #include <condition_variable>
@@ -270,18 +271,25 @@ std::vector<ValueObject> BucketArgs(const ValuesBucket& values)
     return args;
 }
 
+bool SameColumns(const ValuesBucket& a, const ValuesBucket& b)
+{
+    return std::equal(a.Values().begin(), a.Values().end(), b.Values().begin(), b.Values().end(),
+        [](const auto& x, const auto& y) { return x.first == y.first; });
+}
+
 // Inserts the rows in order, taking another statement only when the column set changes.
 int InsertRows(sqlite3* db, StatementCache& cache, const std::string& table, const std::vector<ValuesBucket>& rows)
 {
     std::optional<StatementLease> lease;
+    const ValuesBucket* previous = nullptr;
     for (const ValuesBucket& row : rows) {
-        std::string sql = InsertSql(table, row);
-        if (lease && lease->Sql() == sql) {
+        if (previous != nullptr && SameColumns(*previous, row)) {
             sqlite3_reset(lease->Held().get());
         } else {
             lease.reset();
-            lease.emplace(cache, std::move(sql));
+            lease.emplace(cache, InsertSql(table, row));
         }
+        previous = &row;
         int error = Prepare(db, *lease);
         if (error == E_OK) {
             error = BindAll(lease->Held().get(), BucketArgs(row));

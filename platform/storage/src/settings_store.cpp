@@ -1,6 +1,7 @@
 #include "settings_store.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <fcntl.h>
 #include <map>
 #include <memory>
@@ -40,11 +41,42 @@ bool IsIdentifier(const std::string& name)
         name.begin(), name.end(), [](char c) { return isalnum(static_cast<unsigned char>(c)) || c == '_'; });
 }
 
+std::vector<DataShareResultSet::Row> ReadRows(sqlite3_stmt* stmt, std::vector<std::string>& names, bool& ok)
+{
+    int count = sqlite3_column_count(stmt);
+    for (int i = 0; i < count; ++i) {
+        names.emplace_back(sqlite3_column_name(stmt, i));
+    }
+    std::vector<DataShareResultSet::Row> rows;
+    int step = SQLITE_ROW;
+    while ((step = sqlite3_step(stmt)) == SQLITE_ROW) {
+        DataShareResultSet::Row row;
+        for (int i = 0; i < count; ++i) {
+            const unsigned char* text = sqlite3_column_text(stmt, i);
+            row.push_back(
+                text == nullptr ? std::nullopt : std::optional<std::string>(reinterpret_cast<const char*>(text)));
+        }
+        rows.push_back(std::move(row));
+    }
+    ok = step == SQLITE_DONE;
+    return rows;
+}
+
+// What a query read: its column names and rows.
+struct QueryRows {
+    std::vector<std::string> names;
+    std::vector<DataShareResultSet::Row> rows;
+};
+
 // The connection to the store's file. It is kept open between operations, with its statements
 // prepared once (an operation then costs one statement step, not an open, a schema read and a
 // parse), and reopened when the data root moves, the file is removed or replaced (a test empties
 // the data root) or the disk-sync switch changes. While it stays open its path is not mapped
 // again: the file it holds is the one that was checked when it was opened.
+// It also keeps what its queries read while the file's change counter (which every commit, of any
+// connection, moves) stays where it was and it has not written itself: reading a setting again
+// (the next alarm, before every prediction) then costs one small read of the file's header instead
+// of a SQLite transaction with its file locks and checks.
 class Connection {
 public:
     Connection(const std::string& root, const std::string& path) : root_(root), syncEnabled_(StorageSyncEnabled())
@@ -143,6 +175,7 @@ public:
     // Runs a statement that returns no rows; false on failure.
     bool Execute(const Statement& statement)
     {
+        readRows_.clear();
         sqlite3_stmt* stmt = Prepare(statement);
         if (stmt == nullptr) {
             return false;
@@ -152,16 +185,71 @@ public:
         return done;
     }
 
+    // The rows of a read-only statement: kept ones, or read now (and kept when the read succeeds).
+    std::optional<QueryRows> Query(const Statement& statement)
+    {
+        const uint32_t counter = ChangeCounter();
+        if (counter != readsCounter_) {
+            readRows_.clear();
+            readsCounter_ = counter;
+        }
+        const std::string key = CacheKey(statement);
+        auto kept = readRows_.find(key);
+        if (kept != readRows_.end()) {
+            return kept->second;
+        }
+        sqlite3_stmt* stmt = Prepare(statement);
+        if (stmt == nullptr) {
+            return std::nullopt;
+        }
+        QueryRows read;
+        bool ok = false;
+        read.rows = ReadRows(stmt, read.names, ok);
+        sqlite3_reset(stmt);
+        if (!ok) {
+            return std::nullopt;
+        }
+        if (readRows_.size() >= MAX_KEPT_READS) {
+            readRows_.clear();
+        }
+        return readRows_.emplace(key, std::move(read)).first->second;
+    }
+
     int Changes() const { return sqlite3_changes(db_); }
     int64_t LastRowId() const { return sqlite3_last_insert_rowid(db_); }
 
 private:
+    static constexpr size_t MAX_KEPT_READS = 64;
+    static constexpr off_t CHANGE_COUNTER_OFFSET = 24; // big-endian, in the database header
+
+    // The file change counter of the database header; 0 while the file has no header yet.
+    uint32_t ChangeCounter() const
+    {
+        unsigned char bytes[4] = {};
+        if (pread(fd_, bytes, sizeof(bytes), CHANGE_COUNTER_OFFSET) != static_cast<ssize_t>(sizeof(bytes))) {
+            return 0;
+        }
+        return (uint32_t{bytes[0]} << 24) | (uint32_t{bytes[1]} << 16) | (uint32_t{bytes[2]} << 8) | bytes[3];
+    }
+
+    // The statement's text and arguments, each argument after a NUL (which neither can hold).
+    static std::string CacheKey(const Statement& statement)
+    {
+        std::string key = statement.sql;
+        for (const std::string& argument : statement.arguments) {
+            key.append(1, '\0').append(argument);
+        }
+        return key;
+    }
+
     std::string root_;
     bool syncEnabled_;
     int fd_ = -1;
     sqlite3* db_ = nullptr;
     std::map<std::string, sqlite3_stmt*> statements_; // by SQL text
     std::set<std::string> knownTables_;               // created or found by this connection
+    std::map<std::string, QueryRows> readRows_;       // by CacheKey, read at change counter readsCounter_
+    uint32_t readsCounter_ = 0;
 };
 
 // " WHERE a = ? AND b = ?" for the predicates (empty for none); false for a bad column name.
@@ -177,27 +265,6 @@ bool AppendWhere(const DataSharePredicates& predicates, Statement& statement)
         separator = " AND ";
     }
     return true;
-}
-
-std::vector<DataShareResultSet::Row> ReadRows(sqlite3_stmt* stmt, std::vector<std::string>& names, bool& ok)
-{
-    int count = sqlite3_column_count(stmt);
-    for (int i = 0; i < count; ++i) {
-        names.emplace_back(sqlite3_column_name(stmt, i));
-    }
-    std::vector<DataShareResultSet::Row> rows;
-    int step = SQLITE_ROW;
-    while ((step = sqlite3_step(stmt)) == SQLITE_ROW) {
-        DataShareResultSet::Row row;
-        for (int i = 0; i < count; ++i) {
-            const unsigned char* text = sqlite3_column_text(stmt, i);
-            row.push_back(
-                text == nullptr ? std::nullopt : std::optional<std::string>(reinterpret_cast<const char*>(text)));
-        }
-        rows.push_back(std::move(row));
-    }
-    ok = step == SQLITE_DONE;
-    return rows;
 }
 
 // Serialises the store's writers and readers within the process.
@@ -295,15 +362,8 @@ std::shared_ptr<DataShareResultSet> QuerySettings(
     if (connection == nullptr || !connection->UseTable(table)) {
         return nullptr;
     }
-    sqlite3_stmt* stmt = connection->Prepare(statement);
-    if (stmt == nullptr) {
-        return nullptr;
-    }
-    std::vector<std::string> names;
-    bool ok = false;
-    std::vector<DataShareResultSet::Row> rows = ReadRows(stmt, names, ok);
-    sqlite3_reset(stmt);
-    return ok ? std::make_shared<DataShareResultSet>(std::move(names), std::move(rows)) : nullptr;
+    std::optional<QueryRows> read = connection->Query(statement);
+    return read ? std::make_shared<DataShareResultSet>(std::move(read->names), std::move(read->rows)) : nullptr;
 }
 
 int UpdateSettings(const std::string& table, const DataSharePredicates& predicates, const DataShareValuesBucket& values)
