@@ -67,8 +67,9 @@ public:
     // Milliseconds until the next pending task is due (0 if overdue), or -1 when none is pending.
     int64_t NextPendingTaskDelay() const;
 
-    // Virtual mode: called before every move of the clock, so that work on other threads (which may
-    // post tasks for "now") finishes first and a run stays repeatable. Default: none.
+    // Virtual mode: called before every task, before every move of the clock and before a Run or
+    // Advance call returns, so that work on other threads (which may post tasks for "now") finishes
+    // first, never runs alongside a task, and a run stays repeatable. Default: none.
     void SetQuiescenceWait(std::function<void()> waitForBackgroundWork);
 
     // Real-time mode: blocks until no task is pending or running, or timeoutMs passed. Test helper.

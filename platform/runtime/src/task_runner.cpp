@@ -39,7 +39,7 @@ protected:
 
 private:
     // The one step everything is built on: run what is due, then move the clock to the next due
-    // time (or the target) after background work settled, until the target is reached.
+    // time (or the target), until the target is reached.
     void RunUntilNs(int64_t targetNs)
     {
         for (;;) {
@@ -48,7 +48,6 @@ private:
             if (now >= targetNs) {
                 return;
             }
-            WaitForQuiescence();
             std::optional<int64_t> nextDue = NextDueNs();
             if (nextDue && *nextDue <= NowNs()) {
                 continue;
@@ -58,11 +57,18 @@ private:
         }
     }
 
+    // Background work (a training thread) settles before each task and before the runner returns, so
+    // it never runs alongside a task or the driver: what both write comes in one order on every run.
     // Each task is destroyed before the next one is taken. Nothing waits on this runner, so whether
     // a task is running is not recorded.
     void RunTasksDueNow()
     {
-        while (std::optional<TaskQueue::Task> task = PopDue()) {
+        for (;;) {
+            WaitForQuiescence();
+            std::optional<TaskQueue::Task> task = PopDue();
+            if (!task) {
+                return;
+            }
             task->callback();
         }
     }
