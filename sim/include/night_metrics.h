@@ -136,6 +136,8 @@ std::string MetricsToJson(const RunMetrics& metrics);
 // Reads metrics.json text back (the nights' facts; scores and summary are recomputed). On failure
 // returns false, leaves `metrics` unchanged and names the bad field in `error`.
 bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& error);
+// The same from metrics.json already parsed.
+bool MetricsFromJson(const nlohmann::ordered_json& json, RunMetrics& metrics, std::string& error);
 
 // One line of a group's summary table: what it shows and its text for each rule (missed nights,
 // every score as "median / p90", nights with each state).

@@ -2,6 +2,7 @@
 #define SIM_INCLUDE_TRACE_H
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -65,11 +66,18 @@ struct NightTruth {
     std::vector<TimeSpan> SleepSpans() const;
 };
 
+using TraceEventVisitor = std::function<void(const TraceEvent&)>;
+
 struct Trace {
     int64_t startMs = 0;
     int64_t endMs = 0;
     std::vector<TraceEvent> events; // in time order; equal times keep their order of generation
     std::vector<NightTruth> nights;
+    // When set, the events are not held in `events`: each call produces all of them, in order.
+    std::function<void(const TraceEventVisitor&)> generate;
+
+    // Passes every event to `visit` in order, held or produced.
+    void ForEachEvent(const TraceEventVisitor& visit) const;
 };
 
 struct Scenario;

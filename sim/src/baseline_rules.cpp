@@ -97,14 +97,14 @@ SpanList ScreenOffSpans(const Trace& trace)
 {
     SpanList spans;
     int64_t offSince = trace.startMs;
-    for (const TraceEvent& event : trace.events) {
+    trace.ForEachEvent([&spans, &offSince](const TraceEvent& event) {
         if (event.kind == TraceKind::SCREEN_ON && offSince >= 0) {
             spans.push_back(TimeSpan{offSince, event.timeMs});
             offSince = -1;
         } else if (event.kind == TraceKind::SCREEN_OFF && offSince < 0) {
             offSince = event.timeMs;
         }
-    }
+    });
     if (offSince >= 0) {
         spans.push_back(TimeSpan{offSince, trace.endMs});
     }
@@ -120,14 +120,14 @@ SpanList IdleRuleSpans(const Trace& trace)
         spans.push_back(TimeSpan{quietSince + kIdleAfterMs + kIdleCommitMs, nowMs});
         quietSince = -1;
     };
-    for (const TraceEvent& event : trace.events) {
+    trace.ForEachEvent([&](const TraceEvent& event) {
         ApplyToIdleState(event, state);
         if (state.Quiet() && quietSince < 0) {
             quietSince = event.timeMs;
         } else if (!state.Quiet() && quietSince >= 0) {
             closeQuiet(event.timeMs);
         }
-    }
+    });
     if (quietSince >= 0) {
         closeQuiet(trace.endMs);
     }

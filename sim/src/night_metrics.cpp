@@ -602,6 +602,11 @@ bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& 
         error = "metrics: not valid JSON";
         return false;
     }
+    return MetricsFromJson(json, metrics, error);
+}
+
+bool MetricsFromJson(const Json& json, RunMetrics& metrics, std::string& error)
+{
     error.clear();
     FieldReader reader(json, "metrics", error);
     const int64_t version = reader.Integer("version");

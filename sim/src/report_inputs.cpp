@@ -388,9 +388,7 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
         record.nights.push_back(night);
     }
     PhoneEventReader phone(record);
-    for (const TraceEvent& event : trace.events) {
-        phone.Read(event);
-    }
+    trace.ForEachEvent([&phone](const TraceEvent& event) { phone.Read(event); });
     phone.Finish();
     if (runRead != nullptr) {
         runRead->FinishInto(record);

@@ -86,7 +86,7 @@ std::string SummaryTable(const Json& metricsJson)
 {
     RunMetrics metrics;
     std::string error;
-    if (!MetricsFromJson(metricsJson.dump(), metrics, error)) {
+    if (!MetricsFromJson(metricsJson, metrics, error)) {
         return "<p class=\"note\">metrics.json cannot be read: " + EscapeHtml(error) + "</p>\n";
     }
     const MetricsSummary& summary = metrics.summary;

@@ -219,7 +219,7 @@ private:
         size_t nextNight = 0;
         size_t nextDump = 0;
         ProgressMeter progress(options_.progress, IsTerminal(options_.progress));
-        for (const TraceEvent& event : trace_.events) {
+        trace_.ForEachEvent([&](const TraceEvent& event) {
             for (; nextDump < dumps.size() && DumpTime(dumps[nextDump]) <= event.timeMs; ++nextDump) {
                 AnswerDump(dumps[nextDump], result);
             }
@@ -230,7 +230,7 @@ private:
             Settle();
             timeline_.FlushBefore(clock_->WallTimeMs());
             ReportProgress(progress, event.timeMs);
-        }
+        });
         MarkTruth(nextNight, trace_.endMs);
         SampleWakeLocks(trace_.endMs);
         handler_->AdvanceTo(trace_.endMs);
@@ -495,7 +495,7 @@ SimResult RunTrace(const Scenario& scenario, const Trace& trace, const SimOption
 SimResult RunSimulation(const Scenario& scenario, const SimOptions& options)
 {
     SetProcessTimeZone(scenario.timeZone);
-    return RunTrace(scenario, GenerateTrace(scenario), options);
+    return RunTrace(scenario, GenerateStreamedTrace(scenario), options);
 }
 
 } // namespace OHOS::Sim
