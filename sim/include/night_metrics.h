@@ -3,9 +3,11 @@
 
 #include <array>
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <vector>
 
+#include "night_summary.h"
 #include "time_spans.h"
 #include "timeline.h"
 #include "trace.h"
@@ -118,11 +120,12 @@ double Percentile(std::vector<double> values, double share);
 // Scores one rule's verdict on one night.
 NightScore ScoreNight(const NightRecord& night, const RuleVerdict& verdict);
 
-// The metrics of one person's run: the plug-in's published states read from the timeline lines,
-// the yardstick rules run on the trace's events, all scored against the trace's true nights.
-// `wakeLockMsPerNight` holds the wake-lock milliseconds of each night (noon to noon, in the order of
-// trace.nights); missing entries count as unknown. REQUIRES: the process time zone is the run's.
-RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const std::vector<TimelineLine>& lines,
+// The metrics of one person's run: the plug-in's published states from the night reports (one per
+// night of trace.nights, see SummariseNights), the yardstick rules run on the trace's events, all
+// scored against the trace's true nights. `wakeLockMsPerNight` holds the wake-lock milliseconds of
+// each night (noon to noon, in the order of trace.nights); missing entries count as unknown.
+// REQUIRES: the process time zone is the run's.
+RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const std::vector<NightReport>& reports,
     const std::vector<int64_t>& wakeLockMsPerNight);
 
 // The metrics of several runs as one: the nights of all inputs, persons in name order (a person's
@@ -133,6 +136,8 @@ RunMetrics MergeMetrics(const std::vector<RunMetrics>& parts);
 // metrics.json text: {"version":1, "rules":[...], "persons":[...], "nights":[...], "summary":{...}}.
 // Field names are stable; see "Reading the metrics" in the README.
 std::string MetricsToJson(const RunMetrics& metrics);
+// The same text written to `out` a night at a time.
+void WriteMetricsJson(const RunMetrics& metrics, std::ostream& out);
 // Reads metrics.json text back (the nights' facts; scores and summary are recomputed). On failure
 // returns false, leaves `metrics` unchanged and names the bad field in `error`.
 bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& error);

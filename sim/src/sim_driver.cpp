@@ -52,10 +52,9 @@ TimelineLine WantJson(const std::optional<AAFwk::Want>& want)
     return want ? WantTimelineJson(*want) : TimelineLine(nullptr);
 }
 
-// The timeline lines the night summaries read, kept in memory while the whole timeline goes to its
-// file: what the plug-in published, finished trainings and the deep-sleep statistics that carry stop
-// reasons. Everything else (observations, verdicts, truth markers, parameters) only goes to the file,
-// so that a long run does not hold it.
+// The timeline lines the night summaries read: what the plug-in published, finished trainings and
+// the deep-sleep statistics that carry stop reasons. Everything else (observations, verdicts, truth
+// markers, parameters) only goes to the file.
 bool IsKeptLine(const TimelineLine& line)
 {
     const std::string& type = line["type"].get_ref<const std::string&>();
@@ -71,7 +70,7 @@ bool IsKeptLine(const TimelineLine& line)
 class Driver {
 public:
     Driver(const Scenario& scenario, const Trace& trace, const SimOptions& options)
-        : scenario_(scenario), trace_(trace), options_(options), runRead_(trace)
+        : scenario_(scenario), trace_(trace), options_(options), runRead_(trace), summaries_(trace.nights)
     {
     }
 
@@ -113,11 +112,16 @@ private:
         // Absolute, as the phone's paths are: the preferences service refuses relative paths.
         Emulator::SetDataRoot(std::filesystem::absolute(OutPath(DATA_DIR)).string());
         if (!WriteTraceFile(OutPath(TRACE_FILE), scenario_, trace_) ||
-            !timeline_.StreamTo(OutPath(TIMELINE_FILE), IsKeptLine)) {
+            !timeline_.StreamTo(OutPath(TIMELINE_FILE), [](const TimelineLine&) { return false; })) {
             error = "cannot write the outputs into '" + options_.outDir + "'";
             return false;
         }
-        timeline_.ObserveWrittenLines([this](const TimelineLine& line) { runRead_.Read(line); });
+        timeline_.ObserveWrittenLines([this](const TimelineLine& line) {
+            runRead_.Read(line);
+            if (IsKeptLine(line)) {
+                summaries_.Read(line);
+            }
+        });
         return true;
     }
 
@@ -445,11 +449,10 @@ private:
     bool WriteOutputs(SimResult& result)
     {
         const bool timelineWritten = timeline_.FinishStream();
-        const std::vector<TimelineLine> lines = timeline_.TakeLines();
-        result.nights = SummariseNights(lines, trace_.nights);
+        result.nights = timeline_.WrittenInOrder() ? summaries_.Finish() : SummariseTimelineFile();
         std::ofstream scenarioOut(OutPath(SCENARIO_FILE), std::ios::binary | std::ios::trunc);
         scenarioOut << ScenarioToJson(scenario_);
-        result.metrics = ComputeRunMetrics(scenario_.name, trace_, lines, WakeLockMsPerNight());
+        result.metrics = ComputeRunMetrics(scenario_.name, trace_, result.nights, WakeLockMsPerNight());
         std::ofstream summaryOut(OutPath(SUMMARY_FILE), std::ios::binary | std::ios::trunc);
         summaryOut << FormatSummaryTable(result.nights) << "\n" << FormatMetricsSummary(result.metrics);
         scenarioOut.flush();
@@ -461,10 +464,25 @@ private:
         return true;
     }
 
+    // The night reports from the timeline file, once late lines were merged into it: the lines
+    // seen while the run wrote them missed those.
+    std::vector<NightReport> SummariseTimelineFile() const
+    {
+        NightSummaries summaries(trace_.nights);
+        std::ifstream in(OutPath(TIMELINE_FILE), std::ios::binary);
+        for (std::string text; std::getline(in, text);) {
+            const TimelineLine line = TimelineLine::parse(text);
+            if (IsKeptLine(line)) {
+                summaries.Read(line);
+            }
+        }
+        return summaries.Finish();
+    }
+
     bool WriteMetrics(const RunMetrics& metrics) const
     {
         std::ofstream out(OutPath(METRICS_FILE), std::ios::binary | std::ios::trunc);
-        out << MetricsToJson(metrics);
+        WriteMetricsJson(metrics, out);
         out.flush();
         return static_cast<bool>(out);
     }
@@ -474,6 +492,7 @@ private:
     const SimOptions& options_;
     Timeline timeline_;
     RunDigest runRead_;
+    NightSummaries summaries_; // the night reports, read from the timeline as it is written
     std::shared_ptr<Emulator::VirtualClock> clock_;
     std::shared_ptr<AppExecFwk::EventHandler> handler_;
     std::shared_ptr<StandbyServiceImpl> host_;
