@@ -578,6 +578,11 @@ RunMetrics MergeMetrics(const std::vector<RunMetrics>& parts)
     return Finish(std::move(nights));
 }
 
+std::string NightRecordToJson(const NightRecord& night)
+{
+    return NightJson(night).dump();
+}
+
 void WriteMetricsJson(const RunMetrics& metrics, std::ostream& out)
 {
     Json rules = Json::array();
@@ -588,7 +593,7 @@ void WriteMetricsJson(const RunMetrics& metrics, std::ostream& out)
     out << "{\"version\":" << kMetricsVersion << ",\n\"rules\":" << rules.dump()
         << ",\n\"persons\":" << PersonsJson(metrics.summary.persons).dump() << ",\n\"nights\":[";
     for (size_t i = 0; i < metrics.nights.size(); ++i) {
-        out << (i == 0 ? "\n" : ",\n") << NightJson(metrics.nights[i]).dump();
+        out << (i == 0 ? "\n" : ",\n") << NightRecordToJson(metrics.nights[i]);
     }
     out << "],\n\"summary\":" << SummaryJson(metrics.summary).dump(2) << "}\n";
 }

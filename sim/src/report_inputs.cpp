@@ -282,29 +282,75 @@ void AppendAsleep(const MetricsJson& rule, std::vector<TimeSpan>& spans)
     }
 }
 
-void ReadMetrics(RunRecord& record)
+// One night object of metrics.json, tolerant of where it keeps its rules.
+MetricsNight ReadMetricsNight(const MetricsJson& entry, const std::vector<std::string>& rules)
+{
+    MetricsNight night;
+    night.person = StringField(entry, "person");
+    night.night = StringField(entry, "night");
+    if (night.night.empty()) {
+        night.night = StringField(entry, "date");
+    }
+    const MetricsJson& holder = entry.contains("rules") && entry["rules"].is_object() ? entry["rules"] : entry;
+    for (const std::string& rule : rules) {
+        if (holder.contains(rule) && holder[rule].is_object()) {
+            night.rules[rule] = &holder[rule];
+        }
+    }
+    return night;
+}
+
+// Adds one night of the metrics: the yardsticks' asleep spans to their bands, each rule's scores to
+// the report's night of that date.
+void AddMetricsNight(const MetricsNight& night, const std::map<std::string, ReportNight*>& byDate, RunRecord& record)
+{
+    for (const auto& [rule, values] : night.rules) {
+        if (rule == RULE_IDLE || rule == RULE_TIME_OF_DAY) {
+            AppendAsleep(
+                *values, record.bands[static_cast<size_t>(rule == RULE_IDLE ? Band::IDLE_RULE : Band::TIME_OF_DAY)]);
+        }
+        const auto it = byDate.find(night.night);
+        if (it != byDate.end()) {
+            it->second->scores[rule] = ScoresOf(*values);
+        }
+    }
+}
+
+// Reads the metrics night by night through `addNights`, which calls AddMetricsNight for each.
+void ReadMetricsNights(RunRecord& record,
+    const std::function<void(const std::map<std::string, ReportNight*>& byDate)>& addNights)
 {
     std::map<std::string, ReportNight*> byDate;
     for (ReportNight& night : record.nights) {
         byDate[FormatCivilDate(night.truth.wakeDate)] = &night;
     }
-    for (const MetricsNight& night : MetricsNights(record.metrics)) {
-        for (const auto& [rule, values] : night.rules) {
-            if (rule == RULE_IDLE || rule == RULE_TIME_OF_DAY) {
-                AppendAsleep(*values,
-                    record.bands[static_cast<size_t>(rule == RULE_IDLE ? Band::IDLE_RULE : Band::TIME_OF_DAY)]);
-            }
-            const auto it = byDate.find(night.night);
-            if (it != byDate.end()) {
-                it->second->scores[rule] = ScoresOf(*values);
-            }
-        }
-    }
+    addNights(byDate);
     for (auto* band :
         {&record.bands[static_cast<size_t>(Band::IDLE_RULE)], &record.bands[static_cast<size_t>(Band::TIME_OF_DAY)]}) {
         std::sort(
             band->begin(), band->end(), [](const TimeSpan& a, const TimeSpan& b) { return a.beginMs < b.beginMs; });
     }
+}
+
+void ReadMetrics(RunRecord& record)
+{
+    ReadMetricsNights(record, [&record](const std::map<std::string, ReportNight*>& byDate) {
+        for (const MetricsNight& night : MetricsNights(record.metrics)) {
+            AddMetricsNight(night, byDate, record);
+        }
+    });
+}
+
+// The run's metrics as ReadMetrics reads them from metrics.json, a night's line at a time.
+void ReadRunMetrics(RunRecord& record)
+{
+    ReadMetricsNights(record, [&record](const std::map<std::string, ReportNight*>& byDate) {
+        const std::vector<std::string> rules = MetricsRules(MetricsJson());
+        for (const NightRecord& night : record.runMetrics->nights) {
+            const MetricsJson entry = MetricsJson::parse(NightRecordToJson(night));
+            AddMetricsNight(ReadMetricsNight(entry, rules), byDate, record);
+        }
+    });
 }
 
 void ReadScenario(const std::string& dir, RunRecord& record)
@@ -364,6 +410,12 @@ void RunDigest::FinishInto(RunRecord& record)
     record.deepEnds = std::move(read.deepEnds);
     record.announcements = std::move(read.announcements);
     record.trainings = std::move(read.trainings);
+    record.runMetrics = metrics_;
+}
+
+bool HasMetrics(const RunRecord& record)
+{
+    return !record.metrics.is_null() || record.runMetrics != nullptr;
 }
 
 bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error, RunDigest* runRead)
@@ -401,7 +453,9 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
         timeline.Finish();
     }
     const std::string metricsPath = dir + "/metrics.json";
-    if (FileExists(metricsPath)) {
+    if (record.runMetrics != nullptr) {
+        ReadRunMetrics(record);
+    } else if (FileExists(metricsPath)) {
         if (!ReadJsonFile(metricsPath, record.metrics, error)) {
             return false;
         }
@@ -418,22 +472,9 @@ std::vector<MetricsNight> MetricsNights(const MetricsJson& metrics)
     }
     const std::vector<std::string> rules = MetricsRules(metrics);
     for (const MetricsJson& entry : metrics["nights"]) {
-        if (!entry.is_object()) {
-            continue;
+        if (entry.is_object()) {
+            nights.push_back(ReadMetricsNight(entry, rules));
         }
-        MetricsNight night;
-        night.person = StringField(entry, "person");
-        night.night = StringField(entry, "night");
-        if (night.night.empty()) {
-            night.night = StringField(entry, "date");
-        }
-        const MetricsJson& holder = entry.contains("rules") && entry["rules"].is_object() ? entry["rules"] : entry;
-        for (const std::string& rule : rules) {
-            if (holder.contains(rule) && holder[rule].is_object()) {
-                night.rules[rule] = &holder[rule];
-            }
-        }
-        nights.push_back(night);
     }
     return nights;
 }

@@ -90,7 +90,7 @@ public:
         host_->OnDestroy();
         Settle();
         Uninstall();
-        result.ok = WriteOutputs(result) && WriteRunPage(result.error);
+        result.ok = WriteOutputs(result) && WriteRunPage(result);
         return result;
     }
 
@@ -125,12 +125,15 @@ private:
         return true;
     }
 
-    // The report page, from the run's trace and what the run wrote to its timeline, read while it
-    // was written, unless late lines were merged into the file afterwards.
-    bool WriteRunPage(std::string& error)
+    // The report page, from the run's trace, its metrics and what the run wrote to its timeline,
+    // read while it was written, unless late lines were merged into the file afterwards.
+    bool WriteRunPage(SimResult& result)
     {
-        return timeline_.WrittenInOrder() ? WriteRunReport(options_.outDir, runRead_, error)
-                                          : WriteReport(options_.outDir, error);
+        if (!timeline_.WrittenInOrder()) {
+            return WriteReport(options_.outDir, result.error);
+        }
+        runRead_.UseMetrics(result.metrics);
+        return WriteRunReport(options_.outDir, runRead_, result.error);
     }
 
     void Install()
