@@ -92,8 +92,8 @@ struct RunRecord {
     std::vector<Observation> observations;
     std::vector<Moment> deepEnds; // note: why deep sleep stopped
     std::vector<Announcement> announcements;
-    std::vector<Moment> trainings; // note: "ok" or "failed"
-    MetricsJson metrics;           // metrics.json, null when the folder has none or runMetrics is given
+    std::vector<Moment> trainings;          // note: "ok" or "failed"
+    MetricsJson metrics;                    // metrics.json, null when the folder has none or runMetrics is given
     const RunMetrics* runMetrics = nullptr; // the metrics of a run that writes its own report
 };
 

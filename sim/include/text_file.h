@@ -15,8 +15,7 @@ bool ReadTextFile(const std::string& path, std::string& text);
 bool WriteTextFileAtomically(const std::string& path, const std::string& text, std::string& error);
 
 // The same for a text that `write` puts out piece by piece, so that it is never held whole.
-bool WriteFileAtomically(
-    const std::string& path, const std::function<void(std::ostream&)>& write, std::string& error);
+bool WriteFileAtomically(const std::string& path, const std::function<void(std::ostream&)>& write, std::string& error);
 
 } // namespace OHOS::Sim
 

@@ -64,8 +64,8 @@ void WriteRunPage(const std::string& dir, const RunRecord& record, std::ostream&
     if (InPopulation(dir)) {
         out << "<p><a href=\"../../" + REPORT_FILE + "\">\u2190 all persons</a></p>\n";
     }
-    out << "<h1>Sleep report: " << EscapeHtml(record.person) << "</h1>\n<p class=\"note\">"
-        << record.nights.size() << " nights";
+    out << "<h1>Sleep report: " << EscapeHtml(record.person) << "</h1>\n<p class=\"note\">" << record.nights.size()
+        << " nights";
     if (!record.nights.empty()) {
         out << " ending " << FormatCivilDate(record.nights.front().truth.wakeDate) << " to "
             << FormatCivilDate(record.nights.back().truth.wakeDate);

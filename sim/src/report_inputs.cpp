@@ -183,10 +183,6 @@ public:
             const auto reason = stopReasons_.find(end.timeMs);
             end.note = reason == stopReasons_.end() ? "" : StopReasonText(reason->second);
         }
-        for (Observation& observation : record_.observations) {
-            const auto bayes = bayes_.find(observation.timeMs);
-            observation.bayes = bayes == bayes_.end() ? -1 : bayes->second;
-        }
     }
 
 private:
@@ -227,7 +223,8 @@ private:
     {
         const int64_t id = IntField(line, "id", 0);
         if (id == kObservationMessage) {
-            record_.observations.push_back(Observation{t, 0, -1});
+            const auto early = earlyBayes_.find(t);
+            record_.observations.push_back(Observation{t, 0, early == earlyBayes_.end() ? -1 : early->second});
         } else if (id >= VERDICT_AWAKE && id <= VERDICT_LIGHT && !record_.observations.empty() &&
                    record_.observations.back().timeMs == t) {
             record_.observations.back().verdict = static_cast<int32_t>(id);
@@ -250,8 +247,25 @@ private:
             IntField(*params, "VALUE", 0) < 0) {
             stopReasons_[t] = static_cast<int32_t>(IntField(*params, "VALUE", 0));
         } else if (name == kKeyFeatureEvent) {
-            bayes_[IntField(*params, "RECORD_TIMESTAMP", -1)] =
-                static_cast<int32_t>(IntField(*params, "BAYES_RESULT", -1));
+            SetBayes(
+                IntField(*params, "RECORD_TIMESTAMP", -1), static_cast<int32_t>(IntField(*params, "BAYES_RESULT", -1)));
+        }
+    }
+
+    // Gives the observations of `recordMs` their Bayes result (the last one reported counts); one
+    // reported before its observation waits for it.
+    void SetBayes(int64_t recordMs, int32_t bayes)
+    {
+        auto& observations = record_.observations;
+        const auto [first, last] =
+            std::equal_range(observations.begin(), observations.end(), Observation{recordMs, 0, -1},
+                [](const Observation& a, const Observation& b) { return a.timeMs < b.timeMs; });
+        for (auto it = first; it != last; ++it) {
+            it->bayes = bayes;
+        }
+        const auto early = earlyBayes_.find(recordMs);
+        if (first == last || early != earlyBayes_.end()) {
+            earlyBayes_[recordMs] = bayes;
         }
     }
 
@@ -259,7 +273,7 @@ private:
     SpanTracker asleep_;
     SpanTracker published_[kTracked];
     std::map<int64_t, int32_t> stopReasons_; // by the time of the deep-sleep end they explain
-    std::map<int64_t, int32_t> bayes_;       // by the observation's timestamp
+    std::map<int64_t, int32_t> earlyBayes_;  // results reported before their observation, by its time
     int64_t lastMs_ = 0;
 };
 
@@ -317,8 +331,8 @@ void AddMetricsNight(const MetricsNight& night, const std::map<std::string, Repo
 }
 
 // Reads the metrics night by night through `addNights`, which calls AddMetricsNight for each.
-void ReadMetricsNights(RunRecord& record,
-    const std::function<void(const std::map<std::string, ReportNight*>& byDate)>& addNights)
+void ReadMetricsNights(
+    RunRecord& record, const std::function<void(const std::map<std::string, ReportNight*>& byDate)>& addNights)
 {
     std::map<std::string, ReportNight*> byDate;
     for (ReportNight& night : record.nights) {

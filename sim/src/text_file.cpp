@@ -22,7 +22,8 @@ bool ReadTextFile(const std::string& path, std::string& text)
 
 bool WriteTextFileAtomically(const std::string& path, const std::string& text, std::string& error)
 {
-    return WriteFileAtomically(path, [&text](std::ostream& out) { out << text; }, error);
+    return WriteFileAtomically(
+        path, [&text](std::ostream& out) { out << text; }, error);
 }
 
 bool WriteFileAtomically(const std::string& path, const std::function<void(std::ostream&)>& write, std::string& error)

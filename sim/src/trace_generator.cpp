@@ -55,8 +55,8 @@ private:
     // The kinds of events, in the order in which their events of equal times follow each other.
     enum class Kind : size_t { START, ALARMS, SESSIONS, CHARGES, NOTICES, AMBIENT, BATTERY, COUNT };
 
-    void Add(Kind kind, int64_t timeMs, TraceKind event, double value = 0, int64_t number = 0,
-        const std::string& text = "")
+    void Add(
+        Kind kind, int64_t timeMs, TraceKind event, double value = 0, int64_t number = 0, const std::string& text = "")
     {
         pending_[static_cast<size_t>(kind)].push_back(TraceEvent{timeMs, event, value, number, text});
     }

@@ -133,7 +133,7 @@ struct WindowCase {
     const char* name;
     std::vector<std::pair<int32_t, bool>> deep; // deep sleep on/off at hours after 2026-01-05 00:00
     std::vector<int32_t> trainingHours;
-    std::array<int32_t, 3> episodes;    // per night
+    std::array<int32_t, 3> episodes;      // per night
     std::array<int32_t, 3> deepStartHour; // per night, -1 none
     std::array<size_t, 3> trainings;
     int32_t firstSpanEndHour; // where the first night's last deep span ends, -1 none
@@ -153,8 +153,8 @@ TEST_P(NightWindowTest, EachNightReadsOnlyTheLinesOfItsWindow)
     }
     Timeline timeline;
     for (const auto& [hour, on] : GetParam().deep) {
-        timeline.Add(at(hour), TIMELINE_COMMON_EVENT,
-            {{"action", DEEP_SLEEP_EVENT}, {"want", {{"params", {{"isSleep", on}}}}}});
+        timeline.Add(
+            at(hour), TIMELINE_COMMON_EVENT, {{"action", DEEP_SLEEP_EVENT}, {"want", {{"params", {{"isSleep", on}}}}}});
     }
     for (int32_t hour : GetParam().trainingHours) {
         timeline.Add(at(hour), TIMELINE_HOST_MESSAGE, {{"id", TRAINING_FINISHED_MESSAGE}});
@@ -177,8 +177,8 @@ TEST_P(NightWindowTest, EachNightReadsOnlyTheLinesOfItsWindow)
 INSTANTIATE_TEST_SUITE_P(Nights, NightWindowTest,
     testing::Values(WindowCase{"AcrossNoon", {{35, true}, {37, false}}, {}, {1, 0, 0}, {35, -1, -1}, {0, 0, 0}, 36},
         WindowCase{"AtNoon", {{36, true}, {40, false}}, {12}, {0, 1, 0}, {-1, 36, -1}, {1, 0, 0}, -1},
-        WindowCase{"NightsApart", {{24, true}, {30, false}, {72, true}, {78, false}}, {20, 44, 68, 83},
-            {1, 0, 1}, {24, -1, 72}, {1, 1, 2}, 30}),
+        WindowCase{"NightsApart", {{24, true}, {30, false}, {72, true}, {78, false}}, {20, 44, 68, 83}, {1, 0, 1},
+            {24, -1, 72}, {1, 1, 2}, 30}),
     [](const testing::TestParamInfo<WindowCase>& info) { return std::string(info.param.name); });
 
 TEST(NightTallyTest, CountsNightsWithinTheToleranceAfterTheFirstOnes)
