@@ -14,6 +14,8 @@
 
 namespace OHOS::Sim {
 
+class YardstickSpans;
+
 // How well sleep was detected against the truth: per night and per run, for the plug-in and for the
 // two yardstick rules of baseline_rules.h, written as metrics.json and summarised as a table.
 
@@ -127,6 +129,10 @@ NightScore ScoreNight(const NightRecord& night, const RuleVerdict& verdict);
 // REQUIRES: the process time zone is the run's.
 RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const std::vector<NightReport>& reports,
     const std::vector<int64_t>& wakeLockMsPerNight);
+// The same with the yardsticks' spans read from the trace's events as a run passed them (only the
+// trace's nights and end are read).
+RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const YardstickSpans& phone,
+    const std::vector<NightReport>& reports, const std::vector<int64_t>& wakeLockMsPerNight);
 
 // The metrics of several runs as one: the nights of all inputs, persons in name order (a person's
 // nights keep their order), scores and summary recomputed. Merging the parts of a population in any

@@ -101,8 +101,9 @@ struct RunRecord {
 bool HasMetrics(const RunRecord& record);
 
 // What the report takes from a run while it runs, so that its files need not be parsed again once
-// it is over: the run's trace, and its timeline read line by line as the run writes the lines.
-// Read must see every line in the order of the file.
+// it is over: the run's phone events and timeline read as the run passes the events and writes the
+// lines, and the run's true nights. Read must see every line in the order of the file, ReadEvent
+// every event of the trace in order.
 class RunDigest {
 public:
     explicit RunDigest(const Trace& trace);
@@ -111,6 +112,8 @@ public:
     RunDigest& operator=(const RunDigest&) = delete;
 
     void Read(const TimelineLine& line);
+    // Reads the run's phone events, as the run passes them in order.
+    void ReadEvent(const TraceEvent& event);
     // The metrics the run wrote to metrics.json, read from memory instead of the file; they must
     // outlive the digest's record.
     void UseMetrics(const RunMetrics& metrics) { metrics_ = &metrics; }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -97,6 +98,8 @@ std::string NightTruthToJson(const NightTruth& night);
 constexpr int32_t TRACE_FORMAT_VERSION = 1;
 // The first line of a trace file: {"trace":1,"startMs":..,"endMs":..,"scenario":{...}}.
 std::string TraceHeaderToJson(const Scenario& scenario, const Trace& trace);
+// What a trace file holds before its events: the header and one line per night.
+void WriteTraceHead(std::ostream& out, const Scenario& scenario, const Trace& trace);
 // Writes a replayable trace file: the header, one line per night, one line per event.
 // False on an I/O error.
 bool WriteTraceFile(const std::string& path, const Scenario& scenario, const Trace& trace);

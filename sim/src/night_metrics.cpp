@@ -543,9 +543,15 @@ NightScore ScoreNight(const NightRecord& night, const RuleVerdict& verdict)
 RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const std::vector<NightReport>& reports,
     const std::vector<int64_t>& wakeLockMsPerNight)
 {
-    const SpanList screenOff = ScreenOffSpans(trace);
-    const SpanList idle = IdleRuleSpans(trace);
-    const std::vector<TimeSpan> timeOfDay = TimeOfDayRuleSpans(trace);
+    return ComputeRunMetrics(person, trace, ReadYardsticks(trace), reports, wakeLockMsPerNight);
+}
+
+RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const YardstickSpans& phone,
+    const std::vector<NightReport>& reports, const std::vector<int64_t>& wakeLockMsPerNight)
+{
+    const SpanList screenOff = phone.ScreenOff(trace.endMs);
+    const SpanList idle = phone.Idle(trace.endMs);
+    const std::vector<TimeSpan> timeOfDay = TimeOfDayRuleSpans(trace.nights, screenOff);
     std::vector<NightRecord> nights;
     for (size_t i = 0; i < trace.nights.size(); ++i) {
         const NightTruth& truth = trace.nights[i];

@@ -129,12 +129,6 @@ public:
         record_.bands[static_cast<size_t>(Band::STILL)] = still_.Finish(lastMs_);
         std::sort(record_.alarms.begin(), record_.alarms.end());
         record_.alarms.erase(std::unique(record_.alarms.begin(), record_.alarms.end()), record_.alarms.end());
-        std::vector<TimeSpan>& inBed = record_.bands[static_cast<size_t>(Band::IN_BED)];
-        for (const ReportNight& night : record_.nights) {
-            if (night.truth.bedMs >= 0 && night.truth.onsetMs > night.truth.bedMs) {
-                inBed.push_back(TimeSpan{night.truth.bedMs, night.truth.onsetMs});
-            }
-        }
     }
 
 private:
@@ -144,6 +138,16 @@ private:
     SpanTracker still_;
     int64_t lastMs_ = 0;
 };
+
+void AddInBedBand(RunRecord& record)
+{
+    std::vector<TimeSpan>& inBed = record.bands[static_cast<size_t>(Band::IN_BED)];
+    for (const ReportNight& night : record.nights) {
+        if (night.truth.bedMs >= 0 && night.truth.onsetMs > night.truth.bedMs) {
+            inBed.push_back(TimeSpan{night.truth.bedMs, night.truth.onsetMs});
+        }
+    }
+}
 
 template <typename JsonObject> bool IsSleepFlag(const JsonObject& want)
 {
@@ -400,6 +404,7 @@ bool ReadJsonFile(const std::string& path, MetricsJson& value, std::string& erro
 struct RunDigest::Parts {
     RunRecord record;
     TimelineReader reader{record};
+    PhoneEventReader phone{record};
 };
 
 RunDigest::RunDigest(const Trace& trace) : trace_(trace), parts_(std::make_unique<Parts>()) {}
@@ -413,13 +418,22 @@ void RunDigest::Read(const TimelineLine& line)
     }
 }
 
+void RunDigest::ReadEvent(const TraceEvent& event)
+{
+    parts_->phone.Read(event);
+}
+
 void RunDigest::FinishInto(RunRecord& record)
 {
     parts_->reader.Finish();
+    parts_->phone.Finish();
     RunRecord& read = parts_->record;
-    for (Band band : {Band::ASLEEP, Band::DEEP, Band::LIGHT, Band::EASY_WAKEUP, Band::NOT_CARE_CHARGE}) {
+    for (Band band : {Band::ASLEEP, Band::DEEP, Band::LIGHT, Band::EASY_WAKEUP, Band::NOT_CARE_CHARGE, Band::SCREEN_ON,
+             Band::CHARGING, Band::STILL}) {
         record.bands[static_cast<size_t>(band)] = std::move(read.bands[static_cast<size_t>(band)]);
     }
+    record.unlocks = std::move(read.unlocks);
+    record.alarms = std::move(read.alarms);
     record.observations = std::move(read.observations);
     record.deepEnds = std::move(read.deepEnds);
     record.announcements = std::move(read.announcements);
@@ -453,12 +467,13 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
         night.truth = truth;
         record.nights.push_back(night);
     }
-    PhoneEventReader phone(record);
-    trace.ForEachEvent([&phone](const TraceEvent& event) { phone.Read(event); });
-    phone.Finish();
+    AddInBedBand(record);
     if (runRead != nullptr) {
         runRead->FinishInto(record);
     } else {
+        PhoneEventReader phone(record);
+        trace.ForEachEvent([&phone](const TraceEvent& event) { phone.Read(event); });
+        phone.Finish();
         TimelineReader timeline(record);
         if (!ForEachJsonLine(
                 dir + "/timeline.jsonl", [&timeline](const Json& line) { timeline.Read(line); }, error)) {

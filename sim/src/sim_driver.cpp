@@ -8,6 +8,7 @@
 #include <memory>
 #include <set>
 
+#include "baseline_rules.h"
 #include "common_event_manager.h"
 #include "data_root.h"
 #include "event_handler.h"
@@ -70,7 +71,8 @@ bool IsKeptLine(const TimelineLine& line)
 class Driver {
 public:
     Driver(const Scenario& scenario, const Trace& trace, const SimOptions& options)
-        : scenario_(scenario), trace_(trace), options_(options), runRead_(trace), summaries_(trace.nights)
+        : scenario_(scenario), trace_(trace), options_(options), yardsticks_(trace.startMs), runRead_(trace),
+          summaries_(trace.nights)
     {
     }
 
@@ -111,8 +113,7 @@ private:
         }
         // Absolute, as the phone's paths are: the preferences service refuses relative paths.
         Emulator::SetDataRoot(std::filesystem::absolute(OutPath(DATA_DIR)).string());
-        if (!WriteTraceFile(OutPath(TRACE_FILE), scenario_, trace_) ||
-            !timeline_.StreamTo(OutPath(TIMELINE_FILE), [](const TimelineLine&) { return false; })) {
+        if (!StartTraceFile() || !timeline_.StreamTo(OutPath(TIMELINE_FILE), [](const TimelineLine&) { return false; })) {
             error = "cannot write the outputs into '" + options_.outDir + "'";
             return false;
         }
@@ -123,6 +124,27 @@ private:
             }
         });
         return true;
+    }
+
+    // A generated trace's events go to its file as they are replayed. A held one is written whole
+    // first: its faults may change the time zone of the local times in the file as it runs.
+    bool StartTraceFile()
+    {
+        if (!trace_.generate) {
+            return WriteTraceFile(OutPath(TRACE_FILE), scenario_, trace_);
+        }
+        traceOut_.open(OutPath(TRACE_FILE), std::ios::binary | std::ios::trunc);
+        WriteTraceHead(traceOut_, scenario_, trace_);
+        return static_cast<bool>(traceOut_);
+    }
+
+    bool FinishTraceFile()
+    {
+        if (!traceOut_.is_open()) {
+            return true;
+        }
+        traceOut_.close();
+        return !traceOut_.fail();
     }
 
     // The report page, from the run's trace, its metrics and what the run wrote to its timeline,
@@ -230,6 +252,7 @@ private:
             for (; nextDump < dumps.size() && DumpTime(dumps[nextDump]) <= event.timeMs; ++nextDump) {
                 AnswerDump(dumps[nextDump], result);
             }
+            ReadEvent(event);
             nextNight = MarkTruth(nextNight, event.timeMs);
             SampleWakeLocks(event.timeMs);
             handler_->AdvanceTo(event.timeMs);
@@ -246,6 +269,16 @@ private:
             AnswerDump(dumps[nextDump], result);
         }
         progress.Finish();
+    }
+
+    // Passes the event to what reads the whole trace: its file, the yardstick rules and the report.
+    void ReadEvent(const TraceEvent& event)
+    {
+        if (traceOut_.is_open()) {
+            traceOut_ << TraceEventToJson(event) << '\n';
+        }
+        yardsticks_.Read(event);
+        runRead_.ReadEvent(event);
     }
 
     void ReportProgress(ProgressMeter& progress, int64_t virtualMs) const
@@ -452,15 +485,16 @@ private:
     bool WriteOutputs(SimResult& result)
     {
         const bool timelineWritten = timeline_.FinishStream();
+        const bool traceWritten = FinishTraceFile();
         result.nights = timeline_.WrittenInOrder() ? summaries_.Finish() : SummariseTimelineFile();
         std::ofstream scenarioOut(OutPath(SCENARIO_FILE), std::ios::binary | std::ios::trunc);
         scenarioOut << ScenarioToJson(scenario_);
-        result.metrics = ComputeRunMetrics(scenario_.name, trace_, result.nights, WakeLockMsPerNight());
+        result.metrics = ComputeRunMetrics(scenario_.name, trace_, yardsticks_, result.nights, WakeLockMsPerNight());
         std::ofstream summaryOut(OutPath(SUMMARY_FILE), std::ios::binary | std::ios::trunc);
         summaryOut << FormatSummaryTable(result.nights) << "\n" << FormatMetricsSummary(result.metrics);
         scenarioOut.flush();
         summaryOut.flush();
-        if (!timelineWritten || !WriteMetrics(result.metrics) || !scenarioOut || !summaryOut) {
+        if (!timelineWritten || !traceWritten || !WriteMetrics(result.metrics) || !scenarioOut || !summaryOut) {
             result.error = "cannot write the outputs into '" + options_.outDir + "'";
             return false;
         }
@@ -494,6 +528,8 @@ private:
     const Trace& trace_;
     const SimOptions& options_;
     Timeline timeline_;
+    std::ofstream traceOut_; // a generated trace's file, its events written as they are replayed
+    YardstickSpans yardsticks_;
     RunDigest runRead_;
     NightSummaries summaries_; // the night reports, read from the timeline as it is written
     std::shared_ptr<Emulator::VirtualClock> clock_;

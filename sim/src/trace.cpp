@@ -197,13 +197,18 @@ std::string TraceHeaderToJson(const Scenario& scenario, const Trace& trace)
     return line.dump();
 }
 
-bool WriteTraceFile(const std::string& path, const Scenario& scenario, const Trace& trace)
+void WriteTraceHead(std::ostream& out, const Scenario& scenario, const Trace& trace)
 {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << TraceHeaderToJson(scenario, trace) << '\n';
     for (const NightTruth& night : trace.nights) {
         out << NightTruthToJson(night) << '\n';
     }
+}
+
+bool WriteTraceFile(const std::string& path, const Scenario& scenario, const Trace& trace)
+{
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    WriteTraceHead(out, scenario, trace);
     trace.ForEachEvent([&out](const TraceEvent& event) { out << TraceEventToJson(event) << '\n'; });
     out.flush();
     return static_cast<bool>(out);
