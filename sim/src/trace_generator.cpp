@@ -5,7 +5,7 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
-#include <memory>
+#include <initializer_list>
 
 namespace OHOS::Sim {
 
@@ -32,10 +32,10 @@ struct Ambient {
 // had been produced first and sorted once.
 class TraceBuilder {
 public:
-    TraceBuilder(const Scenario& scenario, const PersonPlan& plan)
-        : habits_(scenario.habits), battery_(scenario.battery), plan_(plan), ambientTimes_(AmbientChangeTimes()),
+    TraceBuilder(const Scenario& scenario, PersonPlan plan)
+        : habits_(scenario.habits), battery_(scenario.battery), plan_(std::move(plan)), ambientTimes_(AmbientChangeTimes()),
           batteryLevel_(battery_.startLevel), shownPercent_(static_cast<int64_t>(std::floor(batteryLevel_))),
-          batteryMs_(plan.startMs)
+          batteryMs_(plan_.startMs)
     {
     }
 
@@ -83,6 +83,27 @@ private:
             if (!IsRepeatedMovement(event)) {
                 visit(event);
             }
+        }
+        DropPassed(plan_.sessions, {&nextSession_, &ambientSession_});
+        DropPassed(plan_.charges, {&nextCharge_, &batteryCharge_});
+        DropPassed(plan_.notices, {&nextNotice_});
+        DropPassed(ambientTimes_, {&nextAmbient_});
+    }
+
+    // Frees the items that every reader of the list has passed, once they are half of it.
+    template <typename Item> static void DropPassed(std::vector<Item>& items, std::initializer_list<size_t*> readers)
+    {
+        size_t passed = items.size();
+        for (const size_t* next : readers) {
+            passed = std::min(passed, *next);
+        }
+        if (passed == 0 || passed * 2 < items.size()) {
+            return;
+        }
+        items.erase(items.begin(), items.begin() + static_cast<std::ptrdiff_t>(passed));
+        items.shrink_to_fit();
+        for (size_t* next : readers) {
+            *next -= passed;
         }
     }
 
@@ -284,8 +305,8 @@ private:
 
     const Habits& habits_;
     const BatteryHabits& battery_;
-    const PersonPlan& plan_;
-    const std::vector<int64_t> ambientTimes_;
+    PersonPlan plan_; // its sessions, charges and notices are freed as the events pass them
+    std::vector<int64_t> ambientTimes_;
     std::array<std::vector<TraceEvent>, static_cast<size_t>(Kind::COUNT)> pending_;
     size_t nextAlarm_ = 0;
     size_t nextSession_ = 0;
@@ -306,18 +327,18 @@ private:
 
 } // namespace
 
-void VisitPlanEvents(const Scenario& scenario, const PersonPlan& plan, const TraceEventVisitor& visit)
+void VisitPlanEvents(const Scenario& scenario, PersonPlan plan, const TraceEventVisitor& visit)
 {
-    TraceBuilder(scenario, plan).Visit(visit);
+    TraceBuilder(scenario, std::move(plan)).Visit(visit);
 }
 
-Trace BuildTrace(const Scenario& scenario, const PersonPlan& plan)
+Trace BuildTrace(const Scenario& scenario, PersonPlan plan)
 {
     Trace trace;
     trace.startMs = plan.startMs;
     trace.endMs = plan.endMs;
     trace.nights = plan.nights;
-    VisitPlanEvents(scenario, plan, [&trace](const TraceEvent& event) { trace.events.push_back(event); });
+    VisitPlanEvents(scenario, std::move(plan), [&trace](const TraceEvent& event) { trace.events.push_back(event); });
     return trace;
 }
 
@@ -333,12 +354,12 @@ Trace GenerateStreamedTrace(const Scenario& scenario)
     if (!scenario.faults.empty()) {
         return GenerateTrace(scenario);
     }
-    auto plan = std::make_shared<const PersonPlan>(PlanPerson(scenario));
+    const PersonPlan plan = PlanPerson(scenario);
     Trace trace;
-    trace.startMs = plan->startMs;
-    trace.endMs = plan->endMs;
-    trace.nights = plan->nights;
-    trace.generate = [scenario, plan](const TraceEventVisitor& visit) { VisitPlanEvents(scenario, *plan, visit); };
+    trace.startMs = plan.startMs;
+    trace.endMs = plan.endMs;
+    trace.nights = plan.nights;
+    trace.generate = [scenario](const TraceEventVisitor& visit) { VisitPlanEvents(scenario, PlanPerson(scenario), visit); };
     return trace;
 }
 
