@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <initializer_list>
 #include <iterator>
 #include <limits>
-#include <initializer_list>
 
 namespace OHOS::Sim {
 
@@ -33,9 +33,9 @@ struct Ambient {
 class TraceBuilder {
 public:
     TraceBuilder(const Scenario& scenario, PersonPlan plan)
-        : habits_(scenario.habits), battery_(scenario.battery), plan_(std::move(plan)), ambientTimes_(AmbientChangeTimes()),
-          batteryLevel_(battery_.startLevel), shownPercent_(static_cast<int64_t>(std::floor(batteryLevel_))),
-          batteryMs_(plan_.startMs)
+        : habits_(scenario.habits), battery_(scenario.battery), plan_(std::move(plan)),
+          ambientTimes_(AmbientChangeTimes()), batteryLevel_(battery_.startLevel),
+          shownPercent_(static_cast<int64_t>(std::floor(batteryLevel_))), batteryMs_(plan_.startMs)
     {
     }
 
@@ -359,7 +359,8 @@ Trace GenerateStreamedTrace(const Scenario& scenario)
     trace.startMs = plan.startMs;
     trace.endMs = plan.endMs;
     trace.nights = plan.nights;
-    trace.generate = [scenario](const TraceEventVisitor& visit) { VisitPlanEvents(scenario, PlanPerson(scenario), visit); };
+    trace.generate = [scenario](
+                         const TraceEventVisitor& visit) { VisitPlanEvents(scenario, PlanPerson(scenario), visit); };
     return trace;
 }
 
