@@ -487,7 +487,7 @@ private:
     {
         const bool timelineWritten = timeline_.FinishStream();
         const bool traceWritten = FinishTraceFile();
-        result.nights = timeline_.WrittenInOrder() ? summaries_.Finish() : SummariseTimelineFile();
+        result.nights = SummariesReadInRun() ? summaries_.Finish() : SummariseTimelineFile();
         std::ofstream scenarioOut(OutPath(SCENARIO_FILE), std::ios::binary | std::ios::trunc);
         scenarioOut << ScenarioToJson(scenario_);
         result.metrics = ComputeRunMetrics(scenario_.name, trace_, yardsticks_, result.nights, WakeLockMsPerNight());
@@ -502,8 +502,12 @@ private:
         return true;
     }
 
-    // The night reports from the timeline file, once late lines were merged into it: the lines
-    // seen while the run wrote them missed those.
+    // Whether the night reports read while the run wrote its timeline are the ones its file gives
+    // at the end: not when late lines were merged into the file, nor when the time zone that places
+    // the nights' windows may have changed (faults come with a held trace).
+    bool SummariesReadInRun() const { return timeline_.WrittenInOrder() && trace_.generate; }
+
+    // The night reports from the timeline file, in the time zone in force at the end of the run.
     std::vector<NightReport> SummariseTimelineFile() const
     {
         NightSummaries summaries(trace_.nights);
