@@ -3,14 +3,18 @@
 
 #include <array>
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <vector>
 
+#include "night_summary.h"
 #include "time_spans.h"
 #include "timeline.h"
 #include "trace.h"
 
 namespace OHOS::Sim {
+
+class YardstickSpans;
 
 // How well sleep was detected against the truth: per night and per run, for the plug-in and for the
 // two yardstick rules of baseline_rules.h, written as metrics.json and summarised as a table.
@@ -118,12 +122,17 @@ double Percentile(std::vector<double> values, double share);
 // Scores one rule's verdict on one night.
 NightScore ScoreNight(const NightRecord& night, const RuleVerdict& verdict);
 
-// The metrics of one person's run: the plug-in's published states read from the timeline lines,
-// the yardstick rules run on the trace's events, all scored against the trace's true nights.
-// `wakeLockMsPerNight` holds the wake-lock milliseconds of each night (noon to noon, in the order of
-// trace.nights); missing entries count as unknown. REQUIRES: the process time zone is the run's.
-RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const std::vector<TimelineLine>& lines,
+// The metrics of one person's run: the plug-in's published states from the night reports (one per
+// night of trace.nights, see SummariseNights), the yardstick rules run on the trace's events, all
+// scored against the trace's true nights. `wakeLockMsPerNight` holds the wake-lock milliseconds of
+// each night (noon to noon, in the order of trace.nights); missing entries count as unknown.
+// REQUIRES: the process time zone is the run's.
+RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const std::vector<NightReport>& reports,
     const std::vector<int64_t>& wakeLockMsPerNight);
+// The same with the yardsticks' spans read from the trace's events as a run passed them (only the
+// trace's nights and end are read).
+RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const YardstickSpans& phone,
+    const std::vector<NightReport>& reports, const std::vector<int64_t>& wakeLockMsPerNight);
 
 // The metrics of several runs as one: the nights of all inputs, persons in name order (a person's
 // nights keep their order), scores and summary recomputed. Merging the parts of a population in any
@@ -133,9 +142,15 @@ RunMetrics MergeMetrics(const std::vector<RunMetrics>& parts);
 // metrics.json text: {"version":1, "rules":[...], "persons":[...], "nights":[...], "summary":{...}}.
 // Field names are stable; see "Reading the metrics" in the README.
 std::string MetricsToJson(const RunMetrics& metrics);
+// One night of metrics.json, as its line there holds it.
+std::string NightRecordToJson(const NightRecord& night);
+// The same text written to `out` a night at a time.
+void WriteMetricsJson(const RunMetrics& metrics, std::ostream& out);
 // Reads metrics.json text back (the nights' facts; scores and summary are recomputed). On failure
 // returns false, leaves `metrics` unchanged and names the bad field in `error`.
 bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& error);
+// The same from metrics.json already parsed.
+bool MetricsFromJson(const nlohmann::ordered_json& json, RunMetrics& metrics, std::string& error);
 
 // One line of a group's summary table: what it shows and its text for each rule (missed nights,
 // every score as "median / p90", nights with each state).

@@ -2,6 +2,7 @@
 #define SIM_INCLUDE_NIGHT_SUMMARY_H
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,23 @@ struct NightReport {
 // The window a night is judged in: from the noon before it to the noon of the day it ends (local
 // wall-clock noons, so 23 or 25 hours across a daylight-saving change).
 TimeSpan NightWindow(const NightTruth& night);
+
+// Reads one report per true night from timeline lines given in time order, a night as soon as a
+// line past its window arrives: only the lines of the nights still open are held.
+class NightSummaries {
+public:
+    explicit NightSummaries(const std::vector<NightTruth>& nights);
+    void Read(const TimelineLine& line);
+    // The reports of all nights, in the order of the nights.
+    std::vector<NightReport> Finish();
+
+private:
+    void SummariseNext();
+
+    const std::vector<NightTruth>& nights_;
+    std::deque<TimelineLine> waiting_;
+    std::vector<NightReport> reports_;
+};
 
 // Reads one report per true night from the timeline's lines.
 std::vector<NightReport> SummariseNights(const std::vector<TimelineLine>& lines, const std::vector<NightTruth>& nights);

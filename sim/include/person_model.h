@@ -27,7 +27,7 @@ struct PhoneSession {
 
 struct Notice {
     int64_t postMs = 0;
-    std::string pkg;
+    const char* pkg = ""; // the posting application's bundle name, a constant text
     int64_t clearMs = -1; // -1: never dealt with within the run
 };
 

@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "local_calendar.h"
+#include "night_metrics.h"
 #include "timeline.h"
 #include "trace.h"
 
@@ -91,13 +92,18 @@ struct RunRecord {
     std::vector<Observation> observations;
     std::vector<Moment> deepEnds; // note: why deep sleep stopped
     std::vector<Announcement> announcements;
-    std::vector<Moment> trainings; // note: "ok" or "failed"
-    MetricsJson metrics;           // metrics.json, null when the folder has none
+    std::vector<Moment> trainings;          // note: "ok" or "failed"
+    MetricsJson metrics;                    // metrics.json, null when the folder has none or runMetrics is given
+    const RunMetrics* runMetrics = nullptr; // the metrics of a run that writes its own report
 };
 
+// Whether the record has metrics, read from metrics.json or given by the run.
+bool HasMetrics(const RunRecord& record);
+
 // What the report takes from a run while it runs, so that its files need not be parsed again once
-// it is over: the run's trace, and its timeline read line by line as the run writes the lines.
-// Read must see every line in the order of the file.
+// it is over: the run's phone events and timeline read as the run passes the events and writes the
+// lines, and the run's true nights. Read must see every line in the order of the file, ReadEvent
+// every event of the trace in order.
 class RunDigest {
 public:
     explicit RunDigest(const Trace& trace);
@@ -106,14 +112,21 @@ public:
     RunDigest& operator=(const RunDigest&) = delete;
 
     void Read(const TimelineLine& line);
+    // Reads the run's phone events, as the run passes them in order.
+    void ReadEvent(const TraceEvent& event);
+    // The metrics the run wrote to metrics.json, read from memory instead of the file; they must
+    // outlive the digest's record.
+    void UseMetrics(const RunMetrics& metrics) { metrics_ = &metrics; }
     // Completes the reading and moves its results (the bands of the truth and of the published
-    // states, observations, deep-sleep ends, announcements, trainings) into `record`.
+    // states, observations, deep-sleep ends, announcements, trainings, and the metrics given to
+    // UseMetrics) into `record`.
     void FinishInto(RunRecord& record);
     const Trace& TraceOfRun() const { return trace_; }
 
 private:
     struct Parts;
     const Trace& trace_;
+    const RunMetrics* metrics_ = nullptr;
     std::unique_ptr<Parts> parts_;
 };
 

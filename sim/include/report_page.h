@@ -16,6 +16,8 @@ std::string FormatNumber(double value);
 // The summary of metrics.json as the text summary's tables (after the first week, first week): a row
 // per measure, a column per rule; a note naming the problem when metrics.json cannot be read.
 std::string SummaryTable(const MetricsJson& metrics);
+// The same from metrics already read.
+std::string SummaryTable(const MetricsSummary& summary);
 
 } // namespace OHOS::Sim
 

@@ -1,6 +1,8 @@
 #ifndef SIM_INCLUDE_TEXT_FILE_H
 #define SIM_INCLUDE_TEXT_FILE_H
 
+#include <functional>
+#include <ostream>
 #include <string>
 
 namespace OHOS::Sim {
@@ -11,6 +13,9 @@ bool ReadTextFile(const std::string& path, std::string& text);
 // Writes `text` to a temporary file beside `path` and renames it over `path`, so that a reader never
 // sees half a file. False with an error naming the file that could not be written.
 bool WriteTextFileAtomically(const std::string& path, const std::string& text, std::string& error);
+
+// The same for a text that `write` puts out piece by piece, so that it is never held whole.
+bool WriteFileAtomically(const std::string& path, const std::function<void(std::ostream&)>& write, std::string& error);
 
 } // namespace OHOS::Sim
 

@@ -58,8 +58,6 @@ public:
     bool WrittenInOrder() const;
     // In time order: every line, or when streaming, the kept ones.
     std::vector<TimelineLine> Lines() const;
-    // Lines() without a copy: the timeline gives its lines away and is left empty.
-    std::vector<TimelineLine> TakeLines();
     // Writes Lines() to `path` (replacing it), one JSON object per line; false on an I/O error.
     bool WriteJsonLines(const std::string& path) const;
 

@@ -2,6 +2,8 @@
 #define SIM_INCLUDE_TRACE_H
 
 #include <cstdint>
+#include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -65,11 +67,18 @@ struct NightTruth {
     std::vector<TimeSpan> SleepSpans() const;
 };
 
+using TraceEventVisitor = std::function<void(const TraceEvent&)>;
+
 struct Trace {
     int64_t startMs = 0;
     int64_t endMs = 0;
     std::vector<TraceEvent> events; // in time order; equal times keep their order of generation
     std::vector<NightTruth> nights;
+    // When set, the events are not held in `events`: each call produces all of them, in order.
+    std::function<void(const TraceEventVisitor&)> generate;
+
+    // Passes every event to `visit` in order, held or produced.
+    void ForEachEvent(const TraceEventVisitor& visit) const;
 };
 
 struct Scenario;
@@ -89,6 +98,8 @@ std::string NightTruthToJson(const NightTruth& night);
 constexpr int32_t TRACE_FORMAT_VERSION = 1;
 // The first line of a trace file: {"trace":1,"startMs":..,"endMs":..,"scenario":{...}}.
 std::string TraceHeaderToJson(const Scenario& scenario, const Trace& trace);
+// What a trace file holds before its events: the header and one line per night.
+void WriteTraceHead(std::ostream& out, const Scenario& scenario, const Trace& trace);
 // Writes a replayable trace file: the header, one line per night, one line per event.
 // False on an I/O error.
 bool WriteTraceFile(const std::string& path, const Scenario& scenario, const Trace& trace);

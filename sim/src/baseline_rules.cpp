@@ -15,41 +15,6 @@ constexpr int64_t kIdleCommitMs = 30 * kMsPerMinute;
 constexpr int64_t kGlanceMs = 5 * kMsPerMinute;
 constexpr int32_t kSaturday = 6;
 
-// What the idle rule watches; it may count sleep only while all three hold.
-struct IdleState {
-    bool screenOn = false;
-    bool charging = false;
-    bool still = false;
-
-    bool Quiet() const { return !screenOn && !charging && still; }
-};
-
-void ApplyToIdleState(const TraceEvent& event, IdleState& state)
-{
-    switch (event.kind) {
-    case TraceKind::SCREEN_ON:
-        state.screenOn = true;
-        break;
-    case TraceKind::SCREEN_OFF:
-        state.screenOn = false;
-        break;
-    case TraceKind::STILL:
-        state.still = true;
-        break;
-    case TraceKind::MOVE:
-        state.still = false;
-        break;
-    case TraceKind::POWER_CONNECTED:
-        state.charging = true;
-        break;
-    case TraceKind::POWER_DISCONNECTED:
-        state.charging = false;
-        break;
-    default:
-        break;
-    }
-}
-
 bool IsWeekendNight(const TimeSpan& window)
 {
     return WeekDay(LocalDateOf(window.endMs)) >= kSaturday;
@@ -93,45 +58,89 @@ TimeSpan GuessFromHistory(const std::vector<LearnedRest>& history, const TimeSpa
 
 } // namespace
 
-SpanList ScreenOffSpans(const Trace& trace)
+void YardstickSpans::ApplyToIdleState(const TraceEvent& event, IdleState& state)
 {
-    SpanList spans;
-    int64_t offSince = trace.startMs;
-    for (const TraceEvent& event : trace.events) {
-        if (event.kind == TraceKind::SCREEN_ON && offSince >= 0) {
-            spans.push_back(TimeSpan{offSince, event.timeMs});
-            offSince = -1;
-        } else if (event.kind == TraceKind::SCREEN_OFF && offSince < 0) {
-            offSince = event.timeMs;
-        }
+    switch (event.kind) {
+    case TraceKind::SCREEN_ON:
+        state.screenOn = true;
+        break;
+    case TraceKind::SCREEN_OFF:
+        state.screenOn = false;
+        break;
+    case TraceKind::STILL:
+        state.still = true;
+        break;
+    case TraceKind::MOVE:
+        state.still = false;
+        break;
+    case TraceKind::POWER_CONNECTED:
+        state.charging = true;
+        break;
+    case TraceKind::POWER_DISCONNECTED:
+        state.charging = false;
+        break;
+    default:
+        break;
     }
-    if (offSince >= 0) {
-        spans.push_back(TimeSpan{offSince, trace.endMs});
+}
+
+YardstickSpans::YardstickSpans(int64_t startMs) : offSince_(startMs) {}
+
+void YardstickSpans::Read(const TraceEvent& event)
+{
+    if (event.kind == TraceKind::SCREEN_ON && offSince_ >= 0) {
+        screenOff_.push_back(TimeSpan{offSince_, event.timeMs});
+        offSince_ = -1;
+    } else if (event.kind == TraceKind::SCREEN_OFF && offSince_ < 0) {
+        offSince_ = event.timeMs;
+    }
+    ApplyToIdleState(event, idleState_);
+    if (idleState_.Quiet() && quietSince_ < 0) {
+        quietSince_ = event.timeMs;
+    } else if (!idleState_.Quiet() && quietSince_ >= 0) {
+        idle_.push_back(IdleSpan(quietSince_, event.timeMs));
+        quietSince_ = -1;
+    }
+}
+
+SpanList YardstickSpans::ScreenOff(int64_t endMs) const
+{
+    SpanList spans = screenOff_;
+    if (offSince_ >= 0) {
+        spans.push_back(TimeSpan{offSince_, endMs});
     }
     return NormaliseSpans(std::move(spans));
 }
 
-SpanList IdleRuleSpans(const Trace& trace)
+SpanList YardstickSpans::Idle(int64_t endMs) const
 {
-    SpanList spans;
-    IdleState state;
-    int64_t quietSince = -1;
-    const auto closeQuiet = [&](int64_t nowMs) {
-        spans.push_back(TimeSpan{quietSince + kIdleAfterMs + kIdleCommitMs, nowMs});
-        quietSince = -1;
-    };
-    for (const TraceEvent& event : trace.events) {
-        ApplyToIdleState(event, state);
-        if (state.Quiet() && quietSince < 0) {
-            quietSince = event.timeMs;
-        } else if (!state.Quiet() && quietSince >= 0) {
-            closeQuiet(event.timeMs);
-        }
-    }
-    if (quietSince >= 0) {
-        closeQuiet(trace.endMs);
+    SpanList spans = idle_;
+    if (quietSince_ >= 0) {
+        spans.push_back(IdleSpan(quietSince_, endMs));
     }
     return NormaliseSpans(std::move(spans));
+}
+
+TimeSpan YardstickSpans::IdleSpan(int64_t quietSinceMs, int64_t endMs)
+{
+    return TimeSpan{quietSinceMs + kIdleAfterMs + kIdleCommitMs, endMs};
+}
+
+YardstickSpans ReadYardsticks(const Trace& trace)
+{
+    YardstickSpans spans(trace.startMs);
+    trace.ForEachEvent([&spans](const TraceEvent& event) { spans.Read(event); });
+    return spans;
+}
+
+SpanList ScreenOffSpans(const Trace& trace)
+{
+    return ReadYardsticks(trace).ScreenOff(trace.endMs);
+}
+
+SpanList IdleRuleSpans(const Trace& trace)
+{
+    return ReadYardsticks(trace).Idle(trace.endMs);
 }
 
 std::optional<TimeSpan> ScreenRestOfNight(const SpanList& screenOff, const TimeSpan& window)
@@ -153,10 +162,14 @@ std::optional<TimeSpan> ScreenRestOfNight(const SpanList& screenOff, const TimeS
 
 std::vector<TimeSpan> TimeOfDayRuleSpans(const Trace& trace)
 {
-    const SpanList screenOff = ScreenOffSpans(trace);
+    return TimeOfDayRuleSpans(trace.nights, ScreenOffSpans(trace));
+}
+
+std::vector<TimeSpan> TimeOfDayRuleSpans(const std::vector<NightTruth>& nights, const SpanList& screenOff)
+{
     std::vector<LearnedRest> history;
     std::vector<TimeSpan> guesses;
-    for (const NightTruth& night : trace.nights) {
+    for (const NightTruth& night : nights) {
         const TimeSpan window = NightWindow(night);
         guesses.push_back(GuessFromHistory(history, window));
         const std::optional<TimeSpan> rest = ScreenRestOfNight(screenOff, window);

@@ -540,13 +540,18 @@ NightScore ScoreNight(const NightRecord& night, const RuleVerdict& verdict)
     return score;
 }
 
-RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const std::vector<TimelineLine>& lines,
+RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const std::vector<NightReport>& reports,
     const std::vector<int64_t>& wakeLockMsPerNight)
 {
-    const std::vector<NightReport> reports = SummariseNights(lines, trace.nights);
-    const SpanList screenOff = ScreenOffSpans(trace);
-    const SpanList idle = IdleRuleSpans(trace);
-    const std::vector<TimeSpan> timeOfDay = TimeOfDayRuleSpans(trace);
+    return ComputeRunMetrics(person, trace, ReadYardsticks(trace), reports, wakeLockMsPerNight);
+}
+
+RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const YardstickSpans& phone,
+    const std::vector<NightReport>& reports, const std::vector<int64_t>& wakeLockMsPerNight)
+{
+    const SpanList screenOff = phone.ScreenOff(trace.endMs);
+    const SpanList idle = phone.Idle(trace.endMs);
+    const std::vector<TimeSpan> timeOfDay = TimeOfDayRuleSpans(trace.nights, screenOff);
     std::vector<NightRecord> nights;
     for (size_t i = 0; i < trace.nights.size(); ++i) {
         const NightTruth& truth = trace.nights[i];
@@ -579,20 +584,31 @@ RunMetrics MergeMetrics(const std::vector<RunMetrics>& parts)
     return Finish(std::move(nights));
 }
 
-std::string MetricsToJson(const RunMetrics& metrics)
+std::string NightRecordToJson(const NightRecord& night)
+{
+    return NightJson(night).dump();
+}
+
+void WriteMetricsJson(const RunMetrics& metrics, std::ostream& out)
 {
     Json rules = Json::array();
     for (size_t rule = 0; rule < kRuleCount; ++rule) {
         rules.push_back(RuleName(static_cast<Rule>(rule)));
     }
     // One night per line keeps a long run's file readable and easy to diff.
-    std::string text = "{\"version\":" + std::to_string(kMetricsVersion) + ",\n\"rules\":" + rules.dump() +
-                       ",\n\"persons\":" + PersonsJson(metrics.summary.persons).dump() + ",\n\"nights\":[";
+    out << "{\"version\":" << kMetricsVersion << ",\n\"rules\":" << rules.dump()
+        << ",\n\"persons\":" << PersonsJson(metrics.summary.persons).dump() << ",\n\"nights\":[";
     for (size_t i = 0; i < metrics.nights.size(); ++i) {
-        text += (i == 0 ? "\n" : ",\n") + NightJson(metrics.nights[i]).dump();
+        out << (i == 0 ? "\n" : ",\n") << NightRecordToJson(metrics.nights[i]);
     }
-    text += "],\n\"summary\":" + SummaryJson(metrics.summary).dump(2) + "}\n";
-    return text;
+    out << "],\n\"summary\":" << SummaryJson(metrics.summary).dump(2) << "}\n";
+}
+
+std::string MetricsToJson(const RunMetrics& metrics)
+{
+    std::ostringstream out;
+    WriteMetricsJson(metrics, out);
+    return out.str();
 }
 
 bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& error)
@@ -602,6 +618,11 @@ bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& 
         error = "metrics: not valid JSON";
         return false;
     }
+    return MetricsFromJson(json, metrics, error);
+}
+
+bool MetricsFromJson(const Json& json, RunMetrics& metrics, std::string& error)
+{
     error.clear();
     FieldReader reader(json, "metrics", error);
     const int64_t version = reader.Integer("version");

@@ -1,5 +1,6 @@
 #include "night_summary.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <map>
@@ -149,33 +150,59 @@ TimeSpan NightWindow(const NightTruth& night)
     return TimeSpan{LocalTimeMs(AddDays(night.wakeDate, -1), kNoonMin), LocalTimeMs(night.wakeDate, kNoonMin)};
 }
 
+NightSummaries::NightSummaries(const std::vector<NightTruth>& nights) : nights_(nights) {}
+
+void NightSummaries::Read(const TimelineLine& line)
+{
+    waiting_.push_back(line);
+    const int64_t t = line["t"].get<int64_t>();
+    while (reports_.size() < nights_.size() && t >= NightWindow(nights_[reports_.size()]).endMs) {
+        SummariseNext();
+    }
+}
+
+std::vector<NightReport> NightSummaries::Finish()
+{
+    while (reports_.size() < nights_.size()) {
+        SummariseNext();
+    }
+    return std::move(reports_);
+}
+
+// The next night from the waiting lines in its window; lines before the window are dropped.
+void NightSummaries::SummariseNext()
+{
+    NightReport report;
+    report.truth = nights_[reports_.size()];
+    const auto [begin, end] = NightWindow(report.truth);
+    while (!waiting_.empty() && waiting_.front()["t"].get<int64_t>() < begin) {
+        waiting_.pop_front();
+    }
+    const auto last = std::find_if(waiting_.begin(), waiting_.end(),
+        [end = end](const TimelineLine& line) { return line["t"].get<int64_t>() >= end; });
+    StopReasons reasons;
+    for (auto it = waiting_.begin(); it != last; ++it) {
+        if (IsDeepStopReport(*it)) {
+            reasons[(*it)["t"].get<int64_t>()] = (*it)["params"]["VALUE"].get<int32_t>();
+        }
+    }
+    OpenStates open;
+    for (auto it = waiting_.begin(); it != last; ++it) {
+        ReadLine(*it, report, reasons);
+        TrackState(*it, (*it)["t"].get<int64_t>(), open, report);
+    }
+    CloseOpenStates(end, open, report);
+    waiting_.erase(waiting_.begin(), last);
+    reports_.push_back(std::move(report));
+}
+
 std::vector<NightReport> SummariseNights(const std::vector<TimelineLine>& lines, const std::vector<NightTruth>& nights)
 {
-    std::vector<NightReport> reports;
-    size_t next = 0;
-    for (const NightTruth& truth : nights) {
-        NightReport report;
-        report.truth = truth;
-        const auto [begin, end] = NightWindow(truth);
-        while (next < lines.size() && lines[next]["t"].get<int64_t>() < begin) {
-            ++next;
-        }
-        size_t last = next;
-        StopReasons reasons;
-        for (; last < lines.size() && lines[last]["t"].get<int64_t>() < end; ++last) {
-            if (IsDeepStopReport(lines[last])) {
-                reasons[lines[last]["t"].get<int64_t>()] = lines[last]["params"]["VALUE"].get<int32_t>();
-            }
-        }
-        OpenStates open;
-        for (; next < last; ++next) {
-            ReadLine(lines[next], report, reasons);
-            TrackState(lines[next], lines[next]["t"].get<int64_t>(), open, report);
-        }
-        CloseOpenStates(end, open, report);
-        reports.push_back(report);
+    NightSummaries summaries(nights);
+    for (const TimelineLine& line : lines) {
+        summaries.Read(line);
     }
-    return reports;
+    return summaries.Finish();
 }
 
 int32_t CountTimelyNights(const std::vector<NightReport>& reports, size_t firstCounted, double toleranceMin)

@@ -56,39 +56,42 @@ bool InPopulation(const std::string& dir)
     return folder.parent_path().filename() == PERSONS_DIR;
 }
 
-std::string RunPage(const std::string& dir, const RunRecord& record)
+// Writes the page a night at a time: a long run's page is not held whole.
+void WriteRunPage(const std::string& dir, const RunRecord& record, std::ostream& out)
 {
-    const bool withMetrics = !record.metrics.is_null();
-    std::string html = PageHead("Sleep report: " + record.person);
+    const bool withMetrics = HasMetrics(record);
+    out << PageHead("Sleep report: " + record.person);
     if (InPopulation(dir)) {
-        html += "<p><a href=\"../../" + REPORT_FILE + "\">\u2190 all persons</a></p>\n";
+        out << "<p><a href=\"../../" + REPORT_FILE + "\">\u2190 all persons</a></p>\n";
     }
-    html += "<h1>Sleep report: " + EscapeHtml(record.person) + "</h1>\n<p class=\"note\">" +
-            std::to_string(record.nights.size()) + " nights";
+    out << "<h1>Sleep report: " << EscapeHtml(record.person) << "</h1>\n<p class=\"note\">" << record.nights.size()
+        << " nights";
     if (!record.nights.empty()) {
-        html += " ending " + FormatCivilDate(record.nights.front().truth.wakeDate) + " to " +
-                FormatCivilDate(record.nights.back().truth.wakeDate);
+        out << " ending " << FormatCivilDate(record.nights.front().truth.wakeDate) << " to "
+            << FormatCivilDate(record.nights.back().truth.wakeDate);
     }
-    html += ", local time " + EscapeHtml(record.timeZone) + "</p>\n";
+    out << ", local time " << EscapeHtml(record.timeZone) << "</p>\n";
     if (withMetrics) {
-        html += "<h2>Metrics</h2>\n" + SummaryTable(record.metrics);
+        out << "<h2>Metrics</h2>\n"
+            << (record.runMetrics != nullptr ? SummaryTable(record.runMetrics->summary) : SummaryTable(record.metrics));
     } else {
-        html += "<p class=\"note\">No metrics.json in this folder: the rules' scores are not shown.</p>\n";
+        out << "<p class=\"note\">No metrics.json in this folder: the rules' scores are not shown.</p>\n";
     }
-    html += "<h2>Nights</h2>\n" + NightLegendSvg(withMetrics) + NightSvgDefs(withMetrics);
+    out << "<h2>Nights</h2>\n" << NightLegendSvg(withMetrics) << NightSvgDefs(withMetrics);
     for (size_t night = 0; night < record.nights.size(); ++night) {
-        html += "<figure class=\"night\" id=\"n" + FormatCivilDate(record.nights[night].truth.wakeDate) +
-                "\"><figcaption>" + NightCaption(record, night) + "</figcaption>" +
-                NightSvg(record, night, withMetrics) + "</figure>\n";
+        out << "<figure class=\"night\" id=\"n" << FormatCivilDate(record.nights[night].truth.wakeDate)
+            << "\"><figcaption>" << NightCaption(record, night) << "</figcaption>"
+            << NightSvg(record, night, withMetrics) << "</figure>\n";
     }
-    return html + "</body></html>\n";
+    out << "</body></html>\n";
 }
 
 bool WriteRunPage(const std::string& dir, std::string& error, RunDigest* runRead = nullptr)
 {
     RunRecord record;
     return ReadRunFolder(dir, record, error, runRead) &&
-           WriteTextFileAtomically(dir + "/" + REPORT_FILE, RunPage(dir, record), error);
+           WriteFileAtomically(
+               dir + "/" + REPORT_FILE, [&dir, &record](std::ostream& out) { WriteRunPage(dir, record, out); }, error);
 }
 
 bool IsPopulation(const std::string& dir)

@@ -129,12 +129,6 @@ public:
         record_.bands[static_cast<size_t>(Band::STILL)] = still_.Finish(lastMs_);
         std::sort(record_.alarms.begin(), record_.alarms.end());
         record_.alarms.erase(std::unique(record_.alarms.begin(), record_.alarms.end()), record_.alarms.end());
-        std::vector<TimeSpan>& inBed = record_.bands[static_cast<size_t>(Band::IN_BED)];
-        for (const ReportNight& night : record_.nights) {
-            if (night.truth.bedMs >= 0 && night.truth.onsetMs > night.truth.bedMs) {
-                inBed.push_back(TimeSpan{night.truth.bedMs, night.truth.onsetMs});
-            }
-        }
     }
 
 private:
@@ -144,6 +138,16 @@ private:
     SpanTracker still_;
     int64_t lastMs_ = 0;
 };
+
+void AddInBedBand(RunRecord& record)
+{
+    std::vector<TimeSpan>& inBed = record.bands[static_cast<size_t>(Band::IN_BED)];
+    for (const ReportNight& night : record.nights) {
+        if (night.truth.bedMs >= 0 && night.truth.onsetMs > night.truth.bedMs) {
+            inBed.push_back(TimeSpan{night.truth.bedMs, night.truth.onsetMs});
+        }
+    }
+}
 
 template <typename JsonObject> bool IsSleepFlag(const JsonObject& want)
 {
@@ -182,10 +186,6 @@ public:
         for (Moment& end : record_.deepEnds) {
             const auto reason = stopReasons_.find(end.timeMs);
             end.note = reason == stopReasons_.end() ? "" : StopReasonText(reason->second);
-        }
-        for (Observation& observation : record_.observations) {
-            const auto bayes = bayes_.find(observation.timeMs);
-            observation.bayes = bayes == bayes_.end() ? -1 : bayes->second;
         }
     }
 
@@ -227,7 +227,8 @@ private:
     {
         const int64_t id = IntField(line, "id", 0);
         if (id == kObservationMessage) {
-            record_.observations.push_back(Observation{t, 0, -1});
+            const auto early = earlyBayes_.find(t);
+            record_.observations.push_back(Observation{t, 0, early == earlyBayes_.end() ? -1 : early->second});
         } else if (id >= VERDICT_AWAKE && id <= VERDICT_LIGHT && !record_.observations.empty() &&
                    record_.observations.back().timeMs == t) {
             record_.observations.back().verdict = static_cast<int32_t>(id);
@@ -250,8 +251,25 @@ private:
             IntField(*params, "VALUE", 0) < 0) {
             stopReasons_[t] = static_cast<int32_t>(IntField(*params, "VALUE", 0));
         } else if (name == kKeyFeatureEvent) {
-            bayes_[IntField(*params, "RECORD_TIMESTAMP", -1)] =
-                static_cast<int32_t>(IntField(*params, "BAYES_RESULT", -1));
+            SetBayes(
+                IntField(*params, "RECORD_TIMESTAMP", -1), static_cast<int32_t>(IntField(*params, "BAYES_RESULT", -1)));
+        }
+    }
+
+    // Gives the observations of `recordMs` their Bayes result (the last one reported counts); one
+    // reported before its observation waits for it.
+    void SetBayes(int64_t recordMs, int32_t bayes)
+    {
+        auto& observations = record_.observations;
+        const auto [first, last] =
+            std::equal_range(observations.begin(), observations.end(), Observation{recordMs, 0, -1},
+                [](const Observation& a, const Observation& b) { return a.timeMs < b.timeMs; });
+        for (auto it = first; it != last; ++it) {
+            it->bayes = bayes;
+        }
+        const auto early = earlyBayes_.find(recordMs);
+        if (first == last || early != earlyBayes_.end()) {
+            earlyBayes_[recordMs] = bayes;
         }
     }
 
@@ -259,7 +277,7 @@ private:
     SpanTracker asleep_;
     SpanTracker published_[kTracked];
     std::map<int64_t, int32_t> stopReasons_; // by the time of the deep-sleep end they explain
-    std::map<int64_t, int32_t> bayes_;       // by the observation's timestamp
+    std::map<int64_t, int32_t> earlyBayes_;  // results reported before their observation, by its time
     int64_t lastMs_ = 0;
 };
 
@@ -282,29 +300,75 @@ void AppendAsleep(const MetricsJson& rule, std::vector<TimeSpan>& spans)
     }
 }
 
-void ReadMetrics(RunRecord& record)
+// One night object of metrics.json, tolerant of where it keeps its rules.
+MetricsNight ReadMetricsNight(const MetricsJson& entry, const std::vector<std::string>& rules)
+{
+    MetricsNight night;
+    night.person = StringField(entry, "person");
+    night.night = StringField(entry, "night");
+    if (night.night.empty()) {
+        night.night = StringField(entry, "date");
+    }
+    const MetricsJson& holder = entry.contains("rules") && entry["rules"].is_object() ? entry["rules"] : entry;
+    for (const std::string& rule : rules) {
+        if (holder.contains(rule) && holder[rule].is_object()) {
+            night.rules[rule] = &holder[rule];
+        }
+    }
+    return night;
+}
+
+// Adds one night of the metrics: the yardsticks' asleep spans to their bands, each rule's scores to
+// the report's night of that date.
+void AddMetricsNight(const MetricsNight& night, const std::map<std::string, ReportNight*>& byDate, RunRecord& record)
+{
+    for (const auto& [rule, values] : night.rules) {
+        if (rule == RULE_IDLE || rule == RULE_TIME_OF_DAY) {
+            AppendAsleep(
+                *values, record.bands[static_cast<size_t>(rule == RULE_IDLE ? Band::IDLE_RULE : Band::TIME_OF_DAY)]);
+        }
+        const auto it = byDate.find(night.night);
+        if (it != byDate.end()) {
+            it->second->scores[rule] = ScoresOf(*values);
+        }
+    }
+}
+
+// Reads the metrics night by night through `addNights`, which calls AddMetricsNight for each.
+void ReadMetricsNights(
+    RunRecord& record, const std::function<void(const std::map<std::string, ReportNight*>& byDate)>& addNights)
 {
     std::map<std::string, ReportNight*> byDate;
     for (ReportNight& night : record.nights) {
         byDate[FormatCivilDate(night.truth.wakeDate)] = &night;
     }
-    for (const MetricsNight& night : MetricsNights(record.metrics)) {
-        for (const auto& [rule, values] : night.rules) {
-            if (rule == RULE_IDLE || rule == RULE_TIME_OF_DAY) {
-                AppendAsleep(*values,
-                    record.bands[static_cast<size_t>(rule == RULE_IDLE ? Band::IDLE_RULE : Band::TIME_OF_DAY)]);
-            }
-            const auto it = byDate.find(night.night);
-            if (it != byDate.end()) {
-                it->second->scores[rule] = ScoresOf(*values);
-            }
-        }
-    }
+    addNights(byDate);
     for (auto* band :
         {&record.bands[static_cast<size_t>(Band::IDLE_RULE)], &record.bands[static_cast<size_t>(Band::TIME_OF_DAY)]}) {
         std::sort(
             band->begin(), band->end(), [](const TimeSpan& a, const TimeSpan& b) { return a.beginMs < b.beginMs; });
     }
+}
+
+void ReadMetrics(RunRecord& record)
+{
+    ReadMetricsNights(record, [&record](const std::map<std::string, ReportNight*>& byDate) {
+        for (const MetricsNight& night : MetricsNights(record.metrics)) {
+            AddMetricsNight(night, byDate, record);
+        }
+    });
+}
+
+// The run's metrics as ReadMetrics reads them from metrics.json, a night's line at a time.
+void ReadRunMetrics(RunRecord& record)
+{
+    ReadMetricsNights(record, [&record](const std::map<std::string, ReportNight*>& byDate) {
+        const std::vector<std::string> rules = MetricsRules(MetricsJson());
+        for (const NightRecord& night : record.runMetrics->nights) {
+            const MetricsJson entry = MetricsJson::parse(NightRecordToJson(night));
+            AddMetricsNight(ReadMetricsNight(entry, rules), byDate, record);
+        }
+    });
 }
 
 void ReadScenario(const std::string& dir, RunRecord& record)
@@ -340,6 +404,7 @@ bool ReadJsonFile(const std::string& path, MetricsJson& value, std::string& erro
 struct RunDigest::Parts {
     RunRecord record;
     TimelineReader reader{record};
+    PhoneEventReader phone{record};
 };
 
 RunDigest::RunDigest(const Trace& trace) : trace_(trace), parts_(std::make_unique<Parts>()) {}
@@ -353,17 +418,32 @@ void RunDigest::Read(const TimelineLine& line)
     }
 }
 
+void RunDigest::ReadEvent(const TraceEvent& event)
+{
+    parts_->phone.Read(event);
+}
+
 void RunDigest::FinishInto(RunRecord& record)
 {
     parts_->reader.Finish();
+    parts_->phone.Finish();
     RunRecord& read = parts_->record;
-    for (Band band : {Band::ASLEEP, Band::DEEP, Band::LIGHT, Band::EASY_WAKEUP, Band::NOT_CARE_CHARGE}) {
+    for (Band band : {Band::ASLEEP, Band::DEEP, Band::LIGHT, Band::EASY_WAKEUP, Band::NOT_CARE_CHARGE, Band::SCREEN_ON,
+             Band::CHARGING, Band::STILL}) {
         record.bands[static_cast<size_t>(band)] = std::move(read.bands[static_cast<size_t>(band)]);
     }
+    record.unlocks = std::move(read.unlocks);
+    record.alarms = std::move(read.alarms);
     record.observations = std::move(read.observations);
     record.deepEnds = std::move(read.deepEnds);
     record.announcements = std::move(read.announcements);
     record.trainings = std::move(read.trainings);
+    record.runMetrics = metrics_;
+}
+
+bool HasMetrics(const RunRecord& record)
+{
+    return !record.metrics.is_null() || record.runMetrics != nullptr;
 }
 
 bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error, RunDigest* runRead)
@@ -387,14 +467,13 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
         night.truth = truth;
         record.nights.push_back(night);
     }
-    PhoneEventReader phone(record);
-    for (const TraceEvent& event : trace.events) {
-        phone.Read(event);
-    }
-    phone.Finish();
+    AddInBedBand(record);
     if (runRead != nullptr) {
         runRead->FinishInto(record);
     } else {
+        PhoneEventReader phone(record);
+        trace.ForEachEvent([&phone](const TraceEvent& event) { phone.Read(event); });
+        phone.Finish();
         TimelineReader timeline(record);
         if (!ForEachJsonLine(
                 dir + "/timeline.jsonl", [&timeline](const Json& line) { timeline.Read(line); }, error)) {
@@ -403,7 +482,9 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
         timeline.Finish();
     }
     const std::string metricsPath = dir + "/metrics.json";
-    if (FileExists(metricsPath)) {
+    if (record.runMetrics != nullptr) {
+        ReadRunMetrics(record);
+    } else if (FileExists(metricsPath)) {
         if (!ReadJsonFile(metricsPath, record.metrics, error)) {
             return false;
         }
@@ -420,22 +501,9 @@ std::vector<MetricsNight> MetricsNights(const MetricsJson& metrics)
     }
     const std::vector<std::string> rules = MetricsRules(metrics);
     for (const MetricsJson& entry : metrics["nights"]) {
-        if (!entry.is_object()) {
-            continue;
+        if (entry.is_object()) {
+            nights.push_back(ReadMetricsNight(entry, rules));
         }
-        MetricsNight night;
-        night.person = StringField(entry, "person");
-        night.night = StringField(entry, "night");
-        if (night.night.empty()) {
-            night.night = StringField(entry, "date");
-        }
-        const MetricsJson& holder = entry.contains("rules") && entry["rules"].is_object() ? entry["rules"] : entry;
-        for (const std::string& rule : rules) {
-            if (holder.contains(rule) && holder[rule].is_object()) {
-                night.rules[rule] = &holder[rule];
-            }
-        }
-        nights.push_back(night);
     }
     return nights;
 }

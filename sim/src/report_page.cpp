@@ -86,10 +86,14 @@ std::string SummaryTable(const Json& metricsJson)
 {
     RunMetrics metrics;
     std::string error;
-    if (!MetricsFromJson(metricsJson.dump(), metrics, error)) {
+    if (!MetricsFromJson(metricsJson, metrics, error)) {
         return "<p class=\"note\">metrics.json cannot be read: " + EscapeHtml(error) + "</p>\n";
     }
-    const MetricsSummary& summary = metrics.summary;
+    return SummaryTable(metrics.summary);
+}
+
+std::string SummaryTable(const MetricsSummary& summary)
+{
     return "<p class=\"note\">" + std::to_string(summary.persons.size()) + " person(s), " +
            std::to_string(summary.all.nights) +
            " nights. Values are median / 90th percentile over nights; latencies and errors are detected minus "

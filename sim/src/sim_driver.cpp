@@ -8,6 +8,7 @@
 #include <memory>
 #include <set>
 
+#include "baseline_rules.h"
 #include "common_event_manager.h"
 #include "data_root.h"
 #include "event_handler.h"
@@ -52,10 +53,9 @@ TimelineLine WantJson(const std::optional<AAFwk::Want>& want)
     return want ? WantTimelineJson(*want) : TimelineLine(nullptr);
 }
 
-// The timeline lines the night summaries read, kept in memory while the whole timeline goes to its
-// file: what the plug-in published, finished trainings and the deep-sleep statistics that carry stop
-// reasons. Everything else (observations, verdicts, truth markers, parameters) only goes to the file,
-// so that a long run does not hold it.
+// The timeline lines the night summaries read: what the plug-in published, finished trainings and
+// the deep-sleep statistics that carry stop reasons. Everything else (observations, verdicts, truth
+// markers, parameters) only goes to the file.
 bool IsKeptLine(const TimelineLine& line)
 {
     const std::string& type = line["type"].get_ref<const std::string&>();
@@ -71,7 +71,8 @@ bool IsKeptLine(const TimelineLine& line)
 class Driver {
 public:
     Driver(const Scenario& scenario, const Trace& trace, const SimOptions& options)
-        : scenario_(scenario), trace_(trace), options_(options), runRead_(trace)
+        : scenario_(scenario), trace_(trace), options_(options), yardsticks_(trace.startMs), runRead_(trace),
+          summaries_(trace.nights)
     {
     }
 
@@ -91,7 +92,7 @@ public:
         host_->OnDestroy();
         Settle();
         Uninstall();
-        result.ok = WriteOutputs(result) && WriteRunPage(result.error);
+        result.ok = WriteOutputs(result) && WriteRunPage(result);
         return result;
     }
 
@@ -112,21 +113,50 @@ private:
         }
         // Absolute, as the phone's paths are: the preferences service refuses relative paths.
         Emulator::SetDataRoot(std::filesystem::absolute(OutPath(DATA_DIR)).string());
-        if (!WriteTraceFile(OutPath(TRACE_FILE), scenario_, trace_) ||
-            !timeline_.StreamTo(OutPath(TIMELINE_FILE), IsKeptLine)) {
+        if (!StartTraceFile() ||
+            !timeline_.StreamTo(OutPath(TIMELINE_FILE), [](const TimelineLine&) { return false; })) {
             error = "cannot write the outputs into '" + options_.outDir + "'";
             return false;
         }
-        timeline_.ObserveWrittenLines([this](const TimelineLine& line) { runRead_.Read(line); });
+        timeline_.ObserveWrittenLines([this](const TimelineLine& line) {
+            runRead_.Read(line);
+            if (IsKeptLine(line)) {
+                summaries_.Read(line);
+            }
+        });
         return true;
     }
 
-    // The report page, from the run's trace and what the run wrote to its timeline, read while it
-    // was written, unless late lines were merged into the file afterwards.
-    bool WriteRunPage(std::string& error)
+    // A generated trace's events go to its file as they are replayed. A held one is written whole
+    // first: its faults may change the time zone of the local times in the file as it runs.
+    bool StartTraceFile()
     {
-        return timeline_.WrittenInOrder() ? WriteRunReport(options_.outDir, runRead_, error)
-                                          : WriteReport(options_.outDir, error);
+        if (!trace_.generate) {
+            return WriteTraceFile(OutPath(TRACE_FILE), scenario_, trace_);
+        }
+        traceOut_.open(OutPath(TRACE_FILE), std::ios::binary | std::ios::trunc);
+        WriteTraceHead(traceOut_, scenario_, trace_);
+        return static_cast<bool>(traceOut_);
+    }
+
+    bool FinishTraceFile()
+    {
+        if (!traceOut_.is_open()) {
+            return true;
+        }
+        traceOut_.close();
+        return !traceOut_.fail();
+    }
+
+    // The report page, from the run's trace, its metrics and what the run wrote to its timeline,
+    // read while it was written, unless late lines were merged into the file afterwards.
+    bool WriteRunPage(SimResult& result)
+    {
+        if (!timeline_.WrittenInOrder()) {
+            return WriteReport(options_.outDir, result.error);
+        }
+        runRead_.UseMetrics(result.metrics);
+        return WriteRunReport(options_.outDir, runRead_, result.error);
     }
 
     void Install()
@@ -219,10 +249,11 @@ private:
         size_t nextNight = 0;
         size_t nextDump = 0;
         ProgressMeter progress(options_.progress, IsTerminal(options_.progress));
-        for (const TraceEvent& event : trace_.events) {
+        trace_.ForEachEvent([&](const TraceEvent& event) {
             for (; nextDump < dumps.size() && DumpTime(dumps[nextDump]) <= event.timeMs; ++nextDump) {
                 AnswerDump(dumps[nextDump], result);
             }
+            ReadEvent(event);
             nextNight = MarkTruth(nextNight, event.timeMs);
             SampleWakeLocks(event.timeMs);
             handler_->AdvanceTo(event.timeMs);
@@ -230,7 +261,7 @@ private:
             Settle();
             timeline_.FlushBefore(clock_->WallTimeMs());
             ReportProgress(progress, event.timeMs);
-        }
+        });
         MarkTruth(nextNight, trace_.endMs);
         SampleWakeLocks(trace_.endMs);
         handler_->AdvanceTo(trace_.endMs);
@@ -239,6 +270,16 @@ private:
             AnswerDump(dumps[nextDump], result);
         }
         progress.Finish();
+    }
+
+    // Passes the event to what reads the whole trace: its file, the yardstick rules and the report.
+    void ReadEvent(const TraceEvent& event)
+    {
+        if (traceOut_.is_open()) {
+            traceOut_ << TraceEventToJson(event) << '\n';
+        }
+        yardsticks_.Read(event);
+        runRead_.ReadEvent(event);
     }
 
     void ReportProgress(ProgressMeter& progress, int64_t virtualMs) const
@@ -445,26 +486,45 @@ private:
     bool WriteOutputs(SimResult& result)
     {
         const bool timelineWritten = timeline_.FinishStream();
-        const std::vector<TimelineLine> lines = timeline_.TakeLines();
-        result.nights = SummariseNights(lines, trace_.nights);
+        const bool traceWritten = FinishTraceFile();
+        result.nights = SummariesReadInRun() ? summaries_.Finish() : SummariseTimelineFile();
         std::ofstream scenarioOut(OutPath(SCENARIO_FILE), std::ios::binary | std::ios::trunc);
         scenarioOut << ScenarioToJson(scenario_);
-        result.metrics = ComputeRunMetrics(scenario_.name, trace_, lines, WakeLockMsPerNight());
+        result.metrics = ComputeRunMetrics(scenario_.name, trace_, yardsticks_, result.nights, WakeLockMsPerNight());
         std::ofstream summaryOut(OutPath(SUMMARY_FILE), std::ios::binary | std::ios::trunc);
         summaryOut << FormatSummaryTable(result.nights) << "\n" << FormatMetricsSummary(result.metrics);
         scenarioOut.flush();
         summaryOut.flush();
-        if (!timelineWritten || !WriteMetrics(result.metrics) || !scenarioOut || !summaryOut) {
+        if (!timelineWritten || !traceWritten || !WriteMetrics(result.metrics) || !scenarioOut || !summaryOut) {
             result.error = "cannot write the outputs into '" + options_.outDir + "'";
             return false;
         }
         return true;
     }
 
+    // Whether the night reports read while the run wrote its timeline are the ones its file gives
+    // at the end: not when late lines were merged into the file, nor when the time zone that places
+    // the nights' windows may have changed (faults come with a held trace).
+    bool SummariesReadInRun() const { return timeline_.WrittenInOrder() && trace_.generate; }
+
+    // The night reports from the timeline file, in the time zone in force at the end of the run.
+    std::vector<NightReport> SummariseTimelineFile() const
+    {
+        NightSummaries summaries(trace_.nights);
+        std::ifstream in(OutPath(TIMELINE_FILE), std::ios::binary);
+        for (std::string text; std::getline(in, text);) {
+            const TimelineLine line = TimelineLine::parse(text);
+            if (IsKeptLine(line)) {
+                summaries.Read(line);
+            }
+        }
+        return summaries.Finish();
+    }
+
     bool WriteMetrics(const RunMetrics& metrics) const
     {
         std::ofstream out(OutPath(METRICS_FILE), std::ios::binary | std::ios::trunc);
-        out << MetricsToJson(metrics);
+        WriteMetricsJson(metrics, out);
         out.flush();
         return static_cast<bool>(out);
     }
@@ -473,7 +533,10 @@ private:
     const Trace& trace_;
     const SimOptions& options_;
     Timeline timeline_;
+    std::ofstream traceOut_; // a generated trace's file, its events written as they are replayed
+    YardstickSpans yardsticks_;
     RunDigest runRead_;
+    NightSummaries summaries_; // the night reports, read from the timeline as it is written
     std::shared_ptr<Emulator::VirtualClock> clock_;
     std::shared_ptr<AppExecFwk::EventHandler> handler_;
     std::shared_ptr<StandbyServiceImpl> host_;
@@ -495,7 +558,7 @@ SimResult RunTrace(const Scenario& scenario, const Trace& trace, const SimOption
 SimResult RunSimulation(const Scenario& scenario, const SimOptions& options)
 {
     SetProcessTimeZone(scenario.timeZone);
-    return RunTrace(scenario, GenerateTrace(scenario), options);
+    return RunTrace(scenario, GenerateStreamedTrace(scenario), options);
 }
 
 } // namespace OHOS::Sim

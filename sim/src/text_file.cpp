@@ -22,10 +22,16 @@ bool ReadTextFile(const std::string& path, std::string& text)
 
 bool WriteTextFileAtomically(const std::string& path, const std::string& text, std::string& error)
 {
+    return WriteFileAtomically(
+        path, [&text](std::ostream& out) { out << text; }, error);
+}
+
+bool WriteFileAtomically(const std::string& path, const std::function<void(std::ostream&)>& write, std::string& error)
+{
     const std::string temporary = path + ".tmp";
     {
         std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-        out << text;
+        write(out);
         if (!out.flush()) {
             error = "cannot write '" + temporary + "'";
             return false;

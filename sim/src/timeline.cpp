@@ -182,22 +182,6 @@ std::vector<TimelineLine> Timeline::Lines() const
     return lines;
 }
 
-std::vector<TimelineLine> Timeline::TakeLines()
-{
-    std::vector<TimelineLine> lines;
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        lines = std::move(kept_);
-        kept_.clear();
-        for (auto& entry : pending_) {
-            lines.push_back(std::move(entry.second));
-        }
-        pending_.clear();
-    }
-    SortByTime(lines);
-    return lines;
-}
-
 bool Timeline::WriteJsonLines(const std::string& path) const
 {
     return WriteTimelineLines(Lines(), path);

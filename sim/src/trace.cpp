@@ -179,6 +179,17 @@ std::string NightTruthToJson(const NightTruth& night)
     return line.dump();
 }
 
+void Trace::ForEachEvent(const TraceEventVisitor& visit) const
+{
+    if (generate) {
+        generate(visit);
+        return;
+    }
+    for (const TraceEvent& event : events) {
+        visit(event);
+    }
+}
+
 std::string TraceHeaderToJson(const Scenario& scenario, const Trace& trace)
 {
     Json line{{"trace", TRACE_FORMAT_VERSION}, {"startMs", trace.startMs}, {"endMs", trace.endMs},
@@ -186,16 +197,19 @@ std::string TraceHeaderToJson(const Scenario& scenario, const Trace& trace)
     return line.dump();
 }
 
-bool WriteTraceFile(const std::string& path, const Scenario& scenario, const Trace& trace)
+void WriteTraceHead(std::ostream& out, const Scenario& scenario, const Trace& trace)
 {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << TraceHeaderToJson(scenario, trace) << '\n';
     for (const NightTruth& night : trace.nights) {
         out << NightTruthToJson(night) << '\n';
     }
-    for (const TraceEvent& event : trace.events) {
-        out << TraceEventToJson(event) << '\n';
-    }
+}
+
+bool WriteTraceFile(const std::string& path, const Scenario& scenario, const Trace& trace)
+{
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    WriteTraceHead(out, scenario, trace);
+    trace.ForEachEvent([&out](const TraceEvent& event) { out << TraceEventToJson(event) << '\n'; });
     out.flush();
     return static_cast<bool>(out);
 }

@@ -1,7 +1,11 @@
 #include "trace_generator.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <initializer_list>
+#include <iterator>
+#include <limits>
 
 namespace OHOS::Sim {
 
@@ -21,91 +25,157 @@ struct Ambient {
     double proximityCm = -1;
 };
 
+// Turns a plan into its events in time order, a day at a time: each kind of event (alarms,
+// sessions, charges, notices, ambient, battery) is produced in the order of its plan items, up to
+// the first item that cannot reach into the day, and the day's events of all kinds are sorted
+// stably by time. Equal times thus keep the order of the kinds and of the items, as if every event
+// had been produced first and sorted once.
 class TraceBuilder {
 public:
-    TraceBuilder(const Scenario& scenario, const PersonPlan& plan)
-        : habits_(scenario.habits), battery_(scenario.battery), plan_(plan)
+    TraceBuilder(const Scenario& scenario, PersonPlan plan)
+        : habits_(scenario.habits), battery_(scenario.battery), plan_(std::move(plan)),
+          ambientTimes_(AmbientChangeTimes()), batteryLevel_(battery_.startLevel),
+          shownPercent_(static_cast<int64_t>(std::floor(batteryLevel_))), batteryMs_(plan_.startMs)
     {
-        trace_.startMs = plan.startMs;
-        trace_.endMs = plan.endMs;
-        trace_.nights = plan.nights;
     }
 
-    Trace Build()
+    void Visit(const TraceEventVisitor& visit)
     {
-        Add(plan_.startMs, TraceKind::BOOT);
-        Add(plan_.startMs, TraceKind::STILL);
-        AddAlarms();
-        AddSessions();
-        AddCharges();
-        AddNotices();
-        AddAmbient();
-        AddBattery();
-        std::stable_sort(trace_.events.begin(), trace_.events.end(),
-            [](const TraceEvent& a, const TraceEvent& b) { return a.timeMs < b.timeMs; });
-        DropRepeatedMovement();
-        return trace_;
+        Add(Kind::START, plan_.startMs, TraceKind::BOOT);
+        Add(Kind::START, plan_.startMs, TraceKind::STILL);
+        Add(Kind::START, plan_.startMs, TraceKind::NEXT_ALARM, 0, plan_.alarms.empty() ? 0 : plan_.alarms.front());
+        Add(Kind::BATTERY, plan_.startMs, TraceKind::BATTERY_LEVEL, 0, shownPercent_);
+        for (int64_t dayEnd = plan_.startMs + kMsPerDay; dayEnd < plan_.endMs; dayEnd += kMsPerDay) {
+            VisitBefore(dayEnd, visit);
+        }
+        VisitBefore(std::numeric_limits<int64_t>::max(), visit);
     }
 
 private:
-    void Add(int64_t timeMs, TraceKind kind, double value = 0, int64_t number = 0, const std::string& text = "")
+    // The kinds of events, in the order in which their events of equal times follow each other.
+    enum class Kind : size_t { START, ALARMS, SESSIONS, CHARGES, NOTICES, AMBIENT, BATTERY, COUNT };
+
+    void Add(
+        Kind kind, int64_t timeMs, TraceKind event, double value = 0, int64_t number = 0, const std::string& text = "")
     {
-        trace_.events.push_back(TraceEvent{timeMs, kind, value, number, text});
+        pending_[static_cast<size_t>(kind)].push_back(TraceEvent{timeMs, event, value, number, text});
     }
 
-    void AddAlarms()
+    // Produces every event before `endMs`, then passes those events on in time order.
+    void VisitBefore(int64_t endMs, const TraceEventVisitor& visit)
     {
-        Add(plan_.startMs, TraceKind::NEXT_ALARM, 0, plan_.alarms.empty() ? 0 : plan_.alarms.front());
-        for (size_t i = 0; i < plan_.alarms.size(); ++i) {
-            Add(plan_.alarms[i], TraceKind::NEXT_ALARM, 0, i + 1 < plan_.alarms.size() ? plan_.alarms[i + 1] : 0);
+        AddAlarms(endMs);
+        AddSessions(endMs);
+        AddCharges(endMs);
+        AddNotices(endMs);
+        AddAmbient(endMs);
+        AddBattery(endMs);
+        std::vector<TraceEvent> due;
+        for (std::vector<TraceEvent>& events : pending_) {
+            const auto later = std::stable_partition(
+                events.begin(), events.end(), [endMs](const TraceEvent& event) { return event.timeMs < endMs; });
+            std::move(events.begin(), later, std::back_inserter(due));
+            events.erase(events.begin(), later);
+        }
+        std::stable_sort(
+            due.begin(), due.end(), [](const TraceEvent& a, const TraceEvent& b) { return a.timeMs < b.timeMs; });
+        for (const TraceEvent& event : due) {
+            if (!IsRepeatedMovement(event)) {
+                visit(event);
+            }
+        }
+        DropPassed(plan_.sessions, {&nextSession_, &ambientSession_});
+        DropPassed(plan_.charges, {&nextCharge_, &batteryCharge_});
+        DropPassed(plan_.notices, {&nextNotice_});
+        DropPassed(ambientTimes_, {&nextAmbient_});
+    }
+
+    // Frees the items that every reader of the list has passed, once they are half of it.
+    template <typename Item> static void DropPassed(std::vector<Item>& items, std::initializer_list<size_t*> readers)
+    {
+        size_t passed = items.size();
+        for (const size_t* next : readers) {
+            passed = std::min(passed, *next);
+        }
+        if (passed == 0 || passed * 2 < items.size()) {
+            return;
+        }
+        items.erase(items.begin(), items.begin() + static_cast<std::ptrdiff_t>(passed));
+        items.shrink_to_fit();
+        for (size_t* next : readers) {
+            *next -= passed;
         }
     }
 
-    void AddSessions()
+    void AddAlarms(int64_t endMs)
+    {
+        const auto& alarms = plan_.alarms;
+        for (; nextAlarm_ < alarms.size() && alarms[nextAlarm_] < endMs; ++nextAlarm_) {
+            const size_t i = nextAlarm_;
+            Add(Kind::ALARMS, alarms[i], TraceKind::NEXT_ALARM, 0, i + 1 < alarms.size() ? alarms[i + 1] : 0);
+        }
+    }
+
+    // The first moment of a session; sessions follow each other in time.
+    static int64_t SessionBeginMs(const PhoneSession& session)
+    {
+        return session.pickupMs >= 0 ? std::min(session.pickupMs, session.screenOnMs) : session.screenOnMs;
+    }
+
+    void AddSessions(int64_t endMs)
     {
         const auto& sessions = plan_.sessions;
-        for (size_t i = 0; i < sessions.size(); ++i) {
-            const PhoneSession& session = sessions[i];
-            if (session.pickupMs >= 0) {
-                Add(session.pickupMs, TraceKind::MOVE);
-            }
-            if (session.isCall) {
-                Add(session.screenOnMs, TraceKind::CALL_STATE, 0, kCallIncoming);
-            }
-            Add(session.screenOnMs, TraceKind::SCREEN_ON);
-            if (session.answerMs >= 0) {
-                Add(session.answerMs, TraceKind::CALL_STATE, 0, kCallActive);
-            }
-            if (session.unlockMs >= 0) {
-                Add(session.unlockMs, TraceKind::UNLOCK);
-            }
-            if (session.isCall) {
-                Add(session.screenOffMs, TraceKind::CALL_STATE, 0, kCallDisconnected);
-            }
-            Add(session.screenOffMs, TraceKind::SCREEN_OFF);
-            const int64_t settled = session.screenOffMs + kSettleMs;
-            const bool pickedUpBeforeSettling =
-                i + 1 < sessions.size() && sessions[i + 1].pickupMs >= 0 && sessions[i + 1].pickupMs <= settled;
-            if (session.pickupMs >= 0 && session.placeAfter != RestPlace::POCKET && !pickedUpBeforeSettling) {
-                Add(settled, TraceKind::STILL);
-            }
+        for (; nextSession_ < sessions.size() && SessionBeginMs(sessions[nextSession_]) < endMs; ++nextSession_) {
+            AddSession(nextSession_);
         }
     }
 
-    void AddCharges()
+    void AddSession(size_t i)
     {
-        for (const TimeSpan& charge : plan_.charges) {
-            Add(charge.beginMs, TraceKind::POWER_CONNECTED);
-            Add(charge.endMs, TraceKind::POWER_DISCONNECTED);
+        const auto& sessions = plan_.sessions;
+        const PhoneSession& session = sessions[i];
+        if (session.pickupMs >= 0) {
+            Add(Kind::SESSIONS, session.pickupMs, TraceKind::MOVE);
+        }
+        if (session.isCall) {
+            Add(Kind::SESSIONS, session.screenOnMs, TraceKind::CALL_STATE, 0, kCallIncoming);
+        }
+        Add(Kind::SESSIONS, session.screenOnMs, TraceKind::SCREEN_ON);
+        if (session.answerMs >= 0) {
+            Add(Kind::SESSIONS, session.answerMs, TraceKind::CALL_STATE, 0, kCallActive);
+        }
+        if (session.unlockMs >= 0) {
+            Add(Kind::SESSIONS, session.unlockMs, TraceKind::UNLOCK);
+        }
+        if (session.isCall) {
+            Add(Kind::SESSIONS, session.screenOffMs, TraceKind::CALL_STATE, 0, kCallDisconnected);
+        }
+        Add(Kind::SESSIONS, session.screenOffMs, TraceKind::SCREEN_OFF);
+        const int64_t settled = session.screenOffMs + kSettleMs;
+        const bool pickedUpBeforeSettling =
+            i + 1 < sessions.size() && sessions[i + 1].pickupMs >= 0 && sessions[i + 1].pickupMs <= settled;
+        if (session.pickupMs >= 0 && session.placeAfter != RestPlace::POCKET && !pickedUpBeforeSettling) {
+            Add(Kind::SESSIONS, settled, TraceKind::STILL);
         }
     }
 
-    void AddNotices()
+    void AddCharges(int64_t endMs)
     {
-        for (const Notice& notice : plan_.notices) {
-            Add(notice.postMs, TraceKind::NOTIFICATION, 0, 0, notice.pkg);
+        const auto& charges = plan_.charges;
+        for (; nextCharge_ < charges.size() && charges[nextCharge_].beginMs < endMs; ++nextCharge_) {
+            Add(Kind::CHARGES, charges[nextCharge_].beginMs, TraceKind::POWER_CONNECTED);
+            Add(Kind::CHARGES, charges[nextCharge_].endMs, TraceKind::POWER_DISCONNECTED);
+        }
+    }
+
+    void AddNotices(int64_t endMs)
+    {
+        const auto& notices = plan_.notices;
+        for (; nextNotice_ < notices.size() && notices[nextNotice_].postMs < endMs; ++nextNotice_) {
+            const Notice& notice = notices[nextNotice_];
+            Add(Kind::NOTICES, notice.postMs, TraceKind::NOTIFICATION, 0, 0, notice.pkg);
             if (notice.clearMs >= 0) {
-                Add(notice.clearMs, TraceKind::BADGE_CLEARED, 0, 0, notice.pkg);
+                Add(Kind::NOTICES, notice.clearMs, TraceKind::BADGE_CLEARED, 0, 0, notice.pkg);
             }
         }
     }
@@ -167,104 +237,130 @@ private:
     }
 
     // Light and proximity as the phone's sensors see them, emitted whenever either changes.
-    void AddAmbient()
+    void AddAmbient(int64_t endMs)
     {
         const auto& sessions = plan_.sessions;
         const auto& nights = plan_.nights;
-        size_t session = 0;
-        size_t night = 0;
-        RestPlace place = RestPlace::DESK;
-        Ambient last;
-        for (int64_t t : AmbientChangeTimes()) {
+        for (; nextAmbient_ < ambientTimes_.size() && ambientTimes_[nextAmbient_] < endMs; ++nextAmbient_) {
+            const int64_t t = ambientTimes_[nextAmbient_];
             if (t < plan_.startMs || t >= plan_.endMs) {
                 continue;
             }
-            while (session < sessions.size() && sessions[session].screenOffMs <= t) {
-                place = sessions[session].placeAfter;
-                ++session;
+            for (; ambientSession_ < sessions.size() && sessions[ambientSession_].screenOffMs <= t; ++ambientSession_) {
+                place_ = sessions[ambientSession_].placeAfter;
             }
-            while (night < nights.size() && nights[night].wakeMs <= t) {
-                ++night;
+            for (; ambientNight_ < nights.size() && nights[ambientNight_].wakeMs <= t; ++ambientNight_) {
             }
-            const bool inHand =
-                session < sessions.size() && sessions[session].pickupMs >= 0 && sessions[session].pickupMs <= t;
-            const bool lightsOut = night < nights.size() && nights[night].bedMs <= t;
-            const Ambient now = AmbientAt(t, inHand, place, lightsOut);
-            if (now.lux != last.lux) {
-                Add(t, TraceKind::LIGHT, now.lux);
+            const bool inHand = ambientSession_ < sessions.size() && sessions[ambientSession_].pickupMs >= 0 &&
+                                sessions[ambientSession_].pickupMs <= t;
+            const bool lightsOut = ambientNight_ < nights.size() && nights[ambientNight_].bedMs <= t;
+            const Ambient now = AmbientAt(t, inHand, place_, lightsOut);
+            if (now.lux != ambient_.lux) {
+                Add(Kind::AMBIENT, t, TraceKind::LIGHT, now.lux);
             }
-            if (now.proximityCm != last.proximityCm) {
-                Add(t, TraceKind::PROXIMITY, now.proximityCm);
+            if (now.proximityCm != ambient_.proximityCm) {
+                Add(Kind::AMBIENT, t, TraceKind::PROXIMITY, now.proximityCm);
             }
-            last = now;
+            ambient_ = now;
         }
     }
 
     // Battery percent minute by minute: drains awake or asleep, fills on the charger.
-    void AddBattery()
+    void AddBattery(int64_t endMs)
     {
         const auto& charges = plan_.charges;
         const auto& nights = plan_.nights;
-        size_t charge = 0;
-        size_t night = 0;
-        double level = battery_.startLevel;
-        int64_t shown = static_cast<int64_t>(std::floor(level));
-        Add(plan_.startMs, TraceKind::BATTERY_LEVEL, 0, shown);
-        for (int64_t t = plan_.startMs; t < plan_.endMs; t += kMsPerMinute) {
-            while (charge < charges.size() && charges[charge].endMs <= t) {
-                ++charge;
+        for (; batteryMs_ < plan_.endMs && batteryMs_ + kMsPerMinute < endMs; batteryMs_ += kMsPerMinute) {
+            const int64_t t = batteryMs_;
+            for (; batteryCharge_ < charges.size() && charges[batteryCharge_].endMs <= t; ++batteryCharge_) {
             }
-            while (night < nights.size() && nights[night].wakeMs <= t) {
-                ++night;
+            for (; batteryNight_ < nights.size() && nights[batteryNight_].wakeMs <= t; ++batteryNight_) {
             }
-            const bool charging = charge < charges.size() && charges[charge].beginMs <= t;
-            const bool asleep = night < nights.size() && nights[night].onsetMs <= t;
+            const bool charging = batteryCharge_ < charges.size() && charges[batteryCharge_].beginMs <= t;
+            const bool asleep = batteryNight_ < nights.size() && nights[batteryNight_].onsetMs <= t;
             const double perHour = charging ? battery_.chargePerHour
                                             : -(asleep ? battery_.drainPerHourAsleep : battery_.drainPerHourAwake);
-            level = std::clamp(level + perHour / 60, 1.0, 100.0);
-            const auto percent = static_cast<int64_t>(std::floor(level));
-            if (percent != shown && t + kMsPerMinute < plan_.endMs) {
-                shown = percent;
-                Add(t + kMsPerMinute, TraceKind::BATTERY_LEVEL, 0, shown);
+            batteryLevel_ = std::clamp(batteryLevel_ + perHour / 60, 1.0, 100.0);
+            const auto percent = static_cast<int64_t>(std::floor(batteryLevel_));
+            if (percent != shownPercent_ && t + kMsPerMinute < plan_.endMs) {
+                shownPercent_ = percent;
+                Add(Kind::BATTERY, t + kMsPerMinute, TraceKind::BATTERY_LEVEL, 0, shownPercent_);
             }
         }
     }
 
-    void DropRepeatedMovement()
+    // A still or move event that repeats the movement state already reported (the phone starts moving).
+    bool IsRepeatedMovement(const TraceEvent& event)
     {
-        bool moving = true;
-        std::vector<TraceEvent> kept;
-        kept.reserve(trace_.events.size());
-        for (TraceEvent& event : trace_.events) {
-            if (event.kind == TraceKind::MOVE || event.kind == TraceKind::STILL) {
-                const bool nowMoving = event.kind == TraceKind::MOVE;
-                if (nowMoving == moving) {
-                    continue;
-                }
-                moving = nowMoving;
-            }
-            kept.push_back(std::move(event));
+        if (event.kind != TraceKind::MOVE && event.kind != TraceKind::STILL) {
+            return false;
         }
-        trace_.events = std::move(kept);
+        const bool nowMoving = event.kind == TraceKind::MOVE;
+        if (nowMoving == moving_) {
+            return true;
+        }
+        moving_ = nowMoving;
+        return false;
     }
 
     const Habits& habits_;
     const BatteryHabits& battery_;
-    const PersonPlan& plan_;
-    Trace trace_;
+    PersonPlan plan_; // its sessions, charges and notices are freed as the events pass them
+    std::vector<int64_t> ambientTimes_;
+    std::array<std::vector<TraceEvent>, static_cast<size_t>(Kind::COUNT)> pending_;
+    size_t nextAlarm_ = 0;
+    size_t nextSession_ = 0;
+    size_t nextCharge_ = 0;
+    size_t nextNotice_ = 0;
+    size_t nextAmbient_ = 0;
+    size_t ambientSession_ = 0;
+    size_t ambientNight_ = 0;
+    RestPlace place_ = RestPlace::DESK;
+    Ambient ambient_;
+    double batteryLevel_;
+    int64_t shownPercent_;
+    int64_t batteryMs_;
+    size_t batteryCharge_ = 0;
+    size_t batteryNight_ = 0;
+    bool moving_ = true;
 };
 
 } // namespace
 
-Trace BuildTrace(const Scenario& scenario, const PersonPlan& plan)
+void VisitPlanEvents(const Scenario& scenario, PersonPlan plan, const TraceEventVisitor& visit)
 {
-    return TraceBuilder(scenario, plan).Build();
+    TraceBuilder(scenario, std::move(plan)).Visit(visit);
+}
+
+Trace BuildTrace(const Scenario& scenario, PersonPlan plan)
+{
+    Trace trace;
+    trace.startMs = plan.startMs;
+    trace.endMs = plan.endMs;
+    trace.nights = plan.nights;
+    VisitPlanEvents(scenario, std::move(plan), [&trace](const TraceEvent& event) { trace.events.push_back(event); });
+    return trace;
 }
 
 Trace GenerateTrace(const Scenario& scenario)
 {
     Trace trace = BuildTrace(scenario, PlanPerson(scenario));
     ApplyScenarioFaults(scenario.faults, trace);
+    return trace;
+}
+
+Trace GenerateStreamedTrace(const Scenario& scenario)
+{
+    if (!scenario.faults.empty()) {
+        return GenerateTrace(scenario);
+    }
+    const PersonPlan plan = PlanPerson(scenario);
+    Trace trace;
+    trace.startMs = plan.startMs;
+    trace.endMs = plan.endMs;
+    trace.nights = plan.nights;
+    trace.generate = [scenario](
+                         const TraceEventVisitor& visit) { VisitPlanEvents(scenario, PlanPerson(scenario), visit); };
     return trace;
 }
 

@@ -187,7 +187,7 @@ TEST(RunMetricsTest, ANightAcrossTheSpringDaylightSavingChange)
         Published(local(25.5), EASY_WAKEUP_EVENT, true), Published(local(30), DEEP_SLEEP_EVENT, false),
         Published(local(30), LIGHT_SLEEP_EVENT, true), Published(local(30.5), LIGHT_SLEEP_EVENT, false),
         TimelineLine{{"t", local(20)}, {"type", TIMELINE_HOST_MESSAGE}, {"id", TRAINING_FINISHED_MESSAGE}}};
-    const RunMetrics metrics = ComputeRunMetrics("dst", trace, lines, {90000});
+    const RunMetrics metrics = ComputeRunMetrics("dst", trace, SummariseNights(lines, trace.nights), {90000});
     ASSERT_EQ(metrics.nights.size(), 1U);
     const NightRecord& record = metrics.nights[0];
     EXPECT_EQ(record.window.endMs - record.window.beginMs, 23 * kMsPerHour);
@@ -234,7 +234,7 @@ RunMetrics GeneratedPerson(const std::string& name, uint64_t seed)
         }
         wakeLocks.push_back(static_cast<int64_t>(i * 1000 + seed));
     }
-    return ComputeRunMetrics(name, trace, lines, wakeLocks);
+    return ComputeRunMetrics(name, trace, SummariseNights(lines, trace.nights), wakeLocks);
 }
 
 TEST(RunMetricsTest, MissedNightsAreCountedAndTheFirstWeekIsApart)

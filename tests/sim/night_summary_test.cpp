@@ -1,4 +1,5 @@
 // Reading the per-night report back from a timeline, and the timeline's own ordering.
+#include <array>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -127,6 +128,58 @@ TEST_F(NightSummaryTest, KeepsEachStatesSpansAndCutsAnOpenOneAtTheWindowsEnd)
     EXPECT_EQ(pairs(report.easyWakeupSpans), (Pairs{{At(23, 30), At(36, 0)}}));
     EXPECT_EQ(pairs(report.notCareChargeSpans), (Pairs{{At(33, 0), At(36, 0)}}));
 }
+
+struct WindowCase {
+    const char* name;
+    std::vector<std::pair<int32_t, bool>> deep; // deep sleep on/off at hours after 2026-01-05 00:00
+    std::vector<int32_t> trainingHours;
+    std::array<int32_t, 3> episodes;      // per night
+    std::array<int32_t, 3> deepStartHour; // per night, -1 none
+    std::array<size_t, 3> trainings;
+    int32_t firstSpanEndHour; // where the first night's last deep span ends, -1 none
+};
+
+class NightWindowTest : public testing::TestWithParam<WindowCase> {};
+
+// Three nights read line by line as a run writes them: each line counts in the window it falls in
+// (noon to noon, a line at noon in the later one), an episode open at noon is cut there.
+TEST_P(NightWindowTest, EachNightReadsOnlyTheLinesOfItsWindow)
+{
+    SetProcessTimeZone("UTC0");
+    const auto at = [](int32_t hour) { return LocalTimeMs(CivilDate{2026, 1, 5}, hour * 60); };
+    std::vector<NightTruth> nights(3);
+    for (size_t i = 0; i < nights.size(); ++i) {
+        nights[i].wakeDate = CivilDate{2026, 1, static_cast<int32_t>(6 + i)};
+    }
+    Timeline timeline;
+    for (const auto& [hour, on] : GetParam().deep) {
+        timeline.Add(
+            at(hour), TIMELINE_COMMON_EVENT, {{"action", DEEP_SLEEP_EVENT}, {"want", {{"params", {{"isSleep", on}}}}}});
+    }
+    for (int32_t hour : GetParam().trainingHours) {
+        timeline.Add(at(hour), TIMELINE_HOST_MESSAGE, {{"id", TRAINING_FINISHED_MESSAGE}});
+    }
+    NightSummaries summaries(nights);
+    for (const TimelineLine& line : timeline.Lines()) {
+        summaries.Read(line);
+    }
+    const std::vector<NightReport> reports = summaries.Finish();
+    ASSERT_EQ(reports.size(), nights.size());
+    for (size_t i = 0; i < nights.size(); ++i) {
+        EXPECT_EQ(reports[i].deepEpisodes, GetParam().episodes[i]) << i;
+        EXPECT_EQ(reports[i].deepStartMs, GetParam().deepStartHour[i] < 0 ? -1 : at(GetParam().deepStartHour[i])) << i;
+        EXPECT_EQ(reports[i].trainingMs.size(), GetParam().trainings[i]) << i;
+    }
+    const int32_t endHour = GetParam().firstSpanEndHour;
+    EXPECT_EQ(reports[0].deepSpans.empty() ? -1 : reports[0].deepSpans.back().endMs, endHour < 0 ? -1 : at(endHour));
+}
+
+INSTANTIATE_TEST_SUITE_P(Nights, NightWindowTest,
+    testing::Values(WindowCase{"AcrossNoon", {{35, true}, {37, false}}, {}, {1, 0, 0}, {35, -1, -1}, {0, 0, 0}, 36},
+        WindowCase{"AtNoon", {{36, true}, {40, false}}, {12}, {0, 1, 0}, {-1, 36, -1}, {1, 0, 0}, -1},
+        WindowCase{"NightsApart", {{24, true}, {30, false}, {72, true}, {78, false}}, {20, 44, 68, 83}, {1, 0, 1},
+            {24, -1, 72}, {1, 1, 2}, 30}),
+    [](const testing::TestParamInfo<WindowCase>& info) { return std::string(info.param.name); });
 
 TEST(NightTallyTest, CountsNightsWithinTheToleranceAfterTheFirstOnes)
 {

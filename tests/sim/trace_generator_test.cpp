@@ -2,6 +2,7 @@
 // tell one consistent story (screen, unlock, charging) around it.
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -156,6 +157,70 @@ TEST_P(TraceGeneratorTest, SameSeedSameTraceOtherSeedOtherTrace)
     Scenario other = scenario_;
     other.seed += 1;
     EXPECT_NE(NightTruthToJson(GenerateTrace(other).nights[0]), NightTruthToJson(trace_.nights[0]));
+}
+
+// The group of the plan whose events a kind belongs to; events of equal times follow the order of
+// these groups. Boot and stillness come from more than one group: -1.
+int KindGroup(TraceKind kind)
+{
+    switch (kind) {
+    case TraceKind::NEXT_ALARM:
+        return 0;
+    case TraceKind::MOVE:
+    case TraceKind::SCREEN_ON:
+    case TraceKind::SCREEN_OFF:
+    case TraceKind::UNLOCK:
+    case TraceKind::CALL_STATE:
+        return 1;
+    case TraceKind::POWER_CONNECTED:
+    case TraceKind::POWER_DISCONNECTED:
+        return 2;
+    case TraceKind::NOTIFICATION:
+    case TraceKind::BADGE_CLEARED:
+        return 3;
+    case TraceKind::LIGHT:
+    case TraceKind::PROXIMITY:
+        return 4;
+    case TraceKind::BATTERY_LEVEL:
+        return 5;
+    default:
+        return -1;
+    }
+}
+
+// The events are produced a day at a time: none may be lost, come out of time order or, at equal
+// times, out of the order of their groups, and a streamed trace produces the same events on each
+// visit.
+TEST_P(TraceGeneratorTest, EventsComeWholeInTimeOrderAndStreamedAsHeld)
+{
+    const PersonPlan plan = PlanPerson(scenario_);
+    std::map<TraceKind, size_t> counts;
+    for (size_t i = 0; i < trace_.events.size(); ++i) {
+        const TraceEvent& event = trace_.events[i];
+        ++counts[event.kind];
+        if (i > 0 && event.timeMs == trace_.events[i - 1].timeMs && KindGroup(event.kind) >= 0) {
+            EXPECT_GE(KindGroup(event.kind), KindGroup(trace_.events[i - 1].kind)) << TraceEventToJson(event);
+        }
+        if (i > 0) {
+            ASSERT_GE(event.timeMs, trace_.events[i - 1].timeMs) << TraceEventToJson(event);
+        }
+    }
+    EXPECT_EQ(counts[TraceKind::SCREEN_ON], plan.sessions.size());
+    EXPECT_EQ(counts[TraceKind::POWER_CONNECTED], plan.charges.size());
+    EXPECT_EQ(counts[TraceKind::NOTIFICATION], plan.notices.size());
+    EXPECT_EQ(counts[TraceKind::NEXT_ALARM], plan.alarms.size() + 1);
+    EXPECT_LT(trace_.events.back().timeMs, trace_.endMs);
+
+    const Trace streamed = GenerateStreamedTrace(scenario_);
+    EXPECT_TRUE(streamed.events.empty());
+    for (int visit = 0; visit < 2; ++visit) {
+        size_t index = 0;
+        streamed.ForEachEvent([&](const TraceEvent& event) {
+            ASSERT_LT(index, trace_.events.size());
+            EXPECT_EQ(TraceEventToJson(event), TraceEventToJson(trace_.events[index++]));
+        });
+        EXPECT_EQ(index, trace_.events.size());
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(People, TraceGeneratorTest,
