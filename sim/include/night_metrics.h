@@ -143,7 +143,7 @@ RunMetrics MergeMetrics(const std::vector<RunMetrics>& parts);
 // Field names are stable; see "Reading the metrics" in the README.
 std::string MetricsToJson(const RunMetrics& metrics);
 // One night of metrics.json, as its line there holds it.
-std::string NightRecordToJson(const NightRecord& night);
+nlohmann::ordered_json NightRecordJson(const NightRecord& night);
 // The same text written to `out` a night at a time.
 void WriteMetricsJson(const RunMetrics& metrics, std::ostream& out);
 // Reads metrics.json text back (the nights' facts; scores and summary are recomputed). On failure

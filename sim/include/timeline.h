@@ -33,17 +33,16 @@ inline const std::string TIMELINE_DUMP = "dump";                 // dump words a
 //
 // By default every line is held in memory. StreamTo writes the lines to a file during the run
 // instead: lines wait in a small time-ordered buffer until FlushBefore says that the run's clock
-// has passed them, and only the lines a caller asks to keep stay in memory. A line that arrives
+// has passed them, and are then written, shown to the observer and not held. A line that arrives
 // for a time already flushed (the wall clock was set back) is held apart and merged into its place
 // when the stream is finished, so the file stays in time order.
 class Timeline {
 public:
-    using KeepFilter = std::function<bool(const TimelineLine&)>;
     using LineObserver = std::function<void(const TimelineLine&)>;
 
-    // Starts writing to `path` (replacing it); only lines for which `keep` is true stay in memory
-    // for Lines(). False when the file cannot be created.
-    bool StreamTo(const std::string& path, KeepFilter keep);
+    // Starts writing to `path` (replacing it); lines written there are no longer held for Lines().
+    // False when the file cannot be created.
+    bool StreamTo(const std::string& path);
     // Shows `observer` each streamed line as it is written, in the order of writing (under the
     // timeline's lock: it must not call back into the timeline).
     void ObserveWrittenLines(LineObserver observer);
@@ -56,7 +55,7 @@ public:
     // After FinishStream: whether the file holds the written lines in the order they were written
     // (no late line had to be merged into its place).
     bool WrittenInOrder() const;
-    // In time order: every line, or when streaming, the kept ones.
+    // In time order: every line, or when streaming, the ones still waiting to be written.
     std::vector<TimelineLine> Lines() const;
     // Writes Lines() to `path` (replacing it), one JSON object per line; false on an I/O error.
     bool WriteJsonLines(const std::string& path) const;
@@ -73,12 +72,11 @@ private:
 
     mutable std::mutex mutex_;
     std::multimap<OrderKey, TimelineLine> pending_; // equal keys keep their order of insertion
-    std::vector<TimelineLine> kept_;
+    std::vector<TimelineLine> held_; // the lines of a timeline that is not streamed
     int64_t horizon_ = INT64_MIN; // every line before it has been released
     std::vector<std::pair<OrderKey, std::string>> late_;
     std::string path_;
     std::ofstream out_;
-    KeepFilter keep_;
     LineObserver observer_;
     bool lateLinesMerged_ = false;
 };

@@ -227,7 +227,9 @@ Json RuleNightJson(const NightRecord& night, size_t rule)
     return json;
 }
 
-Json NightJson(const NightRecord& night)
+} // namespace
+
+Json NightRecordJson(const NightRecord& night)
 {
     Json rules;
     for (size_t rule = 0; rule < kRuleCount; ++rule) {
@@ -239,6 +241,8 @@ Json NightJson(const NightRecord& night)
         {"wakeLockMs", night.wakeLockMs >= 0 ? Json(night.wakeLockMs) : Json(nullptr)}, {"trainings", night.trainings},
         {"rules", rules}};
 }
+
+namespace {
 
 Json GroupJson(const GroupSummary& group)
 {
@@ -584,10 +588,6 @@ RunMetrics MergeMetrics(const std::vector<RunMetrics>& parts)
     return Finish(std::move(nights));
 }
 
-std::string NightRecordToJson(const NightRecord& night)
-{
-    return NightJson(night).dump();
-}
 
 void WriteMetricsJson(const RunMetrics& metrics, std::ostream& out)
 {
@@ -599,7 +599,7 @@ void WriteMetricsJson(const RunMetrics& metrics, std::ostream& out)
     out << "{\"version\":" << kMetricsVersion << ",\n\"rules\":" << rules.dump()
         << ",\n\"persons\":" << PersonsJson(metrics.summary.persons).dump() << ",\n\"nights\":[";
     for (size_t i = 0; i < metrics.nights.size(); ++i) {
-        out << (i == 0 ? "\n" : ",\n") << NightRecordToJson(metrics.nights[i]);
+        out << (i == 0 ? "\n" : ",\n") << NightRecordJson(metrics.nights[i]).dump();
     }
     out << "],\n\"summary\":" << SummaryJson(metrics.summary).dump(2) << "}\n";
 }

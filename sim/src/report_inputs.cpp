@@ -365,7 +365,7 @@ void ReadRunMetrics(RunRecord& record)
     ReadMetricsNights(record, [&record](const std::map<std::string, ReportNight*>& byDate) {
         const std::vector<std::string> rules = MetricsRules(MetricsJson());
         for (const NightRecord& night : record.runMetrics->nights) {
-            const MetricsJson entry = MetricsJson::parse(NightRecordToJson(night));
+            const MetricsJson entry = NightRecordJson(night);
             AddMetricsNight(ReadMetricsNight(entry, rules), byDate, record);
         }
     });

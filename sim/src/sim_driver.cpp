@@ -114,7 +114,7 @@ private:
         // Absolute, as the phone's paths are: the preferences service refuses relative paths.
         Emulator::SetDataRoot(std::filesystem::absolute(OutPath(DATA_DIR)).string());
         if (!StartTraceFile() ||
-            !timeline_.StreamTo(OutPath(TIMELINE_FILE), [](const TimelineLine&) { return false; })) {
+            !timeline_.StreamTo(OutPath(TIMELINE_FILE))) {
             error = "cannot write the outputs into '" + options_.outDir + "'";
             return false;
         }

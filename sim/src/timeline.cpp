@@ -59,11 +59,10 @@ void Timeline::SortByTime(std::vector<TimelineLine>& lines)
         lines.begin(), lines.end(), [](const TimelineLine& a, const TimelineLine& b) { return KeyOf(a) < KeyOf(b); });
 }
 
-bool Timeline::StreamTo(const std::string& path, KeepFilter keep)
+bool Timeline::StreamTo(const std::string& path)
 {
     std::lock_guard<std::mutex> lock(mutex_);
     path_ = path;
-    keep_ = std::move(keep);
     out_.open(path, std::ios::binary | std::ios::trunc);
     return out_.is_open();
 }
@@ -88,9 +87,8 @@ void Timeline::Add(int64_t timeMs, const std::string& type, TimelineLine fields)
     }
     if (out_.is_open()) {
         late_.emplace_back(key, line.dump());
-    }
-    if (!keep_ || keep_(line)) {
-        kept_.push_back(std::move(line));
+    } else {
+        held_.push_back(std::move(line));
     }
 }
 
@@ -107,14 +105,13 @@ void Timeline::FlushBefore(int64_t timeMs)
 
 void Timeline::Release(TimelineLine&& line)
 {
-    if (out_.is_open()) {
-        out_ << line.dump() << '\n';
-        if (observer_) {
-            observer_(line);
-        }
+    if (!out_.is_open()) {
+        held_.push_back(std::move(line));
+        return;
     }
-    if (!keep_ || keep_(line)) {
-        kept_.push_back(std::move(line));
+    out_ << line.dump() << '\n';
+    if (observer_) {
+        observer_(line);
     }
 }
 
@@ -173,7 +170,7 @@ std::vector<TimelineLine> Timeline::Lines() const
     std::vector<TimelineLine> lines;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        lines = kept_;
+        lines = held_;
         for (const auto& [key, line] : pending_) {
             lines.push_back(line);
         }

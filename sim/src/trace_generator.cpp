@@ -325,6 +325,16 @@ private:
     bool moving_ = true;
 };
 
+// A trace of the plan's span and nights, without its events yet.
+Trace TraceFrame(const PersonPlan& plan)
+{
+    Trace trace;
+    trace.startMs = plan.startMs;
+    trace.endMs = plan.endMs;
+    trace.nights = plan.nights;
+    return trace;
+}
+
 } // namespace
 
 void VisitPlanEvents(const Scenario& scenario, PersonPlan plan, const TraceEventVisitor& visit)
@@ -334,10 +344,7 @@ void VisitPlanEvents(const Scenario& scenario, PersonPlan plan, const TraceEvent
 
 Trace BuildTrace(const Scenario& scenario, PersonPlan plan)
 {
-    Trace trace;
-    trace.startMs = plan.startMs;
-    trace.endMs = plan.endMs;
-    trace.nights = plan.nights;
+    Trace trace = TraceFrame(plan);
     VisitPlanEvents(scenario, std::move(plan), [&trace](const TraceEvent& event) { trace.events.push_back(event); });
     return trace;
 }
@@ -354,11 +361,7 @@ Trace GenerateStreamedTrace(const Scenario& scenario)
     if (!scenario.faults.empty()) {
         return GenerateTrace(scenario);
     }
-    const PersonPlan plan = PlanPerson(scenario);
-    Trace trace;
-    trace.startMs = plan.startMs;
-    trace.endMs = plan.endMs;
-    trace.nights = plan.nights;
+    Trace trace = TraceFrame(PlanPerson(scenario));
     trace.generate = [scenario](
                          const TraceEventVisitor& visit) { VisitPlanEvents(scenario, PlanPerson(scenario), visit); };
     return trace;
