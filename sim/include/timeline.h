@@ -77,6 +77,7 @@ private:
     std::vector<std::pair<OrderKey, std::string>> late_;
     std::string path_;
     std::ofstream out_;
+    std::string text_; // the line being written, its capacity kept from line to line
     LineObserver observer_;
     bool lateLinesMerged_ = false;
 };

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <variant>
 
+#include "json_text.h"
 #include "local_calendar.h"
 
 namespace OHOS::Sim {
@@ -30,16 +31,26 @@ struct ParamJson {
     TimelineLine operator()(const std::string& value) const { return value; }
 };
 
+std::string LineText(const TimelineLine& line)
+{
+    std::string text;
+    Emulator::AppendJsonText(line, text);
+    return text;
+}
+
 } // namespace
 
 TimelineLine WantTimelineJson(const AAFwk::Want& want)
 {
     bool ascii = IsAscii(want.GetAction());
+    // The Want's keys are unique and sorted: each is appended, with no search for an equal one.
     TimelineLine params = TimelineLine::object();
+    auto& members = params.get_ref<TimelineLine::object_t&>();
+    members.reserve(want.GetParams().size());
     for (const auto& [key, value] : want.GetParams()) {
         ascii = ascii && IsAscii(key) &&
                 (!std::holds_alternative<std::string>(value) || IsAscii(std::get<std::string>(value)));
-        params[key] = std::visit(ParamJson(), value);
+        members.emplace_back(key, std::visit(ParamJson(), value));
     }
     if (!ascii) {
         return TimelineLine::parse(want.ToJson());
@@ -75,9 +86,15 @@ void Timeline::ObserveWrittenLines(LineObserver observer)
 
 void Timeline::Add(int64_t timeMs, const std::string& type, TimelineLine fields)
 {
-    TimelineLine line{{"t", timeMs}, {"time", FormatLocalTime(timeMs)}, {"type", type}};
-    for (auto it = fields.begin(); it != fields.end(); ++it) {
-        line[it.key()] = std::move(*it);
+    // Room for every member first: growing the object would copy the members it holds.
+    TimelineLine line = TimelineLine::object();
+    auto& members = line.get_ref<TimelineLine::object_t&>();
+    members.reserve(3 + fields.size());
+    members.emplace_back("t", timeMs);
+    members.emplace_back("time", FormatLocalTime(timeMs));
+    members.emplace_back("type", type);
+    for (auto& [name, value] : fields.get_ref<TimelineLine::object_t&>()) {
+        line[name] = std::move(value);
     }
     const OrderKey key = KeyOf(line);
     std::lock_guard<std::mutex> lock(mutex_);
@@ -86,7 +103,7 @@ void Timeline::Add(int64_t timeMs, const std::string& type, TimelineLine fields)
         return;
     }
     if (out_.is_open()) {
-        late_.emplace_back(key, line.dump());
+        late_.emplace_back(key, LineText(line));
     } else {
         held_.push_back(std::move(line));
     }
@@ -109,7 +126,10 @@ void Timeline::Release(TimelineLine&& line)
         held_.push_back(std::move(line));
         return;
     }
-    out_ << line.dump() << '\n';
+    text_.clear();
+    Emulator::AppendJsonText(line, text_);
+    text_ += '\n';
+    out_.write(text_.data(), static_cast<std::streamsize>(text_.size()));
     if (observer_) {
         observer_(line);
     }
@@ -188,7 +208,7 @@ bool WriteTimelineLines(const std::vector<TimelineLine>& lines, const std::strin
 {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     for (const TimelineLine& line : lines) {
-        out << line.dump() << '\n';
+        out << LineText(line) << '\n';
     }
     out.flush();
     return static_cast<bool>(out);

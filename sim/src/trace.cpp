@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "json_text.h"
 #include "scenario.h"
 
 namespace OHOS::Sim {
@@ -20,8 +21,8 @@ public:
     void Add(const char* key, int64_t value) { Key(key) += std::to_string(value); }
     void Add(const char* key, bool value) { Key(key) += value ? "true" : "false"; }
     // Numbers with a fraction, texts: as the JSON library writes them (shortest exact form, escapes).
-    void Add(const char* key, double value) { Key(key) += Json(value).dump(); }
-    void Add(const char* key, const std::string& value) { Key(key) += Json(value).dump(); }
+    void Add(const char* key, double value) { Emulator::AppendJsonNumber(value, Key(key)); }
+    void Add(const char* key, const std::string& value) { Emulator::AppendJsonString(value, Key(key)); }
     std::string Finish() { return std::move(text_ += '}'); }
 
 private:

@@ -11,6 +11,7 @@
 
 #include "call_fault.h"
 #include "data_root.h"
+#include "json_text.h"
 #include "time_service_client.h"
 
 namespace OHOS::Emulator {
@@ -93,10 +94,14 @@ HeldEventFile& EventFile()
 std::string EventLine(const SysEventRecord& record)
 {
     std::string line = "{\"time\":" + std::to_string(record.timeMs);
-    line.append(",\"domain\":").append(nlohmann::ordered_json(record.domain).dump());
-    line.append(",\"name\":").append(nlohmann::ordered_json(record.name).dump());
+    line.append(",\"domain\":");
+    AppendJsonString(record.domain, line);
+    line.append(",\"name\":");
+    AppendJsonString(record.name, line);
     line.append(",\"type\":").append(std::to_string(record.type));
-    line.append(",\"params\":").append(record.params.dump()).append("}\n");
+    line.append(",\"params\":");
+    AppendJsonText(record.params, line);
+    line.append("}\n");
     return line;
 }
 
