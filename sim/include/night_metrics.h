@@ -137,7 +137,7 @@ RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, cons
 // The metrics of several runs as one: the nights of all inputs, persons in name order (a person's
 // nights keep their order), scores and summary recomputed. Merging the parts of a population in any
 // grouping gives the same result as merging its persons one by one.
-RunMetrics MergeMetrics(const std::vector<RunMetrics>& parts);
+RunMetrics MergeMetrics(std::vector<RunMetrics> parts);
 
 // metrics.json text: {"version":1, "rules":[...], "persons":[...], "nights":[...], "summary":{...}}.
 // Field names are stable; see "Reading the metrics" in the README.
@@ -151,6 +151,18 @@ void WriteMetricsJson(const RunMetrics& metrics, std::ostream& out);
 bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& error);
 // The same from metrics.json already parsed.
 bool MetricsFromJson(const nlohmann::ordered_json& json, RunMetrics& metrics, std::string& error);
+
+// MetricsFromJson for a file read a night at a time: each entry of "nights" as it is read, then
+// the rest of the file (its "nights" holding them or emptied of them: only its kind is checked).
+class MetricsJsonReader {
+public:
+    void AddNight(const nlohmann::ordered_json& entry);
+    bool Finish(const nlohmann::ordered_json& rest, RunMetrics& metrics, std::string& error);
+
+private:
+    std::vector<NightRecord> nights_;
+    std::string nightError_; // the first bad night's
+};
 
 // One line of a group's summary table: what it shows and its text for each rule (missed nights,
 // every score as "median / p90", nights with each state).

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <map>
 #include <memory>
@@ -148,6 +149,13 @@ struct MetricsNight {
     std::map<std::string, const MetricsJson*> rules;
 };
 std::vector<MetricsNight> MetricsNights(const MetricsJson& metrics);
+// Reads metrics.json a night at a time: each object of its "nights" array is passed to `eachNight`
+// as soon as it is read and is not kept, so a population's file is never held whole; `rest` is
+// the file without them. False with an error naming the file when it is missing or malformed.
+bool ReadMetricsFileByNight(const std::string& path, MetricsJson& rest,
+    const std::function<void(const MetricsJson& night)>& eachNight, std::string& error);
+// A night of metrics.json with the object of every rule it holds, whichever rules the file lists.
+MetricsNight MetricsNightWithEveryRule(const MetricsJson& entry);
 // A rule object's scores: the numeric field whose name mentions "onset" and the one mentioning
 // "coverage"; missed when the rule has no asleep span (or no onset latency).
 RuleScores ScoresOf(const MetricsJson& rule);

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "night_metrics.h"
 #include "report_inputs.h"
 
 namespace OHOS::Sim {
@@ -16,6 +17,8 @@ std::string FormatNumber(double value);
 // The summary of metrics.json as the text summary's tables (after the first week, first week): a row
 // per measure, a column per rule; a note naming the problem when metrics.json cannot be read.
 std::string SummaryTable(const MetricsJson& metrics);
+// The same from a file read a night at a time: the nights given to `reader`, then the rest.
+std::string SummaryTable(MetricsJsonReader& reader, const MetricsJson& rest);
 // The same from metrics already read.
 std::string SummaryTable(const MetricsSummary& summary);
 

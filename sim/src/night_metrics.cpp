@@ -577,11 +577,14 @@ RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, cons
     return Finish(std::move(nights));
 }
 
-RunMetrics MergeMetrics(const std::vector<RunMetrics>& parts)
+RunMetrics MergeMetrics(std::vector<RunMetrics> parts)
 {
     std::vector<NightRecord> nights;
-    for (const RunMetrics& part : parts) {
-        nights.insert(nights.end(), part.nights.begin(), part.nights.end());
+    for (RunMetrics& part : parts) {
+        nights.insert(nights.end(), std::make_move_iterator(part.nights.begin()),
+            std::make_move_iterator(part.nights.end()));
+        part.nights.clear();
+        part.nights.shrink_to_fit();
     }
     std::stable_sort(
         nights.begin(), nights.end(), [](const NightRecord& a, const NightRecord& b) { return a.person < b.person; });
@@ -623,25 +626,48 @@ bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& 
 
 bool MetricsFromJson(const Json& json, RunMetrics& metrics, std::string& error)
 {
+    MetricsJsonReader reader;
+    const Json* list = json.is_object() && json.contains("nights") ? &json["nights"] : nullptr;
+    if (list != nullptr && list->is_array()) {
+        for (const Json& entry : *list) {
+            reader.AddNight(entry);
+        }
+    }
+    return reader.Finish(json, metrics, error);
+}
+
+void MetricsJsonReader::AddNight(const Json& entry)
+{
+    if (!nightError_.empty()) {
+        return;
+    }
+    const std::string where = "metrics.nights[" + std::to_string(nights_.size()) + "]";
+    NightRecord night = ReadNight(entry, where, nightError_);
+    if (nightError_.empty()) {
+        nights_.push_back(std::move(night));
+    }
+}
+
+bool MetricsJsonReader::Finish(const Json& rest, RunMetrics& metrics, std::string& error)
+{
     error.clear();
-    FieldReader reader(json, "metrics", error);
+    FieldReader reader(rest, "metrics", error);
     const int64_t version = reader.Integer("version");
     if (error.empty() && version != kMetricsVersion) {
         error = "metrics.version " + std::to_string(version) + " is not supported (expected " +
                 std::to_string(kMetricsVersion) + ")";
     }
     const Json* list = reader.Find("nights");
-    if (list != nullptr && !list->is_array()) {
+    if (error.empty() && list != nullptr && !list->is_array()) {
         error = "metrics.nights must be a list";
     }
-    std::vector<NightRecord> nights;
-    for (size_t i = 0; error.empty() && i < list->size(); ++i) {
-        nights.push_back(ReadNight((*list)[i], "metrics.nights[" + std::to_string(i) + "]", error));
+    if (error.empty()) {
+        error = nightError_;
     }
     if (!error.empty()) {
         return false;
     }
-    metrics = Finish(std::move(nights));
+    metrics = ::OHOS::Sim::Finish(std::move(nights_));
     return true;
 }
 

@@ -152,33 +152,57 @@ struct PersonRow {
     }
 };
 
-std::vector<PersonRow> PersonRows(const std::string& dir, const Json& metrics, Tallies& all)
-{
-    std::map<std::string, PersonRow> rows;
-    for (const std::string& name : PopulationPersons(dir)) {
-        rows[name].name = name;
-        std::error_code ec;
-        rows[name].hasPage =
-            std::filesystem::is_regular_file(dir + "/" + PERSONS_DIR + "/" + name + "/" + REPORT_FILE, ec);
+// Tallies of every person and of everyone, by rule, read a night at a time from metrics.json.
+class PersonTallies {
+public:
+    explicit PersonTallies(const std::string& dir)
+    {
+        for (const std::string& name : PopulationPersons(dir)) {
+            rows_[name].name = name;
+            std::error_code ec;
+            rows_[name].hasPage =
+                std::filesystem::is_regular_file(dir + "/" + PERSONS_DIR + "/" + name + "/" + REPORT_FILE, ec);
+        }
     }
-    for (const MetricsNight& night : MetricsNights(metrics)) {
-        PersonRow& row = rows[night.person];
+
+    // Every rule the night holds is tallied: the file may list its rules after its nights.
+    void Add(const Json& entry)
+    {
+        const MetricsNight night = MetricsNightWithEveryRule(entry);
+        PersonRow& row = rows_[night.person];
         row.name = night.person;
         for (const auto& [rule, values] : night.rules) {
             const RuleScores scores = ScoresOf(*values);
             row.tallies[rule].Add(scores);
-            all[rule].Add(scores);
+            all_[rule].Add(scores);
         }
     }
-    std::vector<PersonRow> sorted;
-    for (auto& [name, row] : rows) {
-        sorted.push_back(std::move(row));
+
+    // The rows, worst first, and the tallies of everyone, of the listed rules only.
+    std::vector<PersonRow> Rows(const std::vector<std::string>& rules, Tallies& all)
+    {
+        const auto keepListed = [&rules](Tallies& tallies) {
+            for (auto it = tallies.begin(); it != tallies.end();) {
+                it = std::find(rules.begin(), rules.end(), it->first) == rules.end() ? tallies.erase(it) : ++it;
+            }
+        };
+        keepListed(all_);
+        all = std::move(all_);
+        std::vector<PersonRow> sorted;
+        for (auto& [name, row] : rows_) {
+            keepListed(row.tallies);
+            sorted.push_back(std::move(row));
+        }
+        std::stable_sort(sorted.begin(), sorted.end(), [](const PersonRow& a, const PersonRow& b) {
+            return a.WorstKey() != b.WorstKey() ? a.WorstKey() < b.WorstKey() : a.Missed() > b.Missed();
+        });
+        return sorted;
     }
-    std::stable_sort(sorted.begin(), sorted.end(), [](const PersonRow& a, const PersonRow& b) {
-        return a.WorstKey() != b.WorstKey() ? a.WorstKey() < b.WorstKey() : a.Missed() > b.Missed();
-    });
-    return sorted;
-}
+
+private:
+    std::map<std::string, PersonRow> rows_;
+    Tallies all_;
+};
 
 std::string PersonsTable(const std::vector<PersonRow>& rows, const std::vector<std::string>& rules)
 {
@@ -233,16 +257,21 @@ std::vector<std::string> PopulationPersons(const std::string& dir)
 bool WritePopulationReport(const std::string& dir, std::string& error)
 {
     Json metrics;
-    const std::string metricsPath = dir + "/metrics.json";
-    if (!ReadJsonFile(metricsPath, metrics, error)) {
+    PersonTallies tallies(dir);
+    MetricsJsonReader summary;
+    const auto readNight = [&tallies, &summary](const Json& night) {
+        tallies.Add(night);
+        summary.AddNight(night);
+    };
+    if (!ReadMetricsFileByNight(dir + "/metrics.json", metrics, readNight, error)) {
         return false;
     }
     const std::vector<std::string> rules = MetricsRules(metrics);
     Tallies all;
-    const std::vector<PersonRow> rows = PersonRows(dir, metrics, all);
+    const std::vector<PersonRow> rows = tallies.Rows(rules, all);
     std::string html = PageHead("Sleep report: population of " + std::to_string(rows.size()));
     html += "<h1>Sleep report: " + std::to_string(rows.size()) + " persons</h1>\n<h2>Metrics</h2>\n" +
-            SummaryTable(metrics);
+            SummaryTable(summary, metrics);
     for (const Histogram* histogram : {&OnsetHistogram(), &CoverageHistogram()}) {
         html += "<h2>" + EscapeHtml(histogram->title) + "</h2>\n" +
                 HistogramSvg(*histogram, all, rules, histogram == &OnsetHistogram());

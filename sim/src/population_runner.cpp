@@ -382,9 +382,10 @@ bool GatherMetrics(
         }
         all.push_back(std::move(metrics));
     }
-    const RunMetrics merged = MergeMetrics(all);
+    const RunMetrics merged = MergeMetrics(std::move(all));
     summary = FormatMetricsSummary(merged);
-    return WriteTextFileAtomically(outDir + "/" + METRICS_FILE, MetricsToJson(merged), error) &&
+    return WriteFileAtomically(
+               outDir + "/" + METRICS_FILE, [&merged](std::ostream& out) { WriteMetricsJson(merged, out); }, error) &&
            WriteTextFileAtomically(outDir + "/" + SUMMARY_FILE, summary, error);
 }
 

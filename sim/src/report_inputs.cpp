@@ -301,6 +301,12 @@ void AppendAsleep(const MetricsJson& rule, std::vector<TimeSpan>& spans)
 }
 
 // One night object of metrics.json, tolerant of where it keeps its rules.
+// Where a night keeps its rules' objects: its "rules" object, or the night itself.
+const MetricsJson& RulesHolder(const MetricsJson& entry)
+{
+    return entry.contains("rules") && entry["rules"].is_object() ? entry["rules"] : entry;
+}
+
 MetricsNight ReadMetricsNight(const MetricsJson& entry, const std::vector<std::string>& rules)
 {
     MetricsNight night;
@@ -309,7 +315,7 @@ MetricsNight ReadMetricsNight(const MetricsJson& entry, const std::vector<std::s
     if (night.night.empty()) {
         night.night = StringField(entry, "date");
     }
-    const MetricsJson& holder = entry.contains("rules") && entry["rules"].is_object() ? entry["rules"] : entry;
+    const MetricsJson& holder = RulesHolder(entry);
     for (const std::string& rule : rules) {
         if (holder.contains(rule) && holder[rule].is_object()) {
             night.rules[rule] = &holder[rule];
@@ -491,6 +497,49 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
         ReadMetrics(record);
     }
     return true;
+}
+
+bool ReadMetricsFileByNight(const std::string& path, MetricsJson& rest,
+    const std::function<void(const MetricsJson& night)>& eachNight, std::string& error)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        error = "cannot read '" + path + "'" + (FileExists(path) ? "" : ": no such file");
+        return false;
+    }
+    using Event = MetricsJson::parse_event_t;
+    bool nightsKey = false;   // the top object's member being parsed is "nights"
+    bool nightsArray = false; // ... and it is an array: its objects are nights
+    const MetricsJson::parser_callback_t takeNights = [&](int depth, Event event, MetricsJson& parsed) {
+        if (depth == 1 && event == Event::key) {
+            nightsKey = parsed == "nights";
+            nightsArray = false;
+        } else if (depth == 1 && event == Event::array_start) {
+            nightsArray = nightsKey;
+        } else if (nightsArray && depth == 2 && event == Event::object_end) {
+            eachNight(parsed);
+            return false; // not kept
+        }
+        return true;
+    };
+    rest = MetricsJson::parse(in, takeNights, false);
+    if (rest.is_discarded()) {
+        error = "'" + path + "' is not valid JSON";
+        return false;
+    }
+    return true;
+}
+
+MetricsNight MetricsNightWithEveryRule(const MetricsJson& entry)
+{
+    std::vector<std::string> rules;
+    const MetricsJson& holder = RulesHolder(entry);
+    for (auto it = holder.begin(); it != holder.end(); ++it) {
+        if (it->is_object()) {
+            rules.push_back(it.key());
+        }
+    }
+    return ReadMetricsNight(entry, rules);
 }
 
 std::vector<MetricsNight> MetricsNights(const MetricsJson& metrics)

@@ -57,6 +57,11 @@ std::string GroupTableHtml(const std::string& title, const GroupSummary& group)
            StatsCell(FormatStats(group.wakeLockSec, 0)) + "</td></tr></table>\n";
 }
 
+std::string UnreadMetricsNote(const std::string& error)
+{
+    return "<p class=\"note\">metrics.json cannot be read: " + EscapeHtml(error) + "</p>\n";
+}
+
 } // namespace
 
 std::string PageHead(const std::string& title)
@@ -86,10 +91,16 @@ std::string SummaryTable(const Json& metricsJson)
 {
     RunMetrics metrics;
     std::string error;
-    if (!MetricsFromJson(metricsJson, metrics, error)) {
-        return "<p class=\"note\">metrics.json cannot be read: " + EscapeHtml(error) + "</p>\n";
-    }
-    return SummaryTable(metrics.summary);
+    const bool read = MetricsFromJson(metricsJson, metrics, error);
+    return read ? SummaryTable(metrics.summary) : UnreadMetricsNote(error);
+}
+
+std::string SummaryTable(MetricsJsonReader& reader, const Json& rest)
+{
+    RunMetrics metrics;
+    std::string error;
+    const bool read = reader.Finish(rest, metrics, error);
+    return read ? SummaryTable(metrics.summary) : UnreadMetricsNote(error);
 }
 
 std::string SummaryTable(const MetricsSummary& summary)

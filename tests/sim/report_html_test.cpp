@@ -366,6 +366,42 @@ TEST_F(ReportHtmlTest, PopulationPageListsPersonsWorstFirstWithLinks)
     EXPECT_NE(personPage.find("href=\"../../report.html\""), std::string::npos);
 }
 
+// A population's metrics.json is read a night at a time: only the objects of the top "nights" list
+// are handed out (not a "nights" member elsewhere, nor one that is not a list), and the rest of the
+// file is kept as it stands.
+TEST_F(ReportHtmlTest, MetricsFileIsReadANightAtATime)
+{
+    struct Case {
+        const char* text;
+        std::vector<std::string> nights; // the persons of the nights handed out, in order
+        const char* rest;
+    };
+    const std::vector<Case> cases = {
+        {R"({"version":1,"nights":[{"person":"a","sub":{"x":1}},7,{"person":"b"}],"summary":{"nights":[{"n":1}]}})",
+            {"a", "b"}, R"({"version":1,"nights":[7],"summary":{"nights":[{"n":1}]}})"},
+        {R"({"nights":{"one":{"person":"a"}},"rules":["plugin"]})", {},
+            R"({"nights":{"one":{"person":"a"}},"rules":["plugin"]})"},
+        {R"({"rules":[{"person":"r"}],"nights":[]})", {}, R"({"rules":[{"person":"r"}],"nights":[]})"},
+    };
+    for (const Case& c : cases) {
+        const std::string path = dir_ + "/metrics.json";
+        std::ofstream(path) << c.text;
+        std::vector<std::string> persons;
+        Json rest;
+        std::string error;
+        ASSERT_TRUE(ReadMetricsFileByNight(
+            path, rest, [&persons](const Json& night) { persons.push_back(night.value("person", "")); }, error))
+            << error;
+        EXPECT_EQ(persons, c.nights) << c.text;
+        EXPECT_EQ(rest.dump(), c.rest);
+    }
+    std::ofstream(dir_ + "/metrics.json") << R"({"nights":[{"person":"a"})";
+    std::string error;
+    Json rest;
+    EXPECT_FALSE(ReadMetricsFileByNight(dir_ + "/metrics.json", rest, [](const Json&) {}, error));
+    EXPECT_NE(error.find("metrics.json' is not valid JSON"), std::string::npos) << error;
+}
+
 TEST_F(ReportHtmlTest, MissingOrBadFilesAreNamed)
 {
     struct Case {
