@@ -390,21 +390,29 @@ void ReadScenario(const std::string& dir, RunRecord& record)
     }
 }
 
-} // namespace
-
-bool ReadJsonFile(const std::string& path, MetricsJson& value, std::string& error)
+// Parses a JSON file, `callback` (may be empty) deciding what is kept; false with an error naming
+// the file when it is missing or malformed.
+bool ParseJsonFile(const std::string& path, const MetricsJson::parser_callback_t& callback, MetricsJson& value,
+    std::string& error)
 {
     std::ifstream in(path, std::ios::binary);
     if (!in) {
         error = "cannot read '" + path + "'" + (FileExists(path) ? "" : ": no such file");
         return false;
     }
-    value = MetricsJson::parse(in, nullptr, false);
+    value = MetricsJson::parse(in, callback, false);
     if (value.is_discarded()) {
         error = "'" + path + "' is not valid JSON";
         return false;
     }
     return true;
+}
+
+} // namespace
+
+bool ReadJsonFile(const std::string& path, MetricsJson& value, std::string& error)
+{
+    return ParseJsonFile(path, nullptr, value, error);
 }
 
 struct RunDigest::Parts {
@@ -502,11 +510,6 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
 bool ReadMetricsFileByNight(const std::string& path, MetricsJson& rest,
     const std::function<void(const MetricsJson& night)>& eachNight, std::string& error)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        error = "cannot read '" + path + "'" + (FileExists(path) ? "" : ": no such file");
-        return false;
-    }
     using Event = MetricsJson::parse_event_t;
     bool nightsKey = false;   // the top object's member being parsed is "nights"
     bool nightsArray = false; // ... and it is an array: its objects are nights
@@ -522,12 +525,7 @@ bool ReadMetricsFileByNight(const std::string& path, MetricsJson& rest,
         }
         return true;
     };
-    rest = MetricsJson::parse(in, takeNights, false);
-    if (rest.is_discarded()) {
-        error = "'" + path + "' is not valid JSON";
-        return false;
-    }
-    return true;
+    return ParseJsonFile(path, takeNights, rest, error);
 }
 
 MetricsNight MetricsNightWithEveryRule(const MetricsJson& entry)
