@@ -40,61 +40,49 @@ protected:
 private:
     // The one step everything is built on: run what is due, then move the clock to the next due
     // time (or the target), until the target is reached.
+    //
+    // Background work (a training thread) settles before each task and before the runner returns, so
+    // it never runs alongside a task or the driver: what both write comes in one order on every run.
+    // The wait in force when the call starts serves the whole call. Each task is destroyed before
+    // the next one is taken. Nothing waits on this runner, so whether a task is running is not
+    // recorded.
     void RunUntilNs(int64_t targetNs)
     {
+        const std::function<void()> waitForQuiescence = QuiescenceWait();
         for (;;) {
-            RunTasksDueNow();
+            if (waitForQuiescence) {
+                waitForQuiescence();
+            }
+            std::optional<int64_t> nextDueNs;
+            if (std::optional<TaskQueue::Task> task = TakeDueTask(nextDueNs)) {
+                task->callback();
+                continue;
+            }
             const int64_t now = NowNs();
             if (now >= targetNs) {
                 return;
             }
-            std::optional<int64_t> nextDue = NextDueNs();
-            if (nextDue && *nextDue <= NowNs()) {
-                continue;
-            }
-            const int64_t stopNs = nextDue ? std::min(*nextDue, targetNs) : targetNs;
-            clock_->AdvanceMs(CeilToMs(stopNs - NowNs()));
+            const int64_t stopNs = nextDueNs ? std::min(*nextDueNs, targetNs) : targetNs;
+            clock_->AdvanceMs(CeilToMs(stopNs - now));
         }
     }
 
-    // Background work (a training thread) settles before each task and before the runner returns, so
-    // it never runs alongside a task or the driver: what both write comes in one order on every run.
-    // Each task is destroyed before the next one is taken. Nothing waits on this runner, so whether
-    // a task is running is not recorded.
-    void RunTasksDueNow()
-    {
-        for (;;) {
-            WaitForQuiescence();
-            std::optional<TaskQueue::Task> task = PopDue();
-            if (!task) {
-                return;
-            }
-            task->callback();
-        }
-    }
-
-    std::optional<TaskQueue::Task> PopDue()
+    // The first task when it is due now; otherwise none, and `nextDueNs` says when the next one
+    // falls due (empty when nothing is pending). One lock for both answers.
+    std::optional<TaskQueue::Task> TakeDueTask(std::optional<int64_t>& nextDueNs)
     {
         std::lock_guard<std::mutex> lock(state_->mutex);
-        return state_->queue.PopDue(NowNs());
+        std::optional<TaskQueue::Task> task = state_->queue.PopDue(NowNs());
+        if (!task) {
+            nextDueNs = state_->queue.NextDueNs();
+        }
+        return task;
     }
 
-    std::optional<int64_t> NextDueNs() const
+    std::function<void()> QuiescenceWait() const
     {
         std::lock_guard<std::mutex> lock(state_->mutex);
-        return state_->queue.NextDueNs();
-    }
-
-    void WaitForQuiescence()
-    {
-        std::function<void()> wait;
-        {
-            std::lock_guard<std::mutex> lock(state_->mutex);
-            wait = state_->quiescenceWait;
-        }
-        if (wait) {
-            wait();
-        }
+        return state_->quiescenceWait;
     }
 
     std::shared_ptr<VirtualClock> clock_;
