@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -48,6 +49,10 @@ public:
     void ObserveWrittenLines(LineObserver observer);
     // `fields` (an object) follow "t", "time" and "type"; taken by value so that they are moved.
     void Add(int64_t timeMs, const std::string& type, TimelineLine fields);
+    // The same for fields the caller has written as JSON text already (`fieldsText`: each member
+    // as ',"name":value'), for lines too frequent to build as JSON. Observers see "t", "time",
+    // "type" and `observed` (an object), not the whole line: the fields they read.
+    void AddWritten(int64_t timeMs, const std::string& type, std::string fieldsText, TimelineLine observed);
     // No line for a time before `timeMs` is expected any more: writes out the buffered ones.
     void FlushBefore(int64_t timeMs);
     // Writes what is left and closes the stream; false on an I/O error at any point of the stream.
@@ -61,17 +66,27 @@ public:
     bool WriteJsonLines(const std::string& path) const;
 
 private:
+    // A line waiting to be written: what its observers see and, for a line added written, the
+    // text of its fields.
+    struct Entry {
+        TimelineLine line;
+        std::optional<std::string> fieldsText;
+    };
     // Time order: the time, then system events after the others.
     using OrderKey = std::pair<int64_t, bool>;
     static OrderKey KeyOf(const TimelineLine& line);
     // Stable: lines of equal keys keep their order.
     static void SortByTime(std::vector<TimelineLine>& lines);
 
-    void Release(TimelineLine&& line);
+    static TimelineLine LineHead(int64_t timeMs, const std::string& type, size_t fieldCount);
+    static void AppendEntryText(const Entry& entry, std::string& out);
+    static TimelineLine WholeLine(const Entry& entry); // the line as its text reads back
+    void Enqueue(Entry&& entry);
+    void Release(Entry&& entry);
     bool MergeLateLines();
 
     mutable std::mutex mutex_;
-    std::multimap<OrderKey, TimelineLine> pending_; // equal keys keep their order of insertion
+    std::multimap<OrderKey, Entry> pending_; // equal keys keep their order of insertion
     std::vector<TimelineLine> held_; // the lines of a timeline that is not streamed
     int64_t horizon_ = INT64_MIN; // every line before it has been released
     std::vector<std::pair<OrderKey, std::string>> late_;
@@ -85,6 +100,9 @@ private:
 // The Want as a timeline line holds it: exactly what its JSON text (Want::ToJson) parses back to,
 // built without writing and parsing the text when the Want's texts are ASCII.
 TimelineLine WantTimelineJson(const AAFwk::Want& want);
+
+// Appends the text WantTimelineJson(want) is written as, without building it.
+void AppendWantText(const AAFwk::Want& want, std::string& out);
 
 // Writes `lines` to `path` (replacing it), one JSON object per line; false on an I/O error.
 bool WriteTimelineLines(const std::vector<TimelineLine>& lines, const std::string& path);

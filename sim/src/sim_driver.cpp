@@ -14,6 +14,7 @@
 #include "event_handler.h"
 #include "hilog.h"
 #include "hisysevent.h"
+#include "json_text.h"
 #include "notification_helper.h"
 #include "os_account_manager.h"
 #include "parameters.h"
@@ -172,10 +173,7 @@ private:
         host_ = StandbyServiceImpl::GetInstance();
         host_->Reset();
         host_->SetHandler(handler_);
-        host_->SetMessageObserver([this](const StandbyMessage& message) {
-            timeline_.Add(clock_->WallTimeMs(), TIMELINE_HOST_MESSAGE,
-                {{"id", message.eventId}, {"action", message.action}, {"want", WantJson(message.want)}});
-        });
+        host_->SetMessageObserver([this](const StandbyMessage& message) { AddHostMessage(message); });
         Emulator::SimulatedPhone::GetInstance().Reset();
         Emulator::SimulatedPhone::GetInstance().SetEventHandler(handler_);
         Emulator::NotificationCenter::GetInstance().Reset();
@@ -190,6 +188,25 @@ private:
                     {"params", record.params}});
         });
         SubscribeCommonEvents();
+    }
+
+    // A message for the plug-in, one of the timeline's most frequent lines: written as text, with
+    // the want shown to the timeline's readers only for a finished training (the one they read).
+    void AddHostMessage(const StandbyMessage& message)
+    {
+        std::string text = ",\"id\":" + std::to_string(message.eventId) + ",\"action\":";
+        Emulator::AppendJsonString(message.action, text);
+        text += ",\"want\":";
+        if (message.want) {
+            AppendWantText(*message.want, text);
+        } else {
+            text += "null";
+        }
+        TimelineLine observed{{"id", message.eventId}, {"action", message.action}};
+        if (message.eventId == TRAINING_FINISHED_MESSAGE) {
+            observed["want"] = WantJson(message.want);
+        }
+        timeline_.AddWritten(clock_->WallTimeMs(), TIMELINE_HOST_MESSAGE, std::move(text), std::move(observed));
     }
 
     // Records every published event; a second subscriber without permissions tells whether the

@@ -31,6 +31,31 @@ struct ParamJson {
     TimelineLine operator()(const std::string& value) const { return value; }
 };
 
+// The same parameter written as that JSON text.
+struct ParamText {
+    std::string& out;
+    void operator()(bool value) const { out += value ? "true" : "false"; }
+    void operator()(int32_t value) const { out += std::to_string(value); }
+    void operator()(int64_t value) const { out += std::to_string(value); }
+    void operator()(float value) const { Emulator::AppendJsonNumber(static_cast<double>(value), out); }
+    void operator()(double value) const { Emulator::AppendJsonNumber(value, out); }
+    void operator()(const std::string& value) const { Emulator::AppendJsonString(value, out); }
+};
+
+// Whether the Want's action, keys and texts are ASCII: then its JSON is built here instead of
+// parsed from its own text.
+bool IsAsciiWant(const AAFwk::Want& want)
+{
+    if (!IsAscii(want.GetAction())) {
+        return false;
+    }
+    return std::all_of(want.GetParams().begin(), want.GetParams().end(), [](const auto& entry) {
+        const auto& [key, value] = entry;
+        return IsAscii(key) &&
+               (!std::holds_alternative<std::string>(value) || IsAscii(std::get<std::string>(value)));
+    });
+}
+
 std::string LineText(const TimelineLine& line)
 {
     std::string text;
@@ -42,20 +67,39 @@ std::string LineText(const TimelineLine& line)
 
 TimelineLine WantTimelineJson(const AAFwk::Want& want)
 {
-    bool ascii = IsAscii(want.GetAction());
+    if (!IsAsciiWant(want)) {
+        return TimelineLine::parse(want.ToJson());
+    }
     // The Want's keys are unique and sorted: each is appended, with no search for an equal one.
     TimelineLine params = TimelineLine::object();
     auto& members = params.get_ref<TimelineLine::object_t&>();
     members.reserve(want.GetParams().size());
     for (const auto& [key, value] : want.GetParams()) {
-        ascii = ascii && IsAscii(key) &&
-                (!std::holds_alternative<std::string>(value) || IsAscii(std::get<std::string>(value)));
         members.emplace_back(key, std::visit(ParamJson(), value));
     }
-    if (!ascii) {
-        return TimelineLine::parse(want.ToJson());
-    }
     return TimelineLine{{"action", want.GetAction()}, {"params", std::move(params)}};
+}
+
+void AppendWantText(const AAFwk::Want& want, std::string& out)
+{
+    if (!IsAsciiWant(want)) {
+        Emulator::AppendJsonText(WantTimelineJson(want), out);
+        return;
+    }
+    out += "{\"action\":";
+    Emulator::AppendJsonString(want.GetAction(), out);
+    out += ",\"params\":{";
+    bool first = true;
+    for (const auto& [key, value] : want.GetParams()) {
+        if (!first) {
+            out += ',';
+        }
+        first = false;
+        Emulator::AppendJsonString(key, out);
+        out += ':';
+        std::visit(ParamText{out}, value);
+    }
+    out += "}}";
 }
 
 Timeline::OrderKey Timeline::KeyOf(const TimelineLine& line)
@@ -84,29 +128,78 @@ void Timeline::ObserveWrittenLines(LineObserver observer)
     observer_ = std::move(observer);
 }
 
-void Timeline::Add(int64_t timeMs, const std::string& type, TimelineLine fields)
+TimelineLine Timeline::LineHead(int64_t timeMs, const std::string& type, size_t fieldCount)
 {
     // Room for every member first: growing the object would copy the members it holds.
     TimelineLine line = TimelineLine::object();
     auto& members = line.get_ref<TimelineLine::object_t&>();
-    members.reserve(3 + fields.size());
+    members.reserve(3 + fieldCount);
     members.emplace_back("t", timeMs);
     members.emplace_back("time", FormatLocalTime(timeMs));
     members.emplace_back("type", type);
+    return line;
+}
+
+void Timeline::Add(int64_t timeMs, const std::string& type, TimelineLine fields)
+{
+    TimelineLine line = LineHead(timeMs, type, fields.size());
     for (auto& [name, value] : fields.get_ref<TimelineLine::object_t&>()) {
         line[name] = std::move(value);
     }
-    const OrderKey key = KeyOf(line);
+    Enqueue(Entry{std::move(line), std::nullopt});
+}
+
+void Timeline::AddWritten(int64_t timeMs, const std::string& type, std::string fieldsText, TimelineLine observed)
+{
+    TimelineLine line = LineHead(timeMs, type, observed.size());
+    for (auto& [name, value] : observed.get_ref<TimelineLine::object_t&>()) {
+        line[name] = std::move(value);
+    }
+    Enqueue(Entry{std::move(line), std::move(fieldsText)});
+}
+
+void Timeline::Enqueue(Entry&& entry)
+{
+    const OrderKey key = KeyOf(entry.line);
     std::lock_guard<std::mutex> lock(mutex_);
-    if (timeMs >= horizon_) {
-        pending_.emplace(key, std::move(line));
+    if (key.first >= horizon_) {
+        pending_.emplace(key, std::move(entry));
         return;
     }
     if (out_.is_open()) {
-        late_.emplace_back(key, LineText(line));
+        std::string text;
+        AppendEntryText(entry, text);
+        late_.emplace_back(key, std::move(text));
     } else {
-        held_.push_back(std::move(line));
+        held_.push_back(entry.fieldsText ? WholeLine(entry) : std::move(entry.line));
     }
+}
+
+void Timeline::AppendEntryText(const Entry& entry, std::string& out)
+{
+    if (!entry.fieldsText) {
+        Emulator::AppendJsonText(entry.line, out);
+        return;
+    }
+    // The head members as the whole line would write them, then the fields' own text.
+    out += "{\"t\":";
+    out += std::to_string(entry.line["t"].get<int64_t>());
+    out += ",\"time\":";
+    Emulator::AppendJsonString(entry.line["time"].get_ref<const std::string&>(), out);
+    out += ",\"type\":";
+    Emulator::AppendJsonString(entry.line["type"].get_ref<const std::string&>(), out);
+    out += *entry.fieldsText;
+    out += '}';
+}
+
+TimelineLine Timeline::WholeLine(const Entry& entry)
+{
+    if (!entry.fieldsText) {
+        return entry.line;
+    }
+    std::string text;
+    AppendEntryText(entry, text);
+    return TimelineLine::parse(text);
 }
 
 void Timeline::FlushBefore(int64_t timeMs)
@@ -120,18 +213,18 @@ void Timeline::FlushBefore(int64_t timeMs)
     pending_.erase(pending_.begin(), it);
 }
 
-void Timeline::Release(TimelineLine&& line)
+void Timeline::Release(Entry&& entry)
 {
     if (!out_.is_open()) {
-        held_.push_back(std::move(line));
+        held_.push_back(entry.fieldsText ? WholeLine(entry) : std::move(entry.line));
         return;
     }
     text_.clear();
-    Emulator::AppendJsonText(line, text_);
+    AppendEntryText(entry, text_);
     text_ += '\n';
     out_.write(text_.data(), static_cast<std::streamsize>(text_.size()));
     if (observer_) {
-        observer_(line);
+        observer_(entry.line);
     }
 }
 
@@ -191,8 +284,8 @@ std::vector<TimelineLine> Timeline::Lines() const
     {
         std::lock_guard<std::mutex> lock(mutex_);
         lines = held_;
-        for (const auto& [key, line] : pending_) {
-            lines.push_back(line);
+        for (const auto& [key, entry] : pending_) {
+            lines.push_back(WholeLine(entry));
         }
     }
     SortByTime(lines);

@@ -79,7 +79,12 @@ TEST_P(TimelineStreamTest, StreamedFileEqualsTheSortedTimelineAndHoldsNoWrittenL
             streamed.FlushBefore(step.timeMs);
             continue;
         }
-        streamed.Add(step.timeMs, step.type, {{"n", number}});
+        // Every other line of the streamed timeline comes as text; the held one builds them all.
+        if (number % 2 == 1) {
+            streamed.AddWritten(step.timeMs, step.type, ",\"n\":" + std::to_string(number), {{"n", number}});
+        } else {
+            streamed.Add(step.timeMs, step.type, {{"n", number}});
+        }
         held.Add(step.timeMs, step.type, {{"n", number}});
         ++number;
     }
@@ -110,6 +115,29 @@ TEST(TimelineOrderTest, SystemEventsFollowTheOtherLinesOfTheirTime)
         order.push_back(line["n"].get<int32_t>());
     }
     EXPECT_EQ(order, (std::vector<int32_t>{3, 2, 4, 1}));
+}
+
+// A line added as text reads back whole from a held timeline, and its observers see only the
+// fields given for them.
+TEST(TimelineOrderTest, ALineAddedAsTextIsWholeInTheFileAndObservedAsGiven)
+{
+    SetProcessTimeZone("UTC0");
+    const std::string fields = R"(,"id":7,"want":{"action":"a","params":{"x":1.5}})";
+    Timeline held;
+    held.AddWritten(5, TIMELINE_HOST_MESSAGE, fields, {{"id", 7}});
+    ASSERT_EQ(held.Lines().size(), 1u);
+    EXPECT_EQ(held.Lines()[0].dump(),
+        R"({"t":5,"time":"1970-01-01 00:00:00.005","type":"host_message","id":7,"want":{"action":"a","params":{"x":1.5}}})");
+    Emulator::ScopedDataRoot folder;
+    Timeline streamed;
+    ASSERT_TRUE(streamed.StreamTo(folder.Path() + "/timeline.jsonl"));
+    std::vector<TimelineLine> seen;
+    streamed.ObserveWrittenLines([&seen](const TimelineLine& line) { seen.push_back(line); });
+    streamed.AddWritten(5, TIMELINE_HOST_MESSAGE, fields, {{"id", 7}});
+    ASSERT_TRUE(streamed.FinishStream());
+    EXPECT_EQ(ReadFile(folder.Path() + "/timeline.jsonl"), held.Lines()[0].dump() + "\n");
+    ASSERT_EQ(seen.size(), 1u);
+    EXPECT_EQ(seen[0].dump(), R"({"t":5,"time":"1970-01-01 00:00:00.005","type":"host_message","id":7})");
 }
 
 TEST(TimelineOrderTest, AStreamThatCannotBeCreatedIsReported)
@@ -150,6 +178,9 @@ TEST_P(WantTimelineJsonTest, EqualsTheWantsJsonTextParsedBack)
     const TimelineLine built = WantTimelineJson(want);
     const TimelineLine parsed = TimelineLine::parse(want.ToJson());
     EXPECT_EQ(built.dump(), parsed.dump());
+    std::string text;
+    AppendWantText(want, text);
+    EXPECT_EQ(text, parsed.dump());
     ASSERT_TRUE(built["params"].is_object());
     for (const auto& [key, value] : parsed["params"].items()) {
         EXPECT_EQ(built["params"][key].type(), value.type()) << key;
