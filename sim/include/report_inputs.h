@@ -98,6 +98,12 @@ struct RunRecord {
     const RunMetrics* runMetrics = nullptr; // the metrics of a run that writes its own report
 };
 
+// The statistics event of each observation's key features (its record time and Bayes result).
+inline const std::string KEY_FEATURE_EVENT = "SLEEP_KEY_FEATURE";
+// Whether the report or the night summaries read the parameters of statistics events of this name
+// (the deep-sleep state reports and the key features); of the others they read nothing.
+bool IsReadSystemEvent(const std::string& name);
+
 // Whether the record has metrics, read from metrics.json or given by the run.
 bool HasMetrics(const RunRecord& record);
 

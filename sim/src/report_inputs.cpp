@@ -17,7 +17,6 @@ using Json = nlohmann::json;
 
 constexpr int32_t kObservationMessage = 2000;
 constexpr int32_t kDeepSleepReportType = 100;
-const std::string kKeyFeatureEvent = "SLEEP_KEY_FEATURE";
 
 bool FileExists(const std::string& path)
 {
@@ -250,7 +249,7 @@ private:
         if (name == POWER_BRAIN_STATE_EVENT && IntField(*params, "TYPE", 0) == kDeepSleepReportType &&
             IntField(*params, "VALUE", 0) < 0) {
             stopReasons_[t] = static_cast<int32_t>(IntField(*params, "VALUE", 0));
-        } else if (name == kKeyFeatureEvent) {
+        } else if (name == KEY_FEATURE_EVENT) {
             SetBayes(
                 IntField(*params, "RECORD_TIMESTAMP", -1), static_cast<int32_t>(IntField(*params, "BAYES_RESULT", -1)));
         }
@@ -453,6 +452,11 @@ void RunDigest::FinishInto(RunRecord& record)
     record.announcements = std::move(read.announcements);
     record.trainings = std::move(read.trainings);
     record.runMetrics = metrics_;
+}
+
+bool IsReadSystemEvent(const std::string& name)
+{
+    return name == POWER_BRAIN_STATE_EVENT || name == KEY_FEATURE_EVENT;
 }
 
 bool HasMetrics(const RunRecord& record)

@@ -182,11 +182,10 @@ private:
         Emulator::SystemParameters::GetInstance().SetListener([this](const Emulator::SystemParameters::Change& change) {
             timeline_.Add(change.wallTimeMs, TIMELINE_PARAMETER, {{"key", change.key}, {"value", change.value}});
         });
-        Emulator::SetSysEventListener([this](const Emulator::SysEventRecord& record) {
-            timeline_.Add(record.timeMs, TIMELINE_SYSTEM_EVENT,
-                {{"domain", record.domain}, {"name", record.name}, {"eventType", record.type},
-                    {"params", record.params}});
-        });
+        Emulator::SetSysEventListener(
+            [this](const Emulator::SysEventRecord& record, const std::string& paramsText) {
+                AddSystemEvent(record, paramsText);
+            });
         SubscribeCommonEvents();
     }
 
@@ -207,6 +206,22 @@ private:
             observed["want"] = WantJson(message.want);
         }
         timeline_.AddWritten(clock_->WallTimeMs(), TIMELINE_HOST_MESSAGE, std::move(text), std::move(observed));
+    }
+
+    // A statistics event, as the event file wrote it: its parameters' text is not made again, and
+    // the timeline's readers are shown the parameters only of the events they read.
+    void AddSystemEvent(const Emulator::SysEventRecord& record, const std::string& paramsText)
+    {
+        std::string text = ",\"domain\":";
+        Emulator::AppendJsonString(record.domain, text);
+        text += ",\"name\":";
+        Emulator::AppendJsonString(record.name, text);
+        text += ",\"eventType\":" + std::to_string(record.type) + ",\"params\":" + paramsText;
+        TimelineLine observed{{"domain", record.domain}, {"name", record.name}, {"eventType", record.type}};
+        if (IsReadSystemEvent(record.name)) {
+            observed["params"] = record.params;
+        }
+        timeline_.AddWritten(record.timeMs, TIMELINE_SYSTEM_EVENT, std::move(text), std::move(observed));
     }
 
     // Records every published event; a second subscriber without permissions tells whether the

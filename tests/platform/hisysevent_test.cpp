@@ -58,10 +58,17 @@ TEST_F(HiSysEventTest, WritesOneJsonLinePerEventWithTypedParamsInOrder)
 }
 
 // The file holds one compact JSON object per line, fields in a fixed order, texts escaped.
+// The listener is handed each event with its parameters' text exactly as the file holds it.
 TEST_F(HiSysEventTest, EventLinesAreCompactJsonInFieldOrder)
 {
+    std::vector<std::string> heard;
+    Emulator::SetSysEventListener([&heard](const Emulator::SysEventRecord& record, const std::string& paramsText) {
+        heard.push_back(record.name + " " + paramsText);
+    });
     ASSERT_EQ(HiSysEvent::Write("D\"Q", "N\\1", HiSysEvent::FAULT, "K", "a\nb", "L", int64_t{-2}), HiSysEvent::SUCCESS);
     ASSERT_EQ(HiSysEvent::Write(HiSysEvent::Domain::RSS, "E", HiSysEvent::SECURITY), HiSysEvent::SUCCESS);
+    Emulator::SetSysEventListener(nullptr);
+    EXPECT_EQ(heard, (std::vector<std::string>{R"(N\1 {"K":"a\nb","L":-2})", "E {}"}));
     const std::vector<std::string> expected = {
         R"({"time":1700000000000,"domain":"D\"Q","name":"N\\1","type":1,"params":{"K":"a\nb","L":-2}})",
         R"({"time":1700000000000,"domain":"RSS","name":"E","type":3,"params":{}})",

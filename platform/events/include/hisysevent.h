@@ -105,10 +105,11 @@ std::vector<SysEventRecord> ReadSysEvents(const std::string& eventName);
 void ClearSysEvents();
 // While true, every HiSysEvent::Write fails with ERR_WRITE_FAILED and writes nothing.
 void SetSysEventWriteFails(bool fails);
-// Calls `listener` with every event written from now on, right after it is written, on the writing
-// thread and in writing order (writers are serialised); nullptr for none. The listener must not
-// write or read events.
-void SetSysEventListener(std::function<void(const SysEventRecord&)> listener);
+// Calls `listener` with every event written from now on and its parameters' JSON text as the event
+// file holds it, right after it is written, on the writing thread and in writing order (writers
+// are serialised); nullptr for none. The listener must not write or read events.
+using SysEventListener = std::function<void(const SysEventRecord& record, const std::string& paramsText)>;
+void SetSysEventListener(SysEventListener listener);
 // Makes the nth write from now fail, and with `persistent` every later one; restarts the count.
 // nth <= 0 disarms.
 void FailNthSysEventWrite(int nth, bool persistent);

@@ -26,9 +26,9 @@ CallFault& WriteFault()
     return fault;
 }
 
-std::function<void(const SysEventRecord&)>& Listener()
+SysEventListener& Listener()
 {
-    static std::function<void(const SysEventRecord&)> listener;
+    static SysEventListener listener;
     return listener;
 }
 
@@ -91,7 +91,7 @@ HeldEventFile& EventFile()
 
 // The record as one line of the event file: the JSON object of the file's format, written field by
 // field so that the parameters are not copied into a whole event object first.
-std::string EventLine(const SysEventRecord& record)
+std::string EventLine(const SysEventRecord& record, const std::string& paramsText)
 {
     std::string line = "{\"time\":" + std::to_string(record.timeMs);
     line.append(",\"domain\":");
@@ -99,9 +99,7 @@ std::string EventLine(const SysEventRecord& record)
     line.append(",\"name\":");
     AppendJsonString(record.name, line);
     line.append(",\"type\":").append(std::to_string(record.type));
-    line.append(",\"params\":");
-    AppendJsonText(record.params, line);
-    line.append("}\n");
+    line.append(",\"params\":").append(paramsText).append("}\n");
     return line;
 }
 
@@ -158,7 +156,7 @@ void ClearSysEvents()
     std::remove(SysEventFilePath().c_str());
 }
 
-void SetSysEventListener(std::function<void(const SysEventRecord&)> listener)
+void SetSysEventListener(SysEventListener listener)
 {
     std::lock_guard<std::mutex> lock(FileMutex());
     Listener() = std::move(listener);
@@ -201,7 +199,9 @@ int32_t HiSysEvent::WriteEvent(
     }
     Emulator::SysEventRecord record{MiscServices::TimeServiceClient::GetInstance()->GetWallTimeMs(), domain,
         eventName, static_cast<int32_t>(type), std::move(params)};
-    const std::string line = Emulator::EventLine(record);
+    std::string paramsText;
+    Emulator::AppendJsonText(record.params, paramsText);
+    const std::string line = Emulator::EventLine(record, paramsText);
 
     std::lock_guard<std::mutex> lock(Emulator::FileMutex());
     const int fd = Emulator::EventFile().Descriptor();
@@ -212,7 +212,7 @@ int32_t HiSysEvent::WriteEvent(
         return ERR_WRITE_FAILED;
     }
     if (Emulator::Listener()) {
-        Emulator::Listener()(record);
+        Emulator::Listener()(record, paramsText);
     }
     return SUCCESS;
 }
