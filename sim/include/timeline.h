@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <fstream>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -100,6 +101,10 @@ private:
 // The Want as a timeline line holds it: exactly what its JSON text (Want::ToJson) parses back to,
 // built without writing and parsing the text when the Want's texts are ASCII.
 TimelineLine WantTimelineJson(const AAFwk::Want& want);
+
+// An object of these members in this order, built without the library's reading of nested
+// initializer lists (which costs more than the members themselves). Keys must be distinct.
+TimelineLine TimelineObject(std::initializer_list<std::pair<const char*, TimelineLine>> members);
 
 // Appends the text WantTimelineJson(want) is written as, without building it.
 void AppendWantText(const AAFwk::Want& want, std::string& out);

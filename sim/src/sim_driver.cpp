@@ -201,7 +201,7 @@ private:
         } else {
             text += "null";
         }
-        TimelineLine observed{{"id", message.eventId}, {"action", message.action}};
+        TimelineLine observed = TimelineObject({{"id", message.eventId}, {"action", message.action}});
         if (message.eventId == TRAINING_FINISHED_MESSAGE) {
             observed["want"] = WantJson(message.want);
         }
@@ -217,7 +217,8 @@ private:
         text += ",\"name\":";
         Emulator::AppendJsonString(record.name, text);
         text += ",\"eventType\":" + std::to_string(record.type) + ",\"params\":" + paramsText;
-        TimelineLine observed{{"domain", record.domain}, {"name", record.name}, {"eventType", record.type}};
+        TimelineLine observed =
+            TimelineObject({{"domain", record.domain}, {"name", record.name}, {"eventType", record.type}});
         if (IsReadSystemEvent(record.name)) {
             observed["params"] = record.params;
         }

@@ -80,6 +80,17 @@ TimelineLine WantTimelineJson(const AAFwk::Want& want)
     return TimelineLine{{"action", want.GetAction()}, {"params", std::move(params)}};
 }
 
+TimelineLine TimelineObject(std::initializer_list<std::pair<const char*, TimelineLine>> members)
+{
+    TimelineLine object = TimelineLine::object();
+    auto& list = object.get_ref<TimelineLine::object_t&>();
+    list.reserve(members.size());
+    for (const auto& [key, value] : members) {
+        list.emplace_back(key, value);
+    }
+    return object;
+}
+
 void AppendWantText(const AAFwk::Want& want, std::string& out)
 {
     if (!IsAsciiWant(want)) {

@@ -138,6 +138,7 @@ TEST(TimelineOrderTest, ALineAddedAsTextIsWholeInTheFileAndObservedAsGiven)
     EXPECT_EQ(ReadFile(folder.Path() + "/timeline.jsonl"), held.Lines()[0].dump() + "\n");
     ASSERT_EQ(seen.size(), 1u);
     EXPECT_EQ(seen[0].dump(), R"({"t":5,"time":"1970-01-01 00:00:00.005","type":"host_message","id":7})");
+    EXPECT_EQ(TimelineObject({{"z", 1}, {"a", "x"}, {"m", nullptr}}).dump(), R"({"z":1,"a":"x","m":null})");
 }
 
 TEST(TimelineOrderTest, AStreamThatCannotBeCreatedIsReported)
