@@ -79,9 +79,10 @@ private:
     // Stable: lines of equal keys keep their order.
     static void SortByTime(std::vector<TimelineLine>& lines);
 
-    static TimelineLine LineHead(int64_t timeMs, const std::string& type, size_t fieldCount);
+    // "t", "time" and "type", then `fields` (an object) moved in.
+    static TimelineLine LineOf(int64_t timeMs, const std::string& type, TimelineLine&& fields);
     static void AppendEntryText(const Entry& entry, std::string& out);
-    static TimelineLine WholeLine(const Entry& entry); // the line as its text reads back
+    static TimelineLine WholeLine(Entry&& entry); // the whole line, as its text reads back
     void Enqueue(Entry&& entry);
     void Release(Entry&& entry);
     bool MergeLateLines();

@@ -139,34 +139,29 @@ void Timeline::ObserveWrittenLines(LineObserver observer)
     observer_ = std::move(observer);
 }
 
-TimelineLine Timeline::LineHead(int64_t timeMs, const std::string& type, size_t fieldCount)
+TimelineLine Timeline::LineOf(int64_t timeMs, const std::string& type, TimelineLine&& fields)
 {
     // Room for every member first: growing the object would copy the members it holds.
     TimelineLine line = TimelineLine::object();
     auto& members = line.get_ref<TimelineLine::object_t&>();
-    members.reserve(3 + fieldCount);
+    members.reserve(3 + fields.size());
     members.emplace_back("t", timeMs);
     members.emplace_back("time", FormatLocalTime(timeMs));
     members.emplace_back("type", type);
+    for (auto& [name, value] : fields.get_ref<TimelineLine::object_t&>()) {
+        line[name] = std::move(value);
+    }
     return line;
 }
 
 void Timeline::Add(int64_t timeMs, const std::string& type, TimelineLine fields)
 {
-    TimelineLine line = LineHead(timeMs, type, fields.size());
-    for (auto& [name, value] : fields.get_ref<TimelineLine::object_t&>()) {
-        line[name] = std::move(value);
-    }
-    Enqueue(Entry{std::move(line), std::nullopt});
+    Enqueue(Entry{LineOf(timeMs, type, std::move(fields)), std::nullopt});
 }
 
 void Timeline::AddWritten(int64_t timeMs, const std::string& type, std::string fieldsText, TimelineLine observed)
 {
-    TimelineLine line = LineHead(timeMs, type, observed.size());
-    for (auto& [name, value] : observed.get_ref<TimelineLine::object_t&>()) {
-        line[name] = std::move(value);
-    }
-    Enqueue(Entry{std::move(line), std::move(fieldsText)});
+    Enqueue(Entry{LineOf(timeMs, type, std::move(observed)), std::move(fieldsText)});
 }
 
 void Timeline::Enqueue(Entry&& entry)
@@ -182,7 +177,7 @@ void Timeline::Enqueue(Entry&& entry)
         AppendEntryText(entry, text);
         late_.emplace_back(key, std::move(text));
     } else {
-        held_.push_back(entry.fieldsText ? WholeLine(entry) : std::move(entry.line));
+        held_.push_back(WholeLine(std::move(entry)));
     }
 }
 
@@ -203,10 +198,10 @@ void Timeline::AppendEntryText(const Entry& entry, std::string& out)
     out += '}';
 }
 
-TimelineLine Timeline::WholeLine(const Entry& entry)
+TimelineLine Timeline::WholeLine(Entry&& entry)
 {
     if (!entry.fieldsText) {
-        return entry.line;
+        return std::move(entry.line);
     }
     std::string text;
     AppendEntryText(entry, text);
@@ -227,7 +222,7 @@ void Timeline::FlushBefore(int64_t timeMs)
 void Timeline::Release(Entry&& entry)
 {
     if (!out_.is_open()) {
-        held_.push_back(entry.fieldsText ? WholeLine(entry) : std::move(entry.line));
+        held_.push_back(WholeLine(std::move(entry)));
         return;
     }
     text_.clear();
@@ -296,7 +291,7 @@ std::vector<TimelineLine> Timeline::Lines() const
         std::lock_guard<std::mutex> lock(mutex_);
         lines = held_;
         for (const auto& [key, entry] : pending_) {
-            lines.push_back(WholeLine(entry));
+            lines.push_back(WholeLine(Entry(entry)));
         }
     }
     SortByTime(lines);
