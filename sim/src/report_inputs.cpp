@@ -299,13 +299,13 @@ void AppendAsleep(const MetricsJson& rule, std::vector<TimeSpan>& spans)
     }
 }
 
-// One night object of metrics.json, tolerant of where it keeps its rules.
 // Where a night keeps its rules' objects: its "rules" object, or the night itself.
 const MetricsJson& RulesHolder(const MetricsJson& entry)
 {
     return entry.contains("rules") && entry["rules"].is_object() ? entry["rules"] : entry;
 }
 
+// One night object of metrics.json, tolerant of where it keeps its rules.
 MetricsNight ReadMetricsNight(const MetricsJson& entry, const std::vector<std::string>& rules)
 {
     MetricsNight night;
