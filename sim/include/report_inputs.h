@@ -103,6 +103,9 @@ inline const std::string KEY_FEATURE_EVENT = "SLEEP_KEY_FEATURE";
 // Whether the report or the night summaries read the parameters of statistics events of this name
 // (the deep-sleep state reports and the key features); of the others they read nothing.
 bool IsReadSystemEvent(const std::string& name);
+// Whether they read the want of host messages of this id (finished trainings); of the others they
+// read only the id.
+bool IsReadMessageWant(int32_t messageId);
 
 // Whether the record has metrics, read from metrics.json or given by the run.
 bool HasMetrics(const RunRecord& record);

@@ -459,6 +459,11 @@ bool IsReadSystemEvent(const std::string& name)
     return name == POWER_BRAIN_STATE_EVENT || name == KEY_FEATURE_EVENT;
 }
 
+bool IsReadMessageWant(int32_t messageId)
+{
+    return messageId == TRAINING_FINISHED_MESSAGE;
+}
+
 bool HasMetrics(const RunRecord& record)
 {
     return !record.metrics.is_null() || record.runMetrics != nullptr;

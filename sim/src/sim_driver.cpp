@@ -114,8 +114,7 @@ private:
         }
         // Absolute, as the phone's paths are: the preferences service refuses relative paths.
         Emulator::SetDataRoot(std::filesystem::absolute(OutPath(DATA_DIR)).string());
-        if (!StartTraceFile() ||
-            !timeline_.StreamTo(OutPath(TIMELINE_FILE))) {
+        if (!StartTraceFile() || !timeline_.StreamTo(OutPath(TIMELINE_FILE))) {
             error = "cannot write the outputs into '" + options_.outDir + "'";
             return false;
         }
@@ -190,7 +189,7 @@ private:
     }
 
     // A message for the plug-in, one of the timeline's most frequent lines: written as text, with
-    // the want shown to the timeline's readers only for a finished training (the one they read).
+    // the timeline's readers shown its id and, when they read it, its want.
     void AddHostMessage(const StandbyMessage& message)
     {
         std::string text = ",\"id\":" + std::to_string(message.eventId) + ",\"action\":";
@@ -201,8 +200,8 @@ private:
         } else {
             text += "null";
         }
-        TimelineLine observed = TimelineObject({{"id", message.eventId}, {"action", message.action}});
-        if (message.eventId == TRAINING_FINISHED_MESSAGE) {
+        TimelineLine observed = TimelineObject({{"id", message.eventId}});
+        if (IsReadMessageWant(message.eventId)) {
             observed["want"] = WantJson(message.want);
         }
         timeline_.AddWritten(clock_->WallTimeMs(), TIMELINE_HOST_MESSAGE, std::move(text), std::move(observed));
