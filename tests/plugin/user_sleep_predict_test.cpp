@@ -300,7 +300,20 @@ INSTANTIATE_TEST_SUITE_P(KeepSleeping, DecisionTest,
             [](auto&, auto&, auto& c) { c.unlockTimestamp = c.timestamp - MINUTE_MS; }, 0},
         DecisionCase{"Moved", Keep, 2, 0, [](auto&, auto&, auto& c) { c.userMoveDuration = 5; }, 0},
         DecisionCase{
-            "TwoScreenOns", Keep, 2, 0, [](auto&, auto& l, auto& c) { c.screenOnCount = l.screenOnCount + 2; }, 0}),
+            "TwoScreenOns", Keep, 2, 0, [](auto&, auto& l, auto& c) { c.screenOnCount = l.screenOnCount + 2; }, 0},
+        // Counts from a tester's record at opposite ends of their range: the true increase decides.
+        DecisionCase{"ScreenOnCountFromLowestToHighest", Keep, 2, 0,
+            [](auto&, auto& l, auto& c) {
+                l.screenOnCount = INT32_MIN;
+                c.screenOnCount = INT32_MAX;
+            },
+            0},
+        DecisionCase{"ScreenOnCountFromHighestToLowest", Keep, 2, 0,
+            [](auto&, auto& l, auto& c) {
+                l.screenOnCount = INT32_MAX;
+                c.screenOnCount = INT32_MIN;
+            },
+            1}),
     [](const testing::TestParamInfo<DecisionCase>& info) { return info.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(BaselineTimeBands, DecisionTest,

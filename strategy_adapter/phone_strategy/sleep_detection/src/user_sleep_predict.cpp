@@ -248,9 +248,11 @@ bool UserSleepPredict::IsKeepUserSleeping(const SleepDataRecord& last, const Sle
     } else if (cur.lightDarkDuration <= last.lightDarkDuration) {
         return false;
     }
-    constexpr int32_t maxScreenOnIncrease = 2;
+    constexpr int64_t maxScreenOnIncrease = 2;
+    // The increase in 64 bits: counts from outside (a tester's record) may lie at opposite ends of
+    // the 32-bit range.
     return cur.unlockTimestamp == last.unlockTimestamp && cur.userMoveDuration <= 0 &&
-           cur.screenOnCount - last.screenOnCount < maxScreenOnIncrease;
+           static_cast<int64_t>(cur.screenOnCount) - last.screenOnCount < maxScreenOnIncrease;
 }
 
 bool UserSleepPredict::IsUserStatDurInvaild(int32_t stationary, int32_t lastStationaryStart) const
