@@ -234,6 +234,19 @@ bool SyncFolder(const std::string& folder)
     return synced;
 }
 
+// Puts the written temporary file in the place of `path` in one step. The two names are exchanged
+// and the old content then removed: a file renamed over another makes ext4 write the new content
+// out at once, which a store that does not sync should not pay for on every flush. A missing
+// target, or a file system that cannot exchange names, takes a plain rename.
+bool ReplaceWithTemporary(const std::string& tempPath, const std::string& path)
+{
+    if (renameat2(AT_FDCWD, tempPath.c_str(), AT_FDCWD, path.c_str(), RENAME_EXCHANGE) == 0) {
+        unlink(tempPath.c_str()); // the old content; left behind only if this fails
+        return true;
+    }
+    return rename(tempPath.c_str(), path.c_str()) == 0;
+}
+
 // Writes `content` to a fresh temporary file in the target's folder and syncs it; its path in
 // `tempPath`. False (with the temporary file removed) on any failure.
 bool WriteTemporaryFile(const std::string& path, const std::string& content, std::string& tempPath)
@@ -301,7 +314,7 @@ int WritePreferencesFile(const std::string& path, const PreferencesMap& values)
     if (!WriteTemporaryFile(path, RenderDocument(values), tempPath)) {
         return E_WRITE_FAILED;
     }
-    if (NextStepFails() || rename(tempPath.c_str(), path.c_str()) != 0) {
+    if (NextStepFails() || !ReplaceWithTemporary(tempPath, path)) {
         unlink(tempPath.c_str());
         return E_WRITE_FAILED;
     }
