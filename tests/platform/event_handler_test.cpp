@@ -179,37 +179,41 @@ TEST_F(VirtualEventHandlerTest, WorkPostedByOtherThreadsDuringQuiescenceRunsBefo
     EXPECT_EQ(doneWhenLaterRan, kThreads * kPostsPerThread);
 }
 
-// Background work a task starts finishes before the next task runs at the same moment, and before
-// the run call returns, so that what both write comes in the same order on every run.
+// Background work a task starts finishes before the next task runs, at the same moment or after the
+// clock has moved, and before the run call returns, so that what both write comes in the same order
+// on every run.
 TEST_F(VirtualEventHandlerTest, BackgroundWorkStartedByATaskSettlesBeforeTheNextTask)
 {
-    std::vector<std::string> order;
-    std::promise<void> release;
-    std::thread background;
-    handler_->SetQuiescenceWait([&] {
-        if (background.joinable()) {
+    for (int64_t secondTaskDelayMs : {0, 1}) {
+        std::vector<std::string> order;
+        std::promise<void> release;
+        std::thread background;
+        handler_->SetQuiescenceWait([&] {
+            if (background.joinable()) {
+                release.set_value();
+                background.join();
+            }
+        });
+        handler_->PostTask([&] {
+            order.push_back("first task");
+            background = std::thread([&order, released = release.get_future()] {
+                released.wait();
+                order.push_back("background");
+            });
+        });
+        handler_->PostTask([&] { order.push_back("second task"); }, "", secondTaskDelayMs);
+
+        handler_->FastForwardBy(secondTaskDelayMs);
+        const bool settledByTheRun = !background.joinable();
+        if (!settledByTheRun) {
             release.set_value();
             background.join();
         }
-    });
-    handler_->PostTask([&] {
-        order.push_back("first task");
-        background = std::thread([&order, released = release.get_future()] {
-            released.wait();
-            order.push_back("background");
-        });
-    });
-    handler_->PostTask([&] { order.push_back("second task"); });
 
-    handler_->RunUntilIdle();
-    const bool settledByTheRun = !background.joinable();
-    if (!settledByTheRun) {
-        release.set_value();
-        background.join();
+        EXPECT_TRUE(settledByTheRun) << "second task after " << secondTaskDelayMs << " ms";
+        EXPECT_EQ(order, (std::vector<std::string>{"first task", "background", "second task"}))
+            << "second task after " << secondTaskDelayMs << " ms";
     }
-
-    EXPECT_TRUE(settledByTheRun);
-    EXPECT_EQ(order, (std::vector<std::string>{"first task", "background", "second task"}));
 }
 
 TEST_F(VirtualEventHandlerTest, RemoveAllEventsDropsEveryPendingTaskAndWhatItHolds)

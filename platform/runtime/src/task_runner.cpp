@@ -43,19 +43,23 @@ private:
     //
     // Background work (a training thread) settles before each task and before the runner returns, so
     // it never runs alongside a task or the driver: what both write comes in one order on every run.
-    // The wait in force when the call starts serves the whole call. Each task is destroyed before
-    // the next one is taken. Nothing waits on this runner, so whether a task is running is not
-    // recorded.
+    // Only a task (or the driver, before the call) starts such work, so the wait follows the start of
+    // the call and each task, not each move of the clock. The wait in force when the call starts
+    // serves the whole call. Each task is destroyed before the next one is taken. Nothing waits on
+    // this runner, so whether a task is running is not recorded.
     void RunUntilNs(int64_t targetNs)
     {
         const std::function<void()> waitForQuiescence = QuiescenceWait();
+        bool settled = false;
         for (;;) {
-            if (waitForQuiescence) {
+            if (waitForQuiescence && !settled) {
                 waitForQuiescence();
+                settled = true;
             }
             std::optional<int64_t> nextDueNs;
             if (std::optional<TaskQueue::Task> task = TakeDueTask(nextDueNs)) {
                 task->callback();
+                settled = false;
                 continue;
             }
             const int64_t now = NowNs();
