@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <future>
@@ -9,6 +10,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "virtual_clock.h"
@@ -122,6 +124,57 @@ TEST_F(VirtualEventHandlerTest, RunningTasksPostTasksAndRemoveEveryPendingTaskOf
     EXPECT_EQ(handler_->PendingTaskCount(), 3u);
     handler_->FastForwardBy(50);
     EXPECT_EQ(ran_, (Labels{"first", "posted-now", "b", "unnamed", "posted-later"}));
+}
+
+// Many tasks posted in a scrambled order, some names removed before the run and by a running task
+// that posts more: the survivors run by due time, then priority, then posting order, whatever the
+// queue's layout.
+TEST_F(VirtualEventHandlerTest, ManyTasksRunInOrderAfterRemovalsBetweenRuns)
+{
+    struct Expected {
+        int64_t dueMs;
+        int priority;
+        int sequence;
+        std::string label;
+    };
+    const P priorities[] = {P::VIP, P::IMMEDIATE, P::HIGH, P::LOW, P::IDLE};
+    std::vector<Expected> survivors;
+    int sequence = 0;
+    auto postBatch = [&]() {
+        for (int i = 0; i < 60; ++i) {
+            const int64_t delayMs = (i * 37) % 23;
+            const int priority = (i * 7) % 5;
+            const std::string name = "n" + std::to_string(i % 6);
+            const std::string label = name + "#" + std::to_string(sequence);
+            Post(label, delayMs, priorities[priority], name);
+            if (name != "n2" && name != "n5") {
+                survivors.push_back({delayMs, priority, sequence, label});
+            }
+            ++sequence;
+        }
+    };
+    postBatch();
+    handler_->RemoveTask("n2");
+    handler_->PostTask([&] {
+        ran_.push_back("remover");
+        handler_->RemoveTask("n5");
+        postBatch(); // at the same moment: due times as in the first batch
+        handler_->RemoveTask("n2");
+        handler_->RemoveTask("n5");
+    }, "", 0, P::VIP);
+    survivors.push_back({0, 0, sequence++, "remover"});
+
+    handler_->FastForwardBy(30);
+
+    std::sort(survivors.begin(), survivors.end(), [](const Expected& a, const Expected& b) {
+        return std::tie(a.dueMs, a.priority, a.sequence) < std::tie(b.dueMs, b.priority, b.sequence);
+    });
+    Labels expected;
+    for (const Expected& task : survivors) {
+        expected.push_back(task.label);
+    }
+    EXPECT_EQ(ran_, expected);
+    EXPECT_EQ(handler_->PendingTaskCount(), 0u);
 }
 
 TEST_F(VirtualEventHandlerTest, TenSecondRepeatingTaskRunsExactlyOncePerPeriodOverADay)

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <thread>
+#include <tuple>
 
 #include "virtual_clock.h"
 
@@ -57,8 +58,8 @@ private:
                 settled = true;
             }
             std::optional<int64_t> nextDueNs;
-            if (std::optional<TaskQueue::Task> task = TakeDueTask(nextDueNs)) {
-                task->callback();
+            if (std::optional<TaskQueue::Callback> task = TakeDueTask(nextDueNs)) {
+                (*task)();
                 settled = false;
                 continue;
             }
@@ -73,10 +74,10 @@ private:
 
     // The first task when it is due now; otherwise none, and `nextDueNs` says when the next one
     // falls due (empty when nothing is pending). One lock for both answers.
-    std::optional<TaskQueue::Task> TakeDueTask(std::optional<int64_t>& nextDueNs)
+    std::optional<TaskQueue::Callback> TakeDueTask(std::optional<int64_t>& nextDueNs)
     {
         std::lock_guard<std::mutex> lock(state_->mutex);
-        std::optional<TaskQueue::Task> task = state_->queue.PopDue(NowNs());
+        std::optional<TaskQueue::Callback> task = state_->queue.PopDue(NowNs());
         if (!task) {
             nextDueNs = state_->queue.NextDueNs();
         }
@@ -145,10 +146,10 @@ private:
                 state.changed.wait_for(lock, std::chrono::nanoseconds(*nextDue - now));
                 continue;
             }
-            std::optional<TaskQueue::Task> task = state.queue.PopDue(now);
+            std::optional<TaskQueue::Callback> task = state.queue.PopDue(now);
             state.running = true;
             lock.unlock();
-            task->callback();
+            (*task)();
             task.reset();
             lock.lock();
             state.running = false;
@@ -161,60 +162,89 @@ private:
 
 } // namespace
 
-void TaskQueue::Push(int64_t dueNs, uint32_t priority, const std::string& name, std::function<void()> callback)
+bool TaskQueue::IsBefore(const Entry& a, const Entry& b)
 {
-    tasks_.emplace(Key(dueNs, priority, nextSequence_++), Task{name, std::move(callback)});
+    return std::tie(a.dueNs, a.priority, a.sequence) < std::tie(b.dueNs, b.priority, b.sequence);
 }
 
-std::vector<TaskQueue::Task> TaskQueue::RemoveNamed(const std::string& name)
+void TaskQueue::Push(int64_t dueNs, uint32_t priority, const std::string& name, Callback callback)
 {
-    std::vector<Task> removed;
-    if (name.empty()) {
-        return removed;
+    uint32_t slot = 0;
+    if (freeSlots_.empty()) {
+        slot = static_cast<uint32_t>(slots_.size());
+        slots_.emplace_back();
+    } else {
+        slot = freeSlots_.back();
+        freeSlots_.pop_back();
     }
-    for (auto it = tasks_.begin(); it != tasks_.end();) {
-        if (it->second.name == name) {
-            removed.push_back(std::move(it->second));
-            it = tasks_.erase(it);
-        } else {
-            ++it;
-        }
-    }
-    return removed;
+    slots_[slot].name.assign(name); // reuses the slot's buffer
+    slots_[slot].callback = std::move(callback);
+    heap_.push_back(Entry{dueNs, priority, slot, nextSequence_++});
+    std::push_heap(heap_.begin(), heap_.end(), IsAfter);
 }
 
-std::vector<TaskQueue::Task> TaskQueue::TakeAll()
+TaskQueue::Callback TaskQueue::Release(uint32_t slot)
 {
-    std::vector<Task> taken;
-    taken.reserve(tasks_.size());
-    for (auto& entry : tasks_) {
-        taken.push_back(std::move(entry.second));
+    Callback callback = std::move(slots_[slot].callback);
+    slots_[slot].callback = nullptr;
+    freeSlots_.push_back(slot);
+    return callback;
+}
+
+template <typename Matches> std::vector<TaskQueue::Callback> TaskQueue::Extract(Matches matches)
+{
+    auto firstTaken = std::partition(
+        heap_.begin(), heap_.end(), [this, &matches](const Entry& entry) { return !matches(slots_[entry.slot]); });
+    if (firstTaken == heap_.end()) {
+        return {};
     }
-    tasks_.clear();
+    std::sort(firstTaken, heap_.end(), IsBefore);
+    std::vector<Callback> taken;
+    taken.reserve(static_cast<size_t>(heap_.end() - firstTaken));
+    for (auto it = firstTaken; it != heap_.end(); ++it) {
+        taken.push_back(Release(it->slot));
+    }
+    heap_.erase(firstTaken, heap_.end());
+    std::make_heap(heap_.begin(), heap_.end(), IsAfter);
     return taken;
+}
+
+std::vector<TaskQueue::Callback> TaskQueue::RemoveNamed(const std::string& name)
+{
+    if (name.empty()) {
+        return {};
+    }
+    return Extract([&name](const Slot& slot) { return slot.name == name; });
+}
+
+std::vector<TaskQueue::Callback> TaskQueue::TakeAll()
+{
+    return Extract([](const Slot&) { return true; });
 }
 
 bool TaskQueue::HasNamed(const std::string& name) const
 {
-    return !name.empty() &&
-           std::any_of(tasks_.begin(), tasks_.end(), [&name](const auto& entry) { return entry.second.name == name; });
+    return !name.empty() && std::any_of(heap_.begin(), heap_.end(),
+                                [this, &name](const Entry& entry) { return slots_[entry.slot].name == name; });
 }
 
 std::optional<int64_t> TaskQueue::NextDueNs() const
 {
-    if (tasks_.empty()) {
+    if (heap_.empty()) {
         return std::nullopt;
     }
-    return std::get<0>(tasks_.begin()->first);
+    return heap_.front().dueNs;
 }
 
-std::optional<TaskQueue::Task> TaskQueue::PopDue(int64_t nowNs)
+std::optional<TaskQueue::Callback> TaskQueue::PopDue(int64_t nowNs)
 {
-    if (tasks_.empty() || std::get<0>(tasks_.begin()->first) > nowNs) {
+    if (heap_.empty() || heap_.front().dueNs > nowNs) {
         return std::nullopt;
     }
-    auto node = tasks_.extract(tasks_.begin());
-    return std::move(node.mapped());
+    std::pop_heap(heap_.begin(), heap_.end(), IsAfter);
+    const uint32_t slot = heap_.back().slot;
+    heap_.pop_back();
+    return Release(slot);
 }
 
 std::unique_ptr<TaskRunner> TaskRunner::CreateVirtual(std::shared_ptr<VirtualClock> clock)
@@ -245,7 +275,7 @@ bool TaskRunner::PostTask(std::function<void()> task, const std::string& name, i
 
 void TaskRunner::RemoveAllTasks()
 {
-    std::vector<TaskQueue::Task> removed;
+    std::vector<TaskQueue::Callback> removed;
     {
         std::lock_guard<std::mutex> lock(state_->mutex);
         removed = state_->queue.TakeAll();
@@ -255,7 +285,7 @@ void TaskRunner::RemoveAllTasks()
 
 void TaskRunner::RemoveTask(const std::string& name)
 {
-    std::vector<TaskQueue::Task> removed;
+    std::vector<TaskQueue::Callback> removed;
     {
         std::lock_guard<std::mutex> lock(state_->mutex);
         removed = state_->queue.RemoveNamed(name);

@@ -9,7 +9,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <tuple>
 #include <vector>
 
 namespace OHOS::Emulator {
@@ -18,27 +17,45 @@ class VirtualClock;
 
 // Pending tasks ordered by due time, then priority (lower first), then posting order.
 // Not synchronised: the owner locks.
+//
+// The plug-in posts a task every ten seconds of its loop, so a post and a take must be cheap: each
+// task lives in a slot that is used again once the task has run (its name's buffer with it), and
+// the order is kept by a binary heap of small entries that name the slots.
 class TaskQueue {
 public:
-    struct Task {
-        std::string name;
-        std::function<void()> callback;
-    };
-    void Push(int64_t dueNs, uint32_t priority, const std::string& name, std::function<void()> callback);
-    // Removes every task with this name (an empty name matches nothing) and hands them back, so
-    // the caller can destroy them after unlocking.
-    std::vector<Task> RemoveNamed(const std::string& name);
+    using Callback = std::function<void()>;
+    void Push(int64_t dueNs, uint32_t priority, const std::string& name, Callback callback);
+    // Removes every task with this name (an empty name matches nothing) and hands their callbacks
+    // back in queue order, so the caller can destroy them after unlocking.
+    std::vector<Callback> RemoveNamed(const std::string& name);
     bool HasNamed(const std::string& name) const;
-    size_t Size() const { return tasks_.size(); }
+    size_t Size() const { return heap_.size(); }
     std::optional<int64_t> NextDueNs() const;
-    // Takes the first task when it is due no later than nowNs.
-    std::optional<Task> PopDue(int64_t nowNs);
-    // Removes every task and hands them back, to be destroyed after unlocking.
-    std::vector<Task> TakeAll();
+    // Takes the first task's callback when the task is due no later than nowNs.
+    std::optional<Callback> PopDue(int64_t nowNs);
+    // Removes every task and hands their callbacks back, to be destroyed after unlocking.
+    std::vector<Callback> TakeAll();
 
 private:
-    using Key = std::tuple<int64_t, uint32_t, uint64_t>;
-    std::map<Key, Task> tasks_;
+    struct Slot {
+        std::string name;
+        Callback callback;
+    };
+    struct Entry {
+        int64_t dueNs;
+        uint32_t priority;
+        uint32_t slot;
+        uint64_t sequence;
+    };
+    static bool IsBefore(const Entry& a, const Entry& b);
+    static bool IsAfter(const Entry& a, const Entry& b) { return IsBefore(b, a); }
+    // Removes the tasks whose slots `matches` picks; their callbacks in queue order.
+    template <typename Matches> std::vector<Callback> Extract(Matches matches);
+    Callback Release(uint32_t slot);
+
+    std::vector<Slot> slots_;
+    std::vector<uint32_t> freeSlots_;
+    std::vector<Entry> heap_; // the first task in front
     uint64_t nextSequence_ = 0;
 };
 
