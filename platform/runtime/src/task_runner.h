@@ -51,6 +51,7 @@ private:
     static bool IsAfter(const Entry& a, const Entry& b) { return IsBefore(b, a); }
     // Removes the tasks whose slots `matches` picks; their callbacks in queue order.
     template <typename Matches> std::vector<Callback> Extract(Matches matches);
+    // Takes the slot's callback and frees the slot for the next post.
     Callback Release(uint32_t slot);
 
     std::vector<Slot> slots_;
