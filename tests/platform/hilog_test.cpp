@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
@@ -49,6 +50,9 @@ TEST(HiLogTest, RendersPublicValuesMasksPrivateOnesAndConsumesEveryArgument)
         {"[ab][  ab][a][]", Log("[%{public}s][%{public}4s][%{public}.1s][%{public}s]", "ab", "ab", "ab", "")},
         {"-1 255 -128 65535 +5 05", Log("%{public}hhd %{public}hhu %{public}hhi %{public}hu %{public}+d %{public}02d",
                                        255, 255, 128, 65535, 5, 5)},
+        {"wide 0.25 [ -7] 077 7 -2", Log("%{public}ls %{public}.2Lf [%{public}3jd] %{public}#qo %{public}td %{public}zd",
+                                         L"wide", 0.25L, static_cast<intmax_t>(-7), 077ULL, static_cast<ptrdiff_t>(7),
+                                         static_cast<ssize_t>(-2))},
     };
     ASSERT_EQ(capture.Records().size(), std::size(cases));
     for (size_t i = 0; i < std::size(cases); ++i) {
@@ -75,7 +79,8 @@ TEST(HiLogTest, LineNamesTheDomainInUpperCaseHex)
 TEST(HiLogTest, BadFormatsAreRefusedAndNotLogged)
 {
     LogCapture capture;
-    for (const char* format : {"%{public}k", "tail %", "%{public}", static_cast<const char*>(nullptr)}) {
+    for (const char* format : {"%{public}k", "tail %", "%{public}", "%{public}llld", "%{public}hhhd", "%{public}lLd",
+             static_cast<const char*>(nullptr)}) {
         EXPECT_EQ(Log(format, 1), -1) << (format == nullptr ? "null" : format);
     }
     EXPECT_TRUE(capture.Records().empty());

@@ -56,14 +56,40 @@ void CloseFileLocked(LogState& state)
     }
 }
 
-// One conversion of a format: "%" flags width precision length conversion, without the marker.
+// The length modifiers printf knows.
+enum class LengthModifier { NONE, HH, H, L, LL, CAPITAL_L, Q, J, Z, T };
+
+// One conversion of a format: flags, width, precision, length and conversion letter as they stand
+// in the format after "%" and any marker, read in place.
 struct Conversion {
-    std::string directive;
-    std::string length;
+    const char* spec = nullptr;
+    size_t specSize = 0;
+    size_t optionsSize = 0; // flags, width and precision
+    LengthModifier length = LengthModifier::NONE;
     char conversion = 0;
     bool isPublic = false;
     int starCount = 0;
+    // The conversion as printf reads it.
+    std::string Directive() const { return "%" + std::string(spec, specSize); }
 };
+
+// Reads the length modifier at `pos`; false when its letters make none that printf knows.
+bool ParseLength(const char* fmt, size_t& pos, LengthModifier& length)
+{
+    static const std::pair<const char*, LengthModifier> known[] = {{"", LengthModifier::NONE},
+        {"hh", LengthModifier::HH}, {"h", LengthModifier::H}, {"l", LengthModifier::L}, {"ll", LengthModifier::LL},
+        {"L", LengthModifier::CAPITAL_L}, {"q", LengthModifier::Q}, {"j", LengthModifier::J},
+        {"z", LengthModifier::Z}, {"t", LengthModifier::T}};
+    const size_t size = strspn(fmt + pos, "hlLqjzt");
+    for (const auto& [letters, modifier] : known) {
+        if (strlen(letters) == size && strncmp(fmt + pos, letters, size) == 0) {
+            length = modifier;
+            pos += size;
+            return true;
+        }
+    }
+    return false;
+}
 
 // Parses the conversion starting after '%' at `pos`; advances `pos` past it. Empty on a bad format.
 std::optional<Conversion> ParseConversion(const char* fmt, size_t& pos)
@@ -75,48 +101,46 @@ std::optional<Conversion> ParseConversion(const char* fmt, size_t& pos)
     } else if (strncmp(fmt + pos, kPrivateMarker, strlen(kPrivateMarker)) == 0) {
         pos += strlen(kPrivateMarker);
     }
-    conv.directive = "%";
+    const size_t specStart = pos;
     while (fmt[pos] != '\0' && strchr("-+ #0'", fmt[pos]) != nullptr) {
-        conv.directive += fmt[pos++];
+        ++pos;
     }
     auto takeNumberOrStar = [&]() {
         if (fmt[pos] == '*') {
-            conv.directive += fmt[pos++];
+            ++pos;
             conv.starCount++;
             return;
         }
         while (fmt[pos] >= '0' && fmt[pos] <= '9') {
-            conv.directive += fmt[pos++];
+            ++pos;
         }
     };
     takeNumberOrStar();
     if (fmt[pos] == '.') {
-        conv.directive += fmt[pos++];
+        ++pos;
         takeNumberOrStar();
     }
-    while (fmt[pos] != '\0' && strchr("hlLqjzt", fmt[pos]) != nullptr) {
-        conv.length += fmt[pos++];
-    }
-    static const std::vector<std::string> validLengths = {"", "hh", "h", "l", "ll", "L", "q", "j", "z", "t"};
-    if (std::find(validLengths.begin(), validLengths.end(), conv.length) == validLengths.end()) {
+    conv.optionsSize = pos - specStart;
+    if (!ParseLength(fmt, pos, conv.length)) {
         return std::nullopt;
     }
-    conv.directive += conv.length;
     if (fmt[pos] == '\0' || strchr("diouxXeEfFgGaAcsp", fmt[pos]) == nullptr) {
         return std::nullopt;
     }
     conv.conversion = fmt[pos++];
-    conv.directive += conv.conversion;
+    conv.spec = fmt + specStart;
+    conv.specSize = pos - specStart;
     return conv;
 }
 
-template <typename T> std::string FormatValue(const std::string& directive, const int* stars, int starCount, T value)
+template <typename T> std::string FormatValue(const Conversion& conv, const int* stars, T value)
 {
+    const std::string directive = conv.Directive();
     auto render = [&](char* out, size_t size) {
-        if (starCount == 0) {
+        if (conv.starCount == 0) {
             return snprintf(out, size, directive.c_str(), value);
         }
-        if (starCount == 1) {
+        if (conv.starCount == 1) {
             return snprintf(out, size, directive.c_str(), stars[0], value);
         }
         return snprintf(out, size, directive.c_str(), stars[0], stars[1], value);
@@ -140,8 +164,8 @@ template <typename T> std::string FormatValue(const std::string& directive, cons
 // log line.
 bool IsPlain(const Conversion& conv)
 {
-    const bool narrowed = conv.length.find('h') != std::string::npos;
-    return !narrowed && conv.directive.size() == conv.length.size() + 2;
+    const bool narrowed = conv.length == LengthModifier::H || conv.length == LengthModifier::HH;
+    return !narrowed && conv.optionsSize == 0;
 }
 
 bool IsPlainDecimal(const Conversion& conv)
@@ -153,7 +177,7 @@ bool IsPlainDecimal(const Conversion& conv)
 template <typename Integer> std::string FormatInteger(const Conversion& conv, const int* stars, Integer value)
 {
     if (!IsPlainDecimal(conv)) {
-        return FormatValue(conv.directive, stars, conv.starCount, value);
+        return FormatValue(conv, stars, value);
     }
     char text[24];
     return std::string(text, std::to_chars(text, text + sizeof(text), value).ptr);
@@ -161,55 +185,51 @@ template <typename Integer> std::string FormatInteger(const Conversion& conv, co
 
 std::string FormatSigned(const Conversion& conv, const int* stars, va_list* args)
 {
-    const std::string& len = conv.length;
-    if (len == "l") {
+    switch (conv.length) {
+    case LengthModifier::L:
         return FormatInteger(conv, stars, va_arg(*args, long));
-    }
-    if (len == "ll" || len == "q") {
+    case LengthModifier::LL:
+    case LengthModifier::Q:
         return FormatInteger(conv, stars, va_arg(*args, long long));
-    }
-    if (len == "j") {
+    case LengthModifier::J:
         return FormatInteger(conv, stars, va_arg(*args, intmax_t));
-    }
-    if (len == "z") {
+    case LengthModifier::Z:
         return FormatInteger(conv, stars, va_arg(*args, ssize_t));
-    }
-    if (len == "t") {
+    case LengthModifier::T:
         return FormatInteger(conv, stars, va_arg(*args, ptrdiff_t));
+    default:
+        return FormatInteger(conv, stars, va_arg(*args, int));
     }
-    return FormatInteger(conv, stars, va_arg(*args, int));
 }
 
 std::string FormatUnsigned(const Conversion& conv, const int* stars, va_list* args)
 {
-    const std::string& len = conv.length;
-    if (len == "l") {
+    switch (conv.length) {
+    case LengthModifier::L:
         return FormatInteger(conv, stars, va_arg(*args, unsigned long));
-    }
-    if (len == "ll" || len == "q") {
+    case LengthModifier::LL:
+    case LengthModifier::Q:
         return FormatInteger(conv, stars, va_arg(*args, unsigned long long));
-    }
-    if (len == "j") {
+    case LengthModifier::J:
         return FormatInteger(conv, stars, va_arg(*args, uintmax_t));
-    }
-    if (len == "z") {
+    case LengthModifier::Z:
         return FormatInteger(conv, stars, va_arg(*args, size_t));
-    }
-    if (len == "t") {
+    case LengthModifier::T:
         return FormatInteger(conv, stars, va_arg(*args, ptrdiff_t));
+    default:
+        return FormatInteger(conv, stars, va_arg(*args, unsigned int));
     }
-    return FormatInteger(conv, stars, va_arg(*args, unsigned int));
 }
 
 std::string FormatString(const Conversion& conv, const int* stars, va_list* args)
 {
-    if (conv.length == "l") {
+    if (conv.length == LengthModifier::L) {
         const wchar_t* text = va_arg(*args, const wchar_t*);
-        return FormatValue(conv.directive, stars, conv.starCount, text != nullptr ? text : L"(null)");
+        return FormatValue(conv, stars, text != nullptr ? text : L"(null)");
     }
     const char* text = va_arg(*args, const char*);
     text = text != nullptr ? text : "(null)";
-    return IsPlain(conv) ? std::string(text) : FormatValue(conv.directive, stars, conv.starCount, text);
+    return IsPlain(conv) ? std::string(text) : FormatValue(conv, stars, text);
 }
 
 // Consumes the conversion's arguments (star widths first) and renders the value.
@@ -229,16 +249,16 @@ std::string FormatConversion(const Conversion& conv, va_list* args)
     case 'X':
         return FormatUnsigned(conv, stars, args);
     case 'c':
-        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, int));
+        return FormatValue(conv, stars, va_arg(*args, int));
     case 's':
         return FormatString(conv, stars, args);
     case 'p':
-        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, void*));
+        return FormatValue(conv, stars, va_arg(*args, void*));
     default:
-        if (conv.length == "L") {
-            return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, long double));
+        if (conv.length == LengthModifier::CAPITAL_L) {
+            return FormatValue(conv, stars, va_arg(*args, long double));
         }
-        return FormatValue(conv.directive, stars, conv.starCount, va_arg(*args, double));
+        return FormatValue(conv, stars, va_arg(*args, double));
     }
 }
 
