@@ -1,7 +1,6 @@
 #include "hilog.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <cstdarg>
 #include <cstddef>
@@ -314,10 +313,14 @@ char LevelLetter(LogLevel level)
 // `value` in upper-case hexadecimal without leading zeros, as "%X" writes it.
 void AppendUpperHex(std::string& out, unsigned int value)
 {
+    constexpr unsigned int kBitsPerDigit = 4;
     char text[2 * sizeof(value)];
-    char* end = std::to_chars(text, text + sizeof(text), value, 16).ptr;
-    std::transform(text, end, text, [](char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); });
-    out.append(text, end);
+    char* begin = text + sizeof(text);
+    do {
+        *--begin = "0123456789ABCDEF"[value & 0xFU];
+        value >>= kBitsPerDigit;
+    } while (value != 0);
+    out.append(begin, text + sizeof(text));
 }
 
 // Length of a leading "[function:line] " prefix of `message`, or 0 when there is none.
@@ -377,10 +380,15 @@ std::string FormatLogLine(const LogRecord& record)
         return std::string(head) + record.tag + ": " + record.message;
     }
     // The same text without strftime: one per log line.
+    constexpr size_t kHeadBytes = 48; // date, time, level, domain and separators, and the caller's newline
     std::string line = DateTimeText(local, millis);
-    line.append(1, ' ').append(1, LevelLetter(record.level)).append(1, ' ');
+    line.reserve(kHeadBytes + record.tag.size() + record.message.size());
+    line += ' ';
+    line += LevelLetter(record.level);
+    line += ' ';
     AppendUpperHex(line, record.domain);
-    line.append(1, '/').append(record.tag).append(": ").append(record.message);
+    line += '/';
+    line.append(record.tag).append(": ").append(record.message);
     return line;
 }
 
