@@ -11,6 +11,7 @@
 #include <mutex>
 #include <optional>
 #include <sys/types.h>
+#include <string_view>
 #include <utility>
 
 #include "decimal_text.h"
@@ -61,29 +62,28 @@ enum class LengthModifier { NONE, HH, H, L, LL, CAPITAL_L, Q, J, Z, T };
 // One conversion of a format: flags, width, precision, length and conversion letter as they stand
 // in the format after "%" and any marker, read in place.
 struct Conversion {
-    const char* spec = nullptr;
-    size_t specSize = 0;
+    std::string_view text;  // the conversion's letters after "%" and any marker
     size_t optionsSize = 0; // flags, width and precision
     LengthModifier length = LengthModifier::NONE;
     char conversion = 0;
     bool isPublic = false;
     int starCount = 0;
     // The conversion as printf reads it.
-    std::string Directive() const { return "%" + std::string(spec, specSize); }
+    std::string Directive() const { return "%" + std::string(text); }
 };
 
 // Reads the length modifier at `pos`; false when its letters make none that printf knows.
 bool ParseLength(const char* fmt, size_t& pos, LengthModifier& length)
 {
-    static const std::pair<const char*, LengthModifier> known[] = {{"", LengthModifier::NONE},
+    static const std::pair<std::string_view, LengthModifier> known[] = {{"", LengthModifier::NONE},
         {"hh", LengthModifier::HH}, {"h", LengthModifier::H}, {"l", LengthModifier::L}, {"ll", LengthModifier::LL},
         {"L", LengthModifier::CAPITAL_L}, {"q", LengthModifier::Q}, {"j", LengthModifier::J},
         {"z", LengthModifier::Z}, {"t", LengthModifier::T}};
-    const size_t size = strspn(fmt + pos, "hlLqjzt");
-    for (const auto& [letters, modifier] : known) {
-        if (strlen(letters) == size && strncmp(fmt + pos, letters, size) == 0) {
+    const std::string_view letters(fmt + pos, strspn(fmt + pos, "hlLqjzt"));
+    for (const auto& [knownLetters, modifier] : known) {
+        if (letters == knownLetters) {
             length = modifier;
-            pos += size;
+            pos += letters.size();
             return true;
         }
     }
@@ -100,7 +100,7 @@ std::optional<Conversion> ParseConversion(const char* fmt, size_t& pos)
     } else if (strncmp(fmt + pos, kPrivateMarker, strlen(kPrivateMarker)) == 0) {
         pos += strlen(kPrivateMarker);
     }
-    const size_t specStart = pos;
+    const size_t textStart = pos;
     while (fmt[pos] != '\0' && strchr("-+ #0'", fmt[pos]) != nullptr) {
         ++pos;
     }
@@ -119,7 +119,7 @@ std::optional<Conversion> ParseConversion(const char* fmt, size_t& pos)
         ++pos;
         takeNumberOrStar();
     }
-    conv.optionsSize = pos - specStart;
+    conv.optionsSize = pos - textStart;
     if (!ParseLength(fmt, pos, conv.length)) {
         return std::nullopt;
     }
@@ -127,8 +127,7 @@ std::optional<Conversion> ParseConversion(const char* fmt, size_t& pos)
         return std::nullopt;
     }
     conv.conversion = fmt[pos++];
-    conv.spec = fmt + specStart;
-    conv.specSize = pos - specStart;
+    conv.text = std::string_view(fmt + textStart, pos - textStart);
     return conv;
 }
 
