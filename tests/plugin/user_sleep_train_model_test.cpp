@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -328,6 +329,11 @@ struct MidwayCase {
     Midway event;
     int at;
 };
+
+void PrintTo(const MidwayCase& midway, std::ostream* out)
+{
+    *out << midway.name;
+}
 
 class LabellingMidwayTest : public UserSleepTrainModelTest, public testing::WithParamInterface<MidwayCase> {
 protected:
