@@ -7,13 +7,11 @@
 
 namespace OHOS::Emulator {
 
-// JSON text appended to `out` exactly as nlohmann's dump() (compact, UTF-8 kept) writes it, without
-// building a serializer per value: the event file, the timeline and the trace write one or more
-// values for every event, and the library's serializer cost more than the rest of their lines.
-// Texts that need escapes, and values of kinds the files never hold, are written by the library.
+// JSON text appended to `out` as nlohmann's dump() writes it (compact, UTF-8 kept): the one writer
+// of the event file, the timeline and the trace.
 void AppendJsonText(const nlohmann::ordered_json& value, std::string& out);
 void AppendJsonString(const std::string& text, std::string& out);
-// The shortest text that reads back as `value`; null when it is not finite.
+// The shortest text that reads back as `value` (as dump() writes it); null when it is not finite.
 void AppendJsonNumber(double value, std::string& out);
 
 } // namespace OHOS::Emulator
