@@ -1,6 +1,8 @@
 // Scores of hand-made nights with known answers, the run's summary, and metrics.json read back and
 // merged.
+#include <algorithm>
 #include <cmath>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -58,6 +60,66 @@ TEST(PercentileTest, InterpolatesBetweenTheClosestRanks)
     for (const Case& c : cases) {
         EXPECT_TRUE(Near(Percentile(c.values, c.share), c.expected))
             << c.values.size() << " values, share " << c.share << ": " << Percentile(c.values, c.share);
+    }
+}
+
+// The tail a summary shows is the bad one: p10 where low values are bad, p90 where high ones are;
+// a signed error's size has its own median and p90; every figure carries its count.
+TEST(StatsTest, TailsPointAtTheBadEndAndSignedErrorsShowTheirSize)
+{
+    const Stats stats = StatsOf({30, -94, -13, 5, -9});
+    EXPECT_EQ(stats.count, 5);
+    EXPECT_DOUBLE_EQ(stats.median, -9);
+    EXPECT_DOUBLE_EQ(stats.p10, -61.6);
+    EXPECT_DOUBLE_EQ(stats.p90, 20);
+    EXPECT_DOUBLE_EQ(stats.absMedian, 13);
+    EXPECT_DOUBLE_EQ(stats.absP90, 68.4);
+    EXPECT_EQ(FormatStats(stats, 0, Tail::LOW_IS_BAD), "-9 / -62 (5)");
+    EXPECT_EQ(FormatStats(stats, 0, Tail::HIGH_IS_BAD), "-9 / 20 (5)");
+    EXPECT_EQ(FormatStats(StatsOf({}), 0), "-");
+    struct Expected {
+        const char* field;
+        Tail tail;
+        bool signedError;
+    };
+    for (const Expected& expected : std::vector<Expected>{{"coverage", Tail::LOW_IS_BAD, false},
+             {"wakeLatencyMin", Tail::LOW_IS_BAD, true}, {"onsetLatencyMin", Tail::HIGH_IS_BAD, true},
+             {"falseSleepMin", Tail::HIGH_IS_BAD, false}, {"falseSleepShare", Tail::HIGH_IS_BAD, false},
+             {"wakeErrorMin", Tail::HIGH_IS_BAD, true}}) {
+        const auto field = std::find_if(ScoreFields().begin(), ScoreFields().end(),
+            [&expected](const ScoreField& f) { return f.name == std::string(expected.field); });
+        ASSERT_NE(field, ScoreFields().end()) << expected.field;
+        EXPECT_EQ(field->tail, expected.tail) << expected.field;
+        EXPECT_EQ(field->signedError, expected.signedError) << expected.field;
+    }
+}
+
+// Hand-made nights and the class the plug-in's own conditions give them: deep sleep starts only
+// after 21:00 or before 07:49:48, off the charger, after the first week.
+TEST(ClassifyNightTest, ClassesFollowTheConditionsOfDeepSleep)
+{
+    ScopedTimeZone zone("UTC0");
+    struct Case {
+        const char* what;
+        int32_t index;
+        TimeSpan sleep;
+        SpanList charging;
+        NightClass expected;
+    };
+    const double nightEnd = 24 + 7.83F; // 07:49:48 as the plug-in computes it
+    const std::vector<Case> cases = {
+        {"ordinary night", 9, Hours(23, 31), {}, NightClass::ELIGIBLE},
+        {"first week, whatever else", 6, Hours(23, 31), {}, NightClass::FIRST_WEEK},
+        {"charged all night", 9, Hours(23, 31), {Hours(22, 32)}, NightClass::CHARGING},
+        {"unplugged an hour before waking", 9, Hours(23, 31), {Hours(22, 30)}, NightClass::ELIGIBLE},
+        {"day sleeper", 9, Hours(32.5, 39.5), {}, NightClass::OUTSIDE_WINDOW},
+        {"asleep from the end of the night hours", 9, TimeSpan{At(nightEnd), At(36)}, {}, NightClass::OUTSIDE_WINDOW},
+        {"asleep a minute before it", 9, TimeSpan{At(nightEnd - 1.0 / 60), At(36)}, {}, NightClass::ELIGIBLE},
+        {"evening nap until 21:00", 9, Hours(19, 21), {}, NightClass::OUTSIDE_WINDOW},
+        {"charged only in the night hours", 9, Hours(20, 21.5), {Hours(21, 22)}, NightClass::CHARGING},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(ClassifyNight(c.index, Hours(12, 36), {c.sleep}, c.charging), c.expected) << c.what;
     }
 }
 
@@ -209,10 +271,10 @@ TEST(RunMetricsTest, ANightAcrossTheSpringDaylightSavingChange)
     EXPECT_DOUBLE_EQ(idle.onsetLatencyMin, 30);
     EXPECT_DOUBLE_EQ(idle.wakeLatencyMin, 30);
     EXPECT_TRUE(record.scores[static_cast<size_t>(Rule::TIME_OF_DAY)].missed); // nothing learned yet
-    const RuleSummary& summary = metrics.summary.firstWeek.rules[static_cast<size_t>(Rule::PLUGIN)];
-    EXPECT_EQ(summary.stateNights, (std::array<int32_t, 4>{1, 1, 1, 0}));
-    EXPECT_EQ(metrics.summary.firstWeek.wakeLockSec.median, 90);
-    EXPECT_EQ(metrics.summary.afterFirstWeek.nights, 0);
+    const GroupSummary& firstWeek = metrics.summary.classes[static_cast<size_t>(NightClass::FIRST_WEEK)];
+    EXPECT_EQ(firstWeek.rules[static_cast<size_t>(Rule::PLUGIN)].stateNights, (std::array<int32_t, 4>{1, 1, 1, 0}));
+    EXPECT_EQ(firstWeek.wakeLockSec.median, 90);
+    EXPECT_EQ(firstWeek.nights, 1);
 }
 
 // A generated person whose plug-in sleeps from 20 minutes after each true onset to 10 minutes
@@ -244,10 +306,15 @@ TEST(RunMetricsTest, MissedNightsAreCountedAndTheFirstWeekIsApart)
     const size_t plugin = static_cast<size_t>(Rule::PLUGIN);
     const MetricsSummary& summary = metrics.summary;
     ASSERT_EQ(summary.all.nights, 10);
-    EXPECT_EQ(summary.firstWeek.nights, 7);
-    EXPECT_EQ(summary.afterFirstWeek.nights, 3);
+    const GroupSummary& firstWeek = summary.classes[static_cast<size_t>(NightClass::FIRST_WEEK)];
+    EXPECT_EQ(firstWeek.nights, 7);
+    int32_t later = 0;
+    for (const GroupSummary& group : summary.classes) {
+        later += group.nights;
+    }
+    EXPECT_EQ(later - firstWeek.nights, 3);
     EXPECT_EQ(summary.all.rules[plugin].missed, 5);
-    EXPECT_EQ(summary.firstWeek.rules[plugin].missed, 3);
+    EXPECT_EQ(firstWeek.rules[plugin].missed, 3);
     const Stats& onset = summary.all.rules[plugin].fields[0];
     EXPECT_EQ(std::string(ScoreFields()[0].name), "onsetLatencyMin");
     EXPECT_EQ(onset.count, 5); // missed nights are not zeros
@@ -294,13 +361,14 @@ TEST(MetricsFromJsonTest, NamesTheBadFieldAndLeavesTheMetricsUnchanged)
 {
     ScopedTimeZone zone("UTC0");
     const std::string night = R"({"person":"a","night":"2026-01-06","index":0,"weekend":false,"window":[0,100],)"
-                              R"("sleep":SLEEP,"awakeScreenOff":[],"wakeLockMs":null,"trainings":0,"rules":RULES})";
+                              R"("sleep":SLEEP,"awakeScreenOff":[],"wakeLockMs":null,"trainings":0,"class":"charging",)"
+                              R"("rules":RULES})";
     const std::string rules = R"({"plugin":{"asleep":[]},"idle":{"asleep":[]},"time_of_day":{"asleep":[]}})";
     const auto file = [&](const std::string& sleep, const std::string& ruleText) {
         std::string text = night;
         text.replace(text.find("SLEEP"), 5, sleep);
         text.replace(text.find("RULES"), 5, ruleText);
-        return R"({"version":1,"nights":[)" + text + "]}";
+        return R"({"version":2,"nights":[)" + text + "]}";
     };
     struct Case {
         std::string text;
@@ -308,13 +376,15 @@ TEST(MetricsFromJsonTest, NamesTheBadFieldAndLeavesTheMetricsUnchanged)
     };
     const std::vector<Case> cases = {
         {"{", "metrics: not valid JSON"},
-        {R"({"version":2,"nights":[]})", "metrics.version 2 is not supported (expected 1)"},
-        {R"({"version":1})", "metrics.nights is missing"},
+        {R"({"version":1,"nights":[]})", "metrics.version 1 is not supported (expected 2)"},
+        {R"({"version":2})", "metrics.nights is missing"},
         {file("[[10,5]]", rules), "metrics.nights[0].sleep[0] must be [beginMs, endMs] with beginMs <= endMs"},
         {file("[]", R"({"plugin":{"asleep":[]},"idle":{"asleep":[]}})"),
             "metrics.nights[0].rules.time_of_day is missing"},
         {file("[]", R"({"plugin":{"asleep":[[1,2]],"light":5},"idle":{"asleep":[]},"time_of_day":{"asleep":[]}})"),
             "metrics.nights[0].rules.plugin.light must be a list of [beginMs, endMs]"},
+        {std::regex_replace(file("[]", rules), std::regex("charging"), "asleep"),
+            "metrics.nights[0].class must be one of eligible, firstWeek, outsideWindow, charging"},
     };
     RunMetrics metrics = GeneratedPerson("kept", 5);
     const std::string before = MetricsToJson(metrics);
@@ -328,6 +398,7 @@ TEST(MetricsFromJsonTest, NamesTheBadFieldAndLeavesTheMetricsUnchanged)
     ASSERT_TRUE(MetricsFromJson(file("[[10,50]]", rules), metrics, error)) << error;
     EXPECT_TRUE(metrics.nights[0].scores[0].missed);
     EXPECT_EQ(metrics.nights[0].wakeLockMs, -1);
+    EXPECT_EQ(metrics.nights[0].nightClass, NightClass::CHARGING);
 }
 
 } // namespace

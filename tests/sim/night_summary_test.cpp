@@ -1,5 +1,6 @@
 // Reading the per-night report back from a timeline, and the timeline's own ordering.
 #include <array>
+#include <cmath>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -181,15 +182,73 @@ INSTANTIATE_TEST_SUITE_P(Nights, NightWindowTest,
             {24, -1, 72}, {1, 1, 2}, 30}),
     [](const testing::TestParamInfo<WindowCase>& info) { return std::string(info.param.name); });
 
+// A state on when a night's window opens counts in that night from the window's start, and one
+// never ended stays on night after night.
+TEST(NightCarryTest, AStateOnAtNoonCountsFromTheWindowsStart)
+{
+    SetProcessTimeZone("UTC0");
+    const auto at = [](int32_t hour) { return LocalTimeMs(CivilDate{2026, 1, 5}, hour * 60); };
+    std::vector<NightTruth> nights(3);
+    for (size_t i = 0; i < nights.size(); ++i) {
+        nights[i].wakeDate = CivilDate{2026, 1, static_cast<int32_t>(6 + i)};
+    }
+    const auto published = [&at](int32_t hour, const std::string& action, bool on) {
+        return TimelineLine{{"t", at(hour)}, {"type", TIMELINE_COMMON_EVENT}, {"action", action},
+            {"want", {{"params", {{"isSleep", on}}}}}};
+    };
+    const std::vector<NightReport> reports = SummariseNights({published(10, NOT_CARE_CHARGE_EVENT, true),
+        published(26, DEEP_SLEEP_EVENT, true), published(50, DEEP_SLEEP_EVENT, false)}, nights);
+    const auto spans = [](const std::vector<TimeSpan>& list) {
+        std::vector<std::pair<int64_t, int64_t>> pairs;
+        for (const TimeSpan& span : list) {
+            pairs.emplace_back(span.beginMs, span.endMs);
+        }
+        return pairs;
+    };
+    using Pairs = std::vector<std::pair<int64_t, int64_t>>;
+    EXPECT_EQ(spans(reports[0].deepSpans), (Pairs{{at(26), at(36)}}));
+    EXPECT_EQ(spans(reports[1].deepSpans), (Pairs{{at(36), at(50)}}));
+    EXPECT_TRUE(reports[2].deepSpans.empty());
+    for (size_t i = 0; i < reports.size(); ++i) { // switched on before the first window, never off
+        const int32_t opening = 12 + 24 * static_cast<int32_t>(i);
+        EXPECT_EQ(spans(reports[i].notCareChargeSpans), (Pairs{{at(opening), at(opening + 24)}})) << i;
+    }
+}
+
+// One onset latency for every table and file: to the first asleep span that ends after the onset,
+// none for a night the spans miss.
+TEST(OnsetLatencyTest, CountsFromTheFirstSpanThatEndsAfterTheOnset)
+{
+    const int64_t hour = 60 * kMsPerMinute;
+    const SpanList sleep = {{26 * hour, 31 * hour}};
+    struct Case {
+        const char* what;
+        SpanList asleep;
+        double expected;
+    };
+    const double none = std::nan("");
+    for (const Case& c : std::vector<Case>{{"a false start before the onset", {{22 * hour, 23 * hour}, {26 * hour + 60000,
+                                               30 * hour}}, 1},
+             {"on before the onset and still on", {{25 * hour, 27 * hour}}, -60},
+             {"ended exactly at the onset", {{22 * hour, 26 * hour}}, none},
+             {"only after the wake", {{32 * hour, 33 * hour}}, none}, {"nothing", {}, none}}) {
+        const double latency = OnsetLatencyMin(c.asleep, sleep);
+        EXPECT_TRUE(std::isnan(c.expected) ? std::isnan(latency) : latency == c.expected) << c.what << ": " << latency;
+    }
+}
+
 TEST(NightTallyTest, CountsNightsWithinTheToleranceAfterTheFirstOnes)
 {
     std::vector<NightReport> reports(5);
     const std::vector<int64_t> delaysMin = {0, 61, -60, 60, -1};
     for (size_t i = 0; i < reports.size(); ++i) {
         reports[i].truth.onsetMs = 1000 * kMsPerMinute;
-        reports[i].deepStartMs = reports[i].truth.onsetMs + delaysMin[i] * kMsPerMinute;
+        reports[i].truth.wakeMs = 1480 * kMsPerMinute;
+        const int64_t start = reports[i].truth.onsetMs + delaysMin[i] * kMsPerMinute;
+        reports[i].deepStartMs = start;
+        reports[i].deepSpans = {{start, reports[i].truth.wakeMs}};
     }
-    reports[4].deepStartMs = -1; // no deep sleep that night
+    reports[4].deepSpans.clear(); // no deep sleep that night
     EXPECT_EQ(CountTimelyNights(reports, 0, 60), 3);
     EXPECT_EQ(CountTimelyNights(reports, 2, 60), 2);
     EXPECT_EQ(StopReasonText(-6), "unlock (-6)");

@@ -330,13 +330,13 @@ TEST_F(ReportHtmlTest, MetricsAddTheRulesRowsAndTableOnlyWhenPresent)
     EXPECT_NE(page.find("<path class=\"id\" d=\"M" + std::to_string(XAfterNine(3, 0)) + " " + std::to_string(RowY(8)) +
                         "h120v10h-120z"),
         std::string::npos);
-    EXPECT_NE(page.find("<tr><th>first week (1 nights)</th><th>plug-in</th><th>idle rule</th><th>time of day</th>"),
+    EXPECT_NE(page.find("<tr><th>eligible nights (1 nights)</th><th>plug-in</th><th>idle rule</th><th>time of day</th>"),
         std::string::npos);
     EXPECT_NE(page.find("<tr><td>missed nights</td><td>0</td><td>0</td><td>1</td></tr>"), std::string::npos);
-    EXPECT_NE(page.find("<tr><td>onset latency, min</td><td>30 / 30</td><td>60 / 60</td><td>\u2013</td></tr>"),
+    EXPECT_NE(page.find("<tr><td>onset latency, min (p90)</td><td>30 / 30 (1)</td><td>60 / 60 (1)</td><td>\u2013</td></tr>"),
         std::string::npos);
-    EXPECT_NE(page.find("<tr><td>coverage of true sleep</td><td>0.94 / 0.94</td><td>0.25 / 0.25</td><td>0.00 / "
-                        "0.00</td></tr>"),
+    EXPECT_NE(page.find("<tr><td>coverage of true sleep (p10)</td><td>0.94 / 0.94 (1)</td><td>0.25 / 0.25 (1)</td>"
+                        "<td>0.00 / 0.00 (1)</td></tr>"),
         std::string::npos);
     EXPECT_NE(page.find("coverage plug-in 94%, idle rule 25%, time of day 0%"), std::string::npos);
 }

@@ -165,8 +165,8 @@ bool ReadMetricsFileByNight(const std::string& path, MetricsJson& rest,
     const std::function<void(const MetricsJson& night)>& eachNight, std::string& error);
 // A night of metrics.json with the object of every rule it holds, whichever rules the file lists.
 MetricsNight MetricsNightWithEveryRule(const MetricsJson& entry);
-// A rule object's scores: the numeric field whose name mentions "onset" and the one mentioning
-// "coverage"; missed when the rule has no asleep span (or no onset latency).
+// A rule object's scores as metrics.json writes them: "onsetLatencyMin", "coverage" and "missed"
+// (NaN for a missing or null score; missed unless the file says otherwise).
 RuleScores ScoresOf(const MetricsJson& rule);
 // The rule names metrics.json lists, or the three known ones.
 std::vector<std::string> MetricsRules(const MetricsJson& metrics);

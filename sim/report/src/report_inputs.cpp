@@ -567,21 +567,10 @@ std::vector<MetricsNight> MetricsNights(const MetricsJson& metrics)
 RuleScores ScoresOf(const MetricsJson& rule)
 {
     RuleScores scores;
-    for (auto it = rule.begin(); it != rule.end(); ++it) {
-        std::string key = it.key();
-        std::transform(key.begin(), key.end(), key.begin(), [](unsigned char c) { return std::tolower(c); });
-        if (key.find("onset") != std::string::npos && std::isnan(scores.onsetLatencyMin)) {
-            scores.onsetLatencyMin = NumberOrNaN(it.value());
-        } else if (key.find("coverage") != std::string::npos && std::isnan(scores.coverage)) {
-            scores.coverage = NumberOrNaN(it.value());
-        }
-    }
-    if (scores.coverage > 1.0) {
-        scores.coverage /= 100.0; // given in percent
-    }
-    std::vector<TimeSpan> asleep;
-    AppendAsleep(rule, asleep);
-    scores.missed = rule.contains("asleep") ? asleep.empty() : std::isnan(scores.onsetLatencyMin);
+    const MetricsJson none;
+    scores.onsetLatencyMin = NumberOrNaN(rule.contains("onsetLatencyMin") ? rule["onsetLatencyMin"] : none);
+    scores.coverage = NumberOrNaN(rule.contains("coverage") ? rule["coverage"] : none);
+    scores.missed = !rule.contains("missed") || !rule["missed"].is_boolean() || rule["missed"].get<bool>();
     return scores;
 }
 

@@ -107,11 +107,13 @@ std::string SummaryTable(const MetricsSummary& summary)
 {
     return "<p class=\"note\">" + std::to_string(summary.persons.size()) + " person(s), " +
            std::to_string(summary.all.nights) +
-           " nights. Values are median / 90th percentile over nights; latencies and errors are detected minus "
-           "true, in minutes. Trainings per week: " +
+           " nights. Values are median / tail (count) over nights: the tail is the 10th percentile (p10) where "
+           "low values are bad, the 90th (p90) where high ones are; latencies and errors are detected minus true, "
+           "in minutes, and |x| rows give the median / p90 of their size. Trainings per week: " +
            EscapeHtml(FormatStats(summary.trainingsPerWeek, 1)) + ".</p>\n" +
-           GroupTableHtml("after the first week", summary.afterFirstWeek) +
-           GroupTableHtml("first week", summary.firstWeek);
+           GroupTableHtml("eligible nights", summary.classes[static_cast<size_t>(NightClass::ELIGIBLE)]) +
+           "<p class=\"note\">" + EscapeHtml(FormatClassCounts(summary)) + "</p>\n" +
+           GroupTableHtml("all nights", summary.all);
 }
 
 } // namespace OHOS::Sim

@@ -21,6 +21,8 @@ public:
     // The spans so far, an open one running to `endMs`.
     SpanList ScreenOff(int64_t endMs) const;
     SpanList Idle(int64_t endMs) const;
+    // The time the phone was on the charger (the scores class nights by it).
+    SpanList Charging(int64_t endMs) const;
 
 private:
     // What the idle rule watches; it may count sleep only while all three hold.
@@ -40,6 +42,8 @@ private:
     SpanList idle_;
     IdleState idleState_;
     int64_t quietSince_ = -1;
+    SpanList charging_;
+    int64_t chargingSince_ = -1; // -1 while off the charger
 };
 
 // Both of a whole trace.

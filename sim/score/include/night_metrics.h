@@ -28,6 +28,20 @@ const char* RuleName(Rule rule);
 // Nights with an index below this are a person's first week, reported apart (the plug-in learns).
 constexpr int32_t kFirstWeekNights = 7;
 
+// Whether the plug-in may detect a night's sleep at all. It starts deep sleep only at night (after
+// 21:00 or before about 07:50 local), with the phone off the charger, and only once it has learned
+// from a week of history. A night is eligible when some of its true sleep meets all three; the other
+// classes name the first condition that fails, in this order: first week, sleep outside the night
+// hours, charging through all of the sleep in the night hours.
+enum class NightClass { ELIGIBLE, FIRST_WEEK, OUTSIDE_WINDOW, CHARGING };
+constexpr size_t kNightClassCount = 4;
+// "eligible", "firstWeek", "outsideWindow", "charging".
+const char* NightClassName(NightClass nightClass);
+// The class of the night with 0-based `index`, judged in `window` (noon to noon), from its true
+// sleep and the spans in which the phone was charging (both normal lists).
+// REQUIRES: the process time zone is the night's.
+NightClass ClassifyNight(int32_t index, const TimeSpan& window, const SpanList& sleep, const SpanList& charging);
+
 // What one rule said about one night, cut to the night's window.
 struct RuleVerdict {
     SpanList asleep;              // the plug-in: deep sleep
@@ -63,16 +77,26 @@ struct NightRecord {
     SpanList awakeScreenOff; // truly awake with the screen off, 21:00 to 08:00 local
     int64_t wakeLockMs = -1; // held by the phone in the window; -1 unknown
     int32_t trainings = 0;   // training runs that finished in the window
+    NightClass nightClass = NightClass::ELIGIBLE;
     std::array<RuleVerdict, kRuleCount> verdicts;
     std::array<NightScore, kRuleCount> scores;
 };
 
-// Median, 90th percentile and how many values they come from (NaN when none).
+// How many values, their median, 10th and 90th percentiles, and the median and 90th percentile of
+// their sizes (absolute values); NaN when none.
 struct Stats {
     int32_t count = 0;
     double median = 0;
+    double p10 = 0;
     double p90 = 0;
+    double absMedian = 0;
+    double absP90 = 0;
 };
+
+Stats StatsOf(const std::vector<double>& values);
+
+// Which end of a score's distribution is the bad one: the tail a summary shows beside the median.
+enum class Tail { LOW_IS_BAD, HIGH_IS_BAD };
 
 // The per-night score fields that are summarised, by name, in metrics.json order.
 struct ScoreField {
@@ -80,6 +104,8 @@ struct ScoreField {
     const char* label;    // for the text summary
     int32_t textDecimals; // for the text summary
     double NightScore::*value;
+    Tail tail;
+    bool signedError; // detected minus true: early and late both count, so its size is summarised too
 };
 const std::vector<ScoreField>& ScoreFields();
 
@@ -107,8 +133,7 @@ struct MetricsSummary {
     std::vector<PersonSummary> persons; // in night order
     Stats trainingsPerWeek;             // over persons
     GroupSummary all;
-    GroupSummary firstWeek;
-    GroupSummary afterFirstWeek;
+    std::array<GroupSummary, kNightClassCount> classes; // by NightClass; ELIGIBLE is the headline
 };
 
 struct RunMetrics {
@@ -136,7 +161,7 @@ RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, cons
 // grouping gives the same result as merging its persons one by one.
 RunMetrics MergeMetrics(std::vector<RunMetrics> parts);
 
-// metrics.json text: {"version":1, "rules":[...], "persons":[...], "nights":[...], "summary":{...}}.
+// metrics.json text: {"version":2, "rules":[...], "persons":[...], "nights":[...], "summary":{...}}.
 // Field names are stable; see "Reading the metrics" in the README.
 std::string MetricsToJson(const RunMetrics& metrics);
 // One night of metrics.json, as its line there holds it.
@@ -162,17 +187,23 @@ private:
 };
 
 // One line of a group's summary table: what it shows and its text for each rule (missed nights,
-// every score as "median / p90", nights with each state).
+// every score as "median / tail (count)" and a signed error's size as "median / p90 (count)",
+// nights with each state).
 struct SummaryRow {
     std::string label;
     std::array<std::string, kRuleCount> cells;
 };
 std::vector<SummaryRow> GroupSummaryRows(const GroupSummary& group);
 
-// "median / p90" with `decimals` decimals, "-" without values.
-std::string FormatStats(const Stats& stats, int32_t decimals);
+// "median / tail (count)" with `decimals` decimals, the tail being the 10th or the 90th percentile;
+// "-" without values.
+std::string FormatStats(const Stats& stats, int32_t decimals, Tail tail = Tail::HIGH_IS_BAD);
 
-// A readable table of the summary: the plug-in beside the yardsticks, after the first week and in it.
+// "nights by class: eligible N, firstWeek N, outsideWindow N, charging N".
+std::string FormatClassCounts(const MetricsSummary& summary);
+
+// A readable table of the summary: the plug-in beside the yardsticks on the eligible nights, the
+// count of nights in each class, and all nights.
 std::string FormatMetricsSummary(const RunMetrics& metrics);
 
 } // namespace OHOS::Sim

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "time_spans.h"
 #include "timeline.h"
 #include "trace.h"
 
@@ -32,23 +33,38 @@ struct NightReport {
     int32_t lightEpisodes = 0;
     int64_t easyWakeupStartMs = -1;
     std::vector<int64_t> trainingMs; // training runs that finished in the window
-    // Each published state's spans in the window, in order; a state still on at the window's end is
-    // cut there, an end without a start in the window is ignored.
+    // Each published state's spans in the window, in order: a state on when the window opens counts
+    // from its start, one still on at its end is cut there; an end of a state that was off is ignored.
     std::vector<TimeSpan> deepSpans;
     std::vector<TimeSpan> lightSpans;
     std::vector<TimeSpan> easyWakeupSpans;
     std::vector<TimeSpan> notCareChargeSpans;
 
-    // Minutes from true onset to the first deep start; only meaningful when deepStartMs >= 0.
+    // The night's onset latency of deep sleep (see OnsetLatencyMin); NaN when deep sleep missed the night.
     double OnsetDelayMin() const;
 };
+
+// Onset latency, the one definition every table and file uses: minutes from the true onset to the
+// start of the first asleep span that ends after the onset. NaN when no asleep span overlaps the true
+// sleep (a missed night): a span over before the onset, or begun after the wake, is false sleep, not
+// a late or early detection. Both lists normal.
+double OnsetLatencyMin(const SpanList& asleep, const SpanList& sleep);
 
 // The window a night is judged in: from the noon before it to the noon of the day it ends (local
 // wall-clock noons, so 23 or 25 hours across a daylight-saving change).
 TimeSpan NightWindow(const NightTruth& night);
 
+// Where a published state's open span starts, per state; -1 while the state is off.
+struct OpenStates {
+    int64_t deep = -1;
+    int64_t light = -1;
+    int64_t easyWakeup = -1;
+    int64_t notCareCharge = -1;
+};
+
 // Reads one report per true night from timeline lines given in time order, a night as soon as a
-// line past its window arrives: only the lines of the nights still open are held.
+// line past its window arrives: only the lines of the nights still open are held. A state that is
+// on when a window opens counts in it from the window's start; one never ended stays on.
 class NightSummaries {
 public:
     explicit NightSummaries(const std::vector<NightTruth>& nights);
@@ -62,6 +78,7 @@ private:
     const std::vector<NightTruth>& nights_;
     std::deque<TimelineLine> waiting_;
     std::vector<NightReport> reports_;
+    OpenStates open_;
 };
 
 // Reads one report per true night from the timeline's lines.

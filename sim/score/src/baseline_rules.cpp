@@ -95,6 +95,12 @@ void YardstickSpans::Read(const TraceEvent& event)
         offSince_ = event.timeMs;
     }
     ApplyToIdleState(event, idleState_);
+    if (idleState_.charging && chargingSince_ < 0) {
+        chargingSince_ = event.timeMs;
+    } else if (!idleState_.charging && chargingSince_ >= 0) {
+        charging_.push_back(TimeSpan{chargingSince_, event.timeMs});
+        chargingSince_ = -1;
+    }
     if (idleState_.Quiet() && quietSince_ < 0) {
         quietSince_ = event.timeMs;
     } else if (!idleState_.Quiet() && quietSince_ >= 0) {
@@ -117,6 +123,15 @@ SpanList YardstickSpans::Idle(int64_t endMs) const
     SpanList spans = idle_;
     if (quietSince_ >= 0) {
         spans.push_back(IdleSpan(quietSince_, endMs));
+    }
+    return NormaliseSpans(std::move(spans));
+}
+
+SpanList YardstickSpans::Charging(int64_t endMs) const
+{
+    SpanList spans = charging_;
+    if (chargingSince_ >= 0) {
+        spans.push_back(TimeSpan{chargingSince_, endMs});
     }
     return NormaliseSpans(std::move(spans));
 }

@@ -19,12 +19,16 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr int32_t kMetricsVersion = 1;
+constexpr int32_t kMetricsVersion = 2; // 2: nights carry their class, the summary groups by class
 constexpr double kAwakeBandBeginMin = 21 * 60;
 constexpr double kAwakeBandEndMin = 32 * 60; // 08:00 the next morning
 constexpr double kDaysPerWeek = 7;
 constexpr double kMedian = 0.5;
+constexpr double kP10 = 0.1;
 constexpr double kP90 = 0.9;
+// The plug-in's night hours: after 21:00, and before 7.83 hours (a single-precision constant).
+constexpr double kNightHoursBeginMin = 21 * 60;
+constexpr double kNightHoursEndMin = (24 + static_cast<double>(7.83F)) * 60;
 constexpr double kJsonPrecision = 1000; // values are written to three decimals
 
 // The published states in the order of RuleSummary::stateNights.
@@ -97,10 +101,20 @@ void ScoreAll(NightRecord& night)
 
 // ------------------------------------------------------------------ summarising
 
+} // namespace
+
 Stats StatsOf(const std::vector<double>& values)
 {
-    return Stats{static_cast<int32_t>(values.size()), Percentile(values, kMedian), Percentile(values, kP90)};
+    std::vector<double> sizes;
+    sizes.reserve(values.size());
+    for (double value : values) {
+        sizes.push_back(std::fabs(value));
+    }
+    return Stats{static_cast<int32_t>(values.size()), Percentile(values, kMedian), Percentile(values, kP10),
+        Percentile(values, kP90), Percentile(sizes, kMedian), Percentile(sizes, kP90)};
 }
+
+namespace {
 
 RuleSummary SummariseRule(const std::vector<const NightRecord*>& nights, size_t rule)
 {
@@ -172,8 +186,10 @@ MetricsSummary Summarise(const std::vector<NightRecord>& nights)
     }
     summary.trainingsPerWeek = StatsOf(perWeek);
     summary.all = SummariseGroup(nights, [](const NightRecord&) { return true; });
-    summary.firstWeek = SummariseGroup(nights, [](const NightRecord& n) { return n.index < kFirstWeekNights; });
-    summary.afterFirstWeek = SummariseGroup(nights, [](const NightRecord& n) { return n.index >= kFirstWeekNights; });
+    for (size_t nightClass = 0; nightClass < kNightClassCount; ++nightClass) {
+        summary.classes[nightClass] = SummariseGroup(nights,
+            [nightClass](const NightRecord& n) { return n.nightClass == static_cast<NightClass>(nightClass); });
+    }
     return summary;
 }
 
@@ -206,7 +222,18 @@ Json SpansJson(const SpanList& spans)
 
 Json StatsJson(const Stats& stats)
 {
-    return Json{{"count", stats.count}, {"median", Number(stats.median)}, {"p90", Number(stats.p90)}};
+    return Json{{"count", stats.count}, {"median", Number(stats.median)}, {"p10", Number(stats.p10)},
+        {"p90", Number(stats.p90)}};
+}
+
+Json ScoreStatsJson(const Stats& stats, const ScoreField& field)
+{
+    Json json = StatsJson(stats);
+    if (field.signedError) {
+        json["absMedian"] = Number(stats.absMedian);
+        json["absP90"] = Number(stats.absP90);
+    }
+    return json;
 }
 
 Json RuleNightJson(const NightRecord& night, size_t rule)
@@ -239,7 +266,7 @@ Json NightRecordJson(const NightRecord& night)
         {"window", Json::array({night.window.beginMs, night.window.endMs})}, {"sleep", SpansJson(night.sleep)},
         {"awakeScreenOff", SpansJson(night.awakeScreenOff)},
         {"wakeLockMs", night.wakeLockMs >= 0 ? Json(night.wakeLockMs) : Json(nullptr)}, {"trainings", night.trainings},
-        {"rules", rules}};
+        {"class", NightClassName(night.nightClass)}, {"rules", rules}};
 }
 
 namespace {
@@ -256,7 +283,7 @@ Json GroupJson(const GroupSummary& group)
         }
         json["nightsWith"] = stateNights;
         for (size_t i = 0; i < ScoreFields().size(); ++i) {
-            json[ScoreFields()[i].name] = StatsJson(summary.fields[i]);
+            json[ScoreFields()[i].name] = ScoreStatsJson(summary.fields[i], ScoreFields()[i]);
         }
         rules[RuleName(static_cast<Rule>(rule))] = json;
     }
@@ -275,9 +302,13 @@ Json PersonsJson(const std::vector<PersonSummary>& persons)
 
 Json SummaryJson(const MetricsSummary& summary)
 {
+    Json classes;
+    for (size_t nightClass = 0; nightClass < kNightClassCount; ++nightClass) {
+        classes[NightClassName(static_cast<NightClass>(nightClass))] = GroupJson(summary.classes[nightClass]);
+    }
     return Json{{"persons", summary.persons.size()}, {"nights", summary.all.nights},
         {"trainingsPerWeek", StatsJson(summary.trainingsPerWeek)}, {"all", GroupJson(summary.all)},
-        {"firstWeek", GroupJson(summary.firstWeek)}, {"afterFirstWeek", GroupJson(summary.afterFirstWeek)}};
+        {"classes", classes}};
 }
 
 // ------------------------------------------------------------------ reading
@@ -315,6 +346,18 @@ public:
             Fail(Field(key), "a string");
         }
         return value != nullptr && value->is_string() ? value->get<std::string>() : std::string();
+    }
+
+    NightClass Class(const std::string& key)
+    {
+        const std::string name = Text(key);
+        for (size_t nightClass = 0; nightClass < kNightClassCount; ++nightClass) {
+            if (name == NightClassName(static_cast<NightClass>(nightClass))) {
+                return static_cast<NightClass>(nightClass);
+            }
+        }
+        Fail(Field(key), "one of eligible, firstWeek, outsideWindow, charging");
+        return NightClass::ELIGIBLE;
     }
 
     bool Flag(const std::string& key)
@@ -408,6 +451,7 @@ NightRecord ReadNight(const Json& json, const std::string& path, std::string& er
     night.awakeScreenOff = reader.Spans("awakeScreenOff");
     night.wakeLockMs = reader.Integer("wakeLockMs", true);
     night.trainings = static_cast<int32_t>(reader.Integer("trainings"));
+    night.nightClass = reader.Class("class");
     const Json* rules = reader.Find("rules");
     if (rules != nullptr) {
         FieldReader ruleReader(*rules, reader.Field("rules"), error);
@@ -429,19 +473,25 @@ std::string Cell(const std::string& text, size_t width)
     return text.size() >= width ? text + " " : text + std::string(width - text.size(), ' ');
 }
 
-} // namespace
-
-std::string FormatStats(const Stats& stats, int32_t decimals)
+// "middle / tail (count)", or "-" without values.
+std::string FormatPair(int32_t count, double middle, double tail, int32_t decimals)
 {
-    if (stats.count == 0) {
+    if (count == 0) {
         return "-";
     }
     const double scale = std::pow(10.0, decimals);
     // Rounded first, so that -0.4 prints as 0 and not as -0.
     const auto rounded = [scale](double value) { return std::round(value * scale) / scale + 0.0; };
-    char text[64];
-    std::snprintf(text, sizeof(text), "%.*f / %.*f", decimals, rounded(stats.median), decimals, rounded(stats.p90));
+    char text[80];
+    std::snprintf(text, sizeof(text), "%.*f / %.*f (%d)", decimals, rounded(middle), decimals, rounded(tail), count);
     return text;
+}
+
+} // namespace
+
+std::string FormatStats(const Stats& stats, int32_t decimals, Tail tail)
+{
+    return FormatPair(stats.count, stats.median, tail == Tail::LOW_IS_BAD ? stats.p10 : stats.p90, decimals);
 }
 
 namespace {
@@ -473,6 +523,16 @@ void GroupTable(std::ostringstream& out, const std::string& title, const GroupSu
 
 } // namespace
 
+std::string FormatClassCounts(const MetricsSummary& summary)
+{
+    std::string text = "nights by class: ";
+    for (size_t nightClass = 0; nightClass < kNightClassCount; ++nightClass) {
+        text += (nightClass == 0 ? "" : ", ") + std::string(NightClassName(static_cast<NightClass>(nightClass))) +
+                " " + std::to_string(summary.classes[nightClass].nights);
+    }
+    return text;
+}
+
 const char* RuleName(Rule rule)
 {
     switch (rule) {
@@ -486,18 +546,47 @@ const char* RuleName(Rule rule)
     return "unknown";
 }
 
+const char* NightClassName(NightClass nightClass)
+{
+    switch (nightClass) {
+    case NightClass::ELIGIBLE:
+        return "eligible";
+    case NightClass::FIRST_WEEK:
+        return "firstWeek";
+    case NightClass::OUTSIDE_WINDOW:
+        return "outsideWindow";
+    case NightClass::CHARGING:
+        return "charging";
+    }
+    return "unknown";
+}
+
+NightClass ClassifyNight(int32_t index, const TimeSpan& window, const SpanList& sleep, const SpanList& charging)
+{
+    if (index < kFirstWeekNights) {
+        return NightClass::FIRST_WEEK;
+    }
+    const CivilDate opening = LocalDateOf(window.beginMs);
+    const TimeSpan nightHours{LocalTimeMs(opening, kNightHoursBeginMin), LocalTimeMs(opening, kNightHoursEndMin)};
+    const SpanList sleepAtNight = ClipSpans(sleep, nightHours);
+    if (sleepAtNight.empty()) {
+        return NightClass::OUTSIDE_WINDOW;
+    }
+    return SubtractSpans(sleepAtNight, charging).empty() ? NightClass::CHARGING : NightClass::ELIGIBLE;
+}
+
 const std::vector<ScoreField>& ScoreFields()
 {
     static const std::vector<ScoreField> fields = {
-        {"onsetLatencyMin", "onset latency, min", 0, &NightScore::onsetLatencyMin},
-        {"wakeLatencyMin", "wake latency, min", 0, &NightScore::wakeLatencyMin},
-        {"coverage", "coverage of true sleep", 2, &NightScore::coverage},
-        {"falseSleepMin", "false sleep, min", 0, &NightScore::falseSleepMin},
-        {"falseSleepShare", "false sleep, share 21-08", 2, &NightScore::falseSleepShare},
-        {"wakeErrorMin", "wake-up error, min", 0, &NightScore::wakeErrorMin},
-        {"lightMin", "light sleep, min", 0, &NightScore::lightMin},
-        {"easyWakeupMin", "easy wake-up, min", 0, &NightScore::easyWakeupMin},
-        {"notCareChargeMin", "not-care-charge, min", 0, &NightScore::notCareChargeMin},
+        {"onsetLatencyMin", "onset latency, min", 0, &NightScore::onsetLatencyMin, Tail::HIGH_IS_BAD, true},
+        {"wakeLatencyMin", "wake latency, min", 0, &NightScore::wakeLatencyMin, Tail::LOW_IS_BAD, true},
+        {"coverage", "coverage of true sleep", 2, &NightScore::coverage, Tail::LOW_IS_BAD, false},
+        {"falseSleepMin", "false sleep, min", 0, &NightScore::falseSleepMin, Tail::HIGH_IS_BAD, false},
+        {"falseSleepShare", "false sleep, share 21-08", 2, &NightScore::falseSleepShare, Tail::HIGH_IS_BAD, false},
+        {"wakeErrorMin", "wake-up error, min", 0, &NightScore::wakeErrorMin, Tail::HIGH_IS_BAD, true},
+        {"lightMin", "light sleep, min", 0, &NightScore::lightMin, Tail::HIGH_IS_BAD, false},
+        {"easyWakeupMin", "easy wake-up, min", 0, &NightScore::easyWakeupMin, Tail::HIGH_IS_BAD, false},
+        {"notCareChargeMin", "not-care-charge, min", 0, &NightScore::notCareChargeMin, Tail::HIGH_IS_BAD, false},
     };
     return fields;
 }
@@ -507,16 +596,12 @@ NightScore ScoreNight(const NightRecord& night, const RuleVerdict& verdict)
     NightScore score;
     const SpanList covered = IntersectSpans(verdict.asleep, night.sleep);
     score.missed = covered.empty();
-    const int64_t onset = night.sleep.empty() ? 0 : night.sleep.front().beginMs;
     const int64_t wake = night.sleep.empty() ? 0 : night.sleep.back().endMs;
-    score.onsetLatencyMin = kNaN;
+    score.onsetLatencyMin = OnsetLatencyMin(verdict.asleep, night.sleep);
     score.wakeLatencyMin = kNaN;
     if (!score.missed) {
-        const auto first = std::find_if(
-            verdict.asleep.begin(), verdict.asleep.end(), [onset](const TimeSpan& s) { return s.endMs > onset; });
         const auto last = std::find_if(
             verdict.asleep.rbegin(), verdict.asleep.rend(), [wake](const TimeSpan& s) { return s.beginMs < wake; });
-        score.onsetLatencyMin = Minutes(first->beginMs - onset);
         score.wakeLatencyMin = Minutes(last->endMs - wake);
     }
     score.coverage = ShareOrNaN(TotalSpanMs(covered), TotalSpanMs(night.sleep));
@@ -543,6 +628,7 @@ RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, cons
 {
     const SpanList screenOff = phone.ScreenOff(trace.endMs);
     const SpanList idle = phone.Idle(trace.endMs);
+    const SpanList charging = phone.Charging(trace.endMs);
     const std::vector<TimeSpan> timeOfDay = TimeOfDayRuleSpans(trace.nights, screenOff);
     std::vector<NightRecord> nights;
     for (size_t i = 0; i < trace.nights.size(); ++i) {
@@ -557,6 +643,7 @@ RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, cons
         night.awakeScreenOff = AwakeScreenOff(screenOff, night);
         night.wakeLockMs = i < wakeLockMsPerNight.size() ? wakeLockMsPerNight[i] : -1;
         night.trainings = static_cast<int32_t>(reports[i].trainingMs.size());
+        night.nightClass = ClassifyNight(night.index, night.window, night.sleep, charging);
         night.verdicts[static_cast<size_t>(Rule::PLUGIN)] = PluginVerdict(reports[i]);
         night.verdicts[static_cast<size_t>(Rule::IDLE)].asleep = ClipSpans(idle, night.window);
         night.verdicts[static_cast<size_t>(Rule::TIME_OF_DAY)] = TimeOfDayVerdict(timeOfDay[i], night.window);
@@ -668,11 +755,18 @@ std::vector<SummaryRow> GroupSummaryRows(const GroupSummary& group)
     }
     rows.push_back(missed);
     for (size_t i = 0; i < ScoreFields().size(); ++i) {
-        SummaryRow row{ScoreFields()[i].label, {}};
+        const ScoreField& field = ScoreFields()[i];
+        SummaryRow row{std::string(field.label) + (field.tail == Tail::LOW_IS_BAD ? " (p10)" : " (p90)"), {}};
+        SummaryRow size{std::string("  its size |x| (p90)"), {}};
         for (size_t rule = 0; rule < kRuleCount; ++rule) {
-            row.cells[rule] = FormatStats(group.rules[rule].fields[i], ScoreFields()[i].textDecimals);
+            const Stats& stats = group.rules[rule].fields[i];
+            row.cells[rule] = FormatStats(stats, field.textDecimals, field.tail);
+            size.cells[rule] = FormatPair(stats.count, stats.absMedian, stats.absP90, field.textDecimals);
         }
         rows.push_back(row);
+        if (field.signedError) {
+            rows.push_back(size);
+        }
     }
     for (size_t i = 0; i < StateFields().size(); ++i) {
         SummaryRow row{std::string("nights with ") + StateFields()[i].label, {}};
@@ -689,10 +783,12 @@ std::string FormatMetricsSummary(const RunMetrics& metrics)
     const MetricsSummary& summary = metrics.summary;
     std::ostringstream out;
     out << "Sleep detection against the truth: " << summary.persons.size() << " person(s), " << summary.all.nights
-        << " nights; values are median / 90th percentile; latencies and errors are detected minus true\n\n";
-    GroupTable(out, "after the first week", summary.afterFirstWeek);
-    out << "\n";
-    GroupTable(out, "first week", summary.firstWeek);
+        << " nights; values are median / tail (count): the tail is the 10th percentile (p10) where low values\n"
+        << "are bad, the 90th (p90) where high ones are; latencies and errors are detected minus true, and |x|\n"
+        << "rows give the median / p90 of their size\n\n";
+    GroupTable(out, "eligible nights", summary.classes[static_cast<size_t>(NightClass::ELIGIBLE)]);
+    out << "\n" << FormatClassCounts(summary) << "\n\n";
+    GroupTable(out, "all nights", summary.all);
     out << "\ntrainings per week (over persons): " << FormatStats(summary.trainingsPerWeek, 1) << "\n";
     return out.str();
 }

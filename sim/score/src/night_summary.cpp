@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <map>
 #include <sstream>
 
@@ -45,14 +46,6 @@ bool IsDeepStopReport(const TimelineLine& line)
     return params.value("TYPE", 0) == kDeepSleepReportType && params.value("VALUE", 0) < 0;
 }
 
-// Where a published state's open span starts, per state; -1 while the state is off.
-struct OpenStates {
-    int64_t deep = -1;
-    int64_t light = -1;
-    int64_t easyWakeup = -1;
-    int64_t notCareCharge = -1;
-};
-
 struct StateTrack {
     const std::string& action;
     int64_t OpenStates::*openSince;
@@ -87,11 +80,15 @@ void TrackState(const TimelineLine& line, int64_t t, OpenStates& open, NightRepo
     }
 }
 
-void CloseOpenStates(int64_t endMs, const OpenStates& open, NightReport& report)
+// Cuts every open span at the window's end; the state stays on, and counts in the next window from
+// its start.
+void CloseOpenStates(int64_t endMs, OpenStates& open, NightReport& report)
 {
     for (const StateTrack& track : StateTracks()) {
-        if (open.*track.openSince >= 0) {
-            (report.*track.spans).push_back(TimeSpan{open.*track.openSince, endMs});
+        int64_t& since = open.*track.openSince;
+        if (since >= 0) {
+            (report.*track.spans).push_back(TimeSpan{since, endMs});
+            since = endMs;
         }
     }
 }
@@ -142,7 +139,18 @@ std::string Cell(const std::string& text, size_t width)
 
 double NightReport::OnsetDelayMin() const
 {
-    return static_cast<double>(deepStartMs - truth.onsetMs) / kMsPerMinute;
+    return OnsetLatencyMin(NormaliseSpans(deepSpans), NormaliseSpans(truth.SleepSpans()));
+}
+
+double OnsetLatencyMin(const SpanList& asleep, const SpanList& sleep)
+{
+    if (IntersectSpans(asleep, sleep).empty()) {
+        return std::numeric_limits<double>::quiet_NaN();
+    }
+    const int64_t onset = sleep.front().beginMs;
+    const auto first =
+        std::find_if(asleep.begin(), asleep.end(), [onset](const TimeSpan& span) { return span.endMs > onset; });
+    return static_cast<double>(first->beginMs - onset) / kMsPerMinute;
 }
 
 TimeSpan NightWindow(const NightTruth& night)
@@ -175,7 +183,9 @@ void NightSummaries::SummariseNext()
     NightReport report;
     report.truth = nights_[reports_.size()];
     const auto [begin, end] = NightWindow(report.truth);
+    NightReport before; // what lines before the window would say: only the states they leave on count
     while (!waiting_.empty() && waiting_.front()["t"].get<int64_t>() < begin) {
+        TrackState(waiting_.front(), begin, open_, before);
         waiting_.pop_front();
     }
     const auto last = std::find_if(waiting_.begin(), waiting_.end(),
@@ -186,12 +196,11 @@ void NightSummaries::SummariseNext()
             reasons[(*it)["t"].get<int64_t>()] = (*it)["params"]["VALUE"].get<int32_t>();
         }
     }
-    OpenStates open;
     for (auto it = waiting_.begin(); it != last; ++it) {
         ReadLine(*it, report, reasons);
-        TrackState(*it, (*it)["t"].get<int64_t>(), open, report);
+        TrackState(*it, (*it)["t"].get<int64_t>(), open_, report);
     }
-    CloseOpenStates(end, open, report);
+    CloseOpenStates(end, open_, report);
     waiting_.erase(waiting_.begin(), last);
     reports_.push_back(std::move(report));
 }
@@ -209,7 +218,7 @@ int32_t CountTimelyNights(const std::vector<NightReport>& reports, size_t firstC
 {
     int32_t timely = 0;
     for (size_t i = firstCounted; i < reports.size(); ++i) {
-        if (reports[i].deepStartMs >= 0 && std::fabs(reports[i].OnsetDelayMin()) <= toleranceMin) {
+        if (std::fabs(reports[i].OnsetDelayMin()) <= toleranceMin) {
             ++timely;
         }
     }
@@ -237,8 +246,9 @@ std::string FormatSummaryTable(const std::vector<NightReport>& reports)
     out << "\n";
     for (const NightReport& report : reports) {
         char late[16] = "-";
-        if (report.deepStartMs >= 0) {
-            std::snprintf(late, sizeof(late), "%+.0f", report.OnsetDelayMin());
+        const double latency = report.OnsetDelayMin();
+        if (!std::isnan(latency)) {
+            std::snprintf(late, sizeof(late), "%+.0f", latency);
         }
         std::string training;
         for (int64_t t : report.trainingMs) {

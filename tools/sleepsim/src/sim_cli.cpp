@@ -334,13 +334,16 @@ std::string MetricsHelp()
            "movement or charger) and time_of_day (median bed and wake times of earlier nights, learned\n"
            "from screen use). Top level: version, rules, persons (name, nights, trainings,\n"
            "trainingsPerWeek), nights, summary. A night: person, night, index, weekend, window, sleep,\n"
-           "awakeScreenOff, wakeLockMs, trainings, rules.<rule>: asleep (plugin also light, easyWakeup,\n"
+           "awakeScreenOff, wakeLockMs, trainings, class (eligible, firstWeek, outsideWindow, charging:\n"
+           "whether the plug-in may detect the night at all), rules.<rule>: asleep (plugin also light, easyWakeup,\n"
            "notCareCharge) as [[beginMs, endMs], ...], announcedWake, missed, onsetLatencyMin,\n"
            "wakeLatencyMin, coverage, falseSleepMin, falseSleepShare (of awake screen-off time\n"
            "21:00-08:00), wakeErrorMin, lightMin, easyWakeupMin, notCareChargeMin (null: does not\n"
            "apply; a missed night has no latency). summary: persons, nights, trainingsPerWeek, and for\n"
-           "all, firstWeek, afterFirstWeek: nights, wakeLockSec, rules.<rule>: missed, nightsWith\n"
-           "(asleep, light, easyWakeup, notCareCharge), each score as {count, median, p90}.\n";
+           "all and for each class (classes.eligible is the headline): nights, wakeLockSec,\n"
+           "rules.<rule>: missed, nightsWith (asleep, light, easyWakeup, notCareCharge), each score as\n"
+           "{count, median, p10, p90} and, for the signed onsetLatencyMin, wakeLatencyMin and\n"
+           "wakeErrorMin, also absMedian and absP90 (of their size).\n";
 }
 
 // "sleepsim report DIR": rebuilds the report page(s) of a finished output folder.
