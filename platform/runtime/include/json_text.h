@@ -7,13 +7,11 @@
 
 namespace OHOS::Emulator {
 
-// JSON text appended to `out` exactly as nlohmann's dump() (compact, UTF-8 kept) writes it, without
-// building a serializer per value: the event file, the timeline and the trace write one or more
-// values for every event, and the library's serializer cost more than the rest of their lines.
-// Texts that need escapes, and values of kinds the files never hold, are written by the library.
+// JSON text appended to `out` as nlohmann's dump() writes it: compact, UTF-8 kept, numbers in
+// their shortest form that reads back exactly, null for a number that is not finite. A text that
+// is not UTF-8 is refused with the library's type_error, and `out` is then left as it was.
 void AppendJsonText(const nlohmann::ordered_json& value, std::string& out);
 void AppendJsonString(const std::string& text, std::string& out);
-// The shortest text that reads back as `value`; null when it is not finite.
 void AppendJsonNumber(double value, std::string& out);
 
 } // namespace OHOS::Emulator
