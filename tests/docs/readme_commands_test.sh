@@ -7,9 +7,9 @@
 # Usage: readme_commands_test.sh SLEEPSIM SOURCE_DIR SCRATCH_DIR
 set -euo pipefail
 
-sleepsim=$1
-source_dir=$2
-scratch=$3
+sleepsim=$(realpath "$1")
+source_dir=$(realpath "$2")
+scratch=$(realpath -m "$3")
 readme="$source_dir/README.md"
 
 fail() {
