@@ -9,6 +9,7 @@
 #include "scratch_folder.h"
 #include "trace.h"
 #include "trace_reader.h"
+#include "trace_writer.h"
 
 namespace {
 

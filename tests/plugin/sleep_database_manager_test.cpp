@@ -292,9 +292,8 @@ TEST_F(SleepDatabaseManagerTest, AccountFailureFallsBackToUserZero)
     EXPECT_FALSE(FileExists(root_.Path() + UserDir(100) + "/sleep.db"));
 }
 
-// A failing statement costs only its own change; the transaction does not hold back another writer for
-// longer than it runs.
-TEST_F(SleepDatabaseManagerTest, EachStatementOfATransactionStandsAloneBesideAnotherWriter)
+// A failing statement costs only its own change, and the run does not hold back another writer.
+TEST_F(SleepDatabaseManagerTest, EachStatementStandsAloneBesideAnotherWriter)
 {
     std::vector<SleepEnvironment> night = Night(50);
     ASSERT_EQ(manager_->InsertEntries(SleepEnvironment::TABLE_NAME, night), 0);
@@ -303,7 +302,7 @@ TEST_F(SleepDatabaseManagerTest, EachStatementOfATransactionStandsAloneBesideAno
         updates.push_back("UPDATE sleep_environment SET label = 7 WHERE timestamp = " + std::to_string(row.timestamp));
     }
     updates.insert(updates.begin() + 10, "UPDATE no_table SET label = 7");
-    std::thread trainer([&] { manager_->ExecuteEachInTransaction(updates); });
+    std::thread trainer([&] { manager_->ExecuteEach(updates); });
     std::vector<ScreenStateRecord> screens = {{1700000000000, 0}, {1700000100000, 1}};
     for (int i = 0; i < 20; ++i) {
         EXPECT_EQ(manager_->InsertEntries(ScreenStateRecord::TABLE_NAME, screens), 0);

@@ -1,6 +1,9 @@
+#include <sys/stat.h>
+
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -9,7 +12,10 @@
 #include "data_root.h"
 #include "event_handler.h"
 #include "hilog.h"
+#include "os_account_manager.h"
 #include "rdb_faults.h"
+#include "rdb_helper.h"
+#include "rdb_sql_utils.h"
 #include "scoped_time_zone.h"
 #include "sleep_database_manager.h"
 #include "sleep_history_builder.h"
@@ -261,6 +267,10 @@ TEST_F(UserSleepTrainModelTest, StoresOneEpisodePerNightTheParametersRowAndTheFi
     EXPECT_EQ(Count(SleepDurationRecord::TABLE_NAME), 6);
 }
 
+const std::vector<std::string> ALL_TABLES{SleepEnvironment::TABLE_NAME, ScreenStateRecord::TABLE_NAME,
+    SleepDurationRecord::TABLE_NAME, SleepParameter::TABLE_NAME, SleepProbability::TABLE_NAME,
+    SleepAmbientProbability::TABLE_NAME, SleepNotificationRecord::TABLE_NAME};
+
 // Parameter: the position in `observations` of the one whose update the database refuses (-1: none).
 class LabelTest : public UserSleepTrainModelTest, public testing::WithParamInterface<int> {};
 
@@ -311,6 +321,122 @@ TEST_P(LabelTest, LabelsObservationsAroundEpisodeBeginsEachByItsOwnUpdate)
 }
 
 INSTANTIATE_TEST_SUITE_P(RefusedUpdate, LabelTest, testing::Values(-1, 0, 4, 7));
+
+// What happens at the nth statement of a labelling run: the user switches, or the statement fails.
+enum class Midway { SWITCH_USER, FAIL_STATEMENT };
+struct MidwayCase {
+    std::string name;
+    Midway event;
+    int at;
+};
+
+void PrintTo(const MidwayCase& midway, std::ostream* out)
+{
+    *out << midway.name;
+}
+
+class LabellingMidwayTest : public UserSleepTrainModelTest, public testing::WithParamInterface<MidwayCase> {
+protected:
+    void TearDown() override
+    {
+        Emulator::RdbFaults::Reset();
+        Emulator::ResetOsAccounts();
+        manager_->OnUserSwitched();
+        UserSleepTrainModelTest::TearDown();
+    }
+};
+
+TEST_P(LabellingMidwayTest, KeepsTheStoreItBeganWithAndLosesOnlyTheFailedLabel)
+{
+    const std::vector<std::pair<int64_t, int32_t>> expected{
+        {Mar(4, 21), 0}, {Mar(4, 22), 0}, {Mar(4, 23, 30), 1}, {Mar(5, 0, 30), 1}, {Mar(5, 1, 30), 1}};
+    for (const auto& [timestamp, label] : expected) {
+        InsertObservation(timestamp, -1);
+    }
+    std::vector<SleepEnvironment> environments;
+    ASSERT_EQ(manager_->QueryEntries(environments, "", ""), 0);
+    SleepDurationRecord episode;
+    episode.beginTime = Mar(4, 23);
+    episode.endTime = Mar(5, 7);
+    const MidwayCase& midway = GetParam();
+    Emulator::RdbFaults::Reset();
+    if (midway.event == Midway::FAIL_STATEMENT) {
+        Emulator::RdbFaults::FailNthOperation(midway.at);
+    } else {
+        Emulator::RdbFaults::SetOperationObserver([&midway](int operation) {
+            if (operation == midway.at) {
+                Emulator::SetForegroundOsAccount(101);
+                manager_->OnUserSwitched();
+            }
+        });
+    }
+    UserSleepTrainModel().CalculateLabelData({episode}, environments);
+    Emulator::RdbFaults::Reset();
+    // Nothing reached the second user: the run never even opened that user's database.
+    struct stat info {};
+    EXPECT_NE(stat((root_.Path() + "/data/service/el3/101/device_standby/sleep.db").c_str(), &info), 0);
+    Emulator::SetForegroundOsAccount(100);
+    manager_->OnUserSwitched();
+    for (int i = 0; i < static_cast<int>(expected.size()); ++i) {
+        bool lost = midway.event == Midway::FAIL_STATEMENT && i == midway.at - 1;
+        int32_t label = lost ? -1 : expected[i].second;
+        EXPECT_EQ(Count(SleepEnvironment::TABLE_NAME, "timestamp = " + std::to_string(expected[i].first) +
+                                                          " AND label = " + std::to_string(label)),
+            1)
+            << i;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Midway, LabellingMidwayTest,
+    testing::Values(MidwayCase{"SwitchBeforeFirst", Midway::SWITCH_USER, 1},
+        MidwayCase{"SwitchAfterTwo", Midway::SWITCH_USER, 3}, MidwayCase{"FirstFails", Midway::FAIL_STATEMENT, 1},
+        MidwayCase{"ThirdFails", Midway::FAIL_STATEMENT, 3}, MidwayCase{"LastFails", Midway::FAIL_STATEMENT, 5},
+        // A run of five statements has no sixth or seventh (no BEGIN or COMMIT to fail): nothing is lost.
+        MidwayCase{"SixthFails", Midway::FAIL_STATEMENT, 6}, MidwayCase{"SeventhFails", Midway::FAIL_STATEMENT, 7}),
+    [](const testing::TestParamInfo<MidwayCase>& info) { return info.param.name; });
+
+// Every row of the schema, as "type name: sql", in the order SQLite keeps them.
+std::vector<std::string> StoredSchema()
+{
+    int errCode = NativeRdb::E_OK;
+    SleepRdbOpenCallback callback;
+    std::string path = NativeRdb::RdbSqlUtils::GetDefaultDatabasePath(
+        "/data/service/el3/100/device_standby", "sleep.db", errCode);
+    auto store = NativeRdb::RdbHelper::GetRdbStore(NativeRdb::RdbStoreConfig(path), 1, callback, errCode);
+    EXPECT_NE(store, nullptr);
+    std::vector<std::string> schema;
+    auto resultSet = store->QuerySql("SELECT type || ' ' || name || ': ' || ifnull(sql, '') FROM sqlite_master");
+    std::string row;
+    while (resultSet != nullptr && resultSet->GoToNextRow() == NativeRdb::E_OK &&
+           resultSet->GetString(0, row) == NativeRdb::E_OK) {
+        schema.push_back(row);
+    }
+    return schema;
+}
+
+// A training adds nothing to the schema the database was created with (its tables, checked against
+// their texts by the database manager's tests): no index, trigger or table of its own. Afterwards
+// the statistics report's query, which names no order, reads the observations in insertion order
+// even where the clock was set back between them.
+TEST_F(UserSleepTrainModelTest, TrainingKeepsTheCreatedSchemaAndTheInsertionOrder)
+{
+    const std::vector<std::string> created = StoredSchema();
+    ASSERT_EQ(created.size(), ALL_TABLES.size());
+    WriteCraftedNights();
+    const std::vector<int64_t> inserted{Mar(5, 1), Mar(5, 1, 40), Mar(5, 1, 10), Mar(5, 1, 50), Mar(5, 1, 20)};
+    for (int64_t timestamp : inserted) {
+        InsertObservation(timestamp, -1);
+    }
+    RunTraining();
+    EXPECT_EQ(StoredSchema(), created);
+    std::vector<SleepEnvironment> reported;
+    ASSERT_EQ(manager_->QueryEntries(reported, "timestamp > " + std::to_string(Mar(5, 0)), ""), 0);
+    std::vector<int64_t> order;
+    for (const SleepEnvironment& row : reported) {
+        order.push_back(row.timestamp);
+    }
+    EXPECT_EQ(order, inserted);
+}
 
 TEST_F(UserSleepTrainModelTest, TimeTableCountsSlotsAfterBeginUpToEnd)
 {
@@ -443,10 +569,6 @@ INSTANTIATE_TEST_SUITE_P(Records, NotificationProbaTest,
         NotificationCase{
             "TableUnreadable", {}, true, 0.0F, 0.0F, {"cursor is null of slp notification records by contification"}}),
     [](const testing::TestParamInfo<NotificationCase>& info) { return info.param.name; });
-
-const std::vector<std::string> ALL_TABLES{SleepEnvironment::TABLE_NAME, ScreenStateRecord::TABLE_NAME,
-    SleepDurationRecord::TABLE_NAME, SleepParameter::TABLE_NAME, SleepProbability::TABLE_NAME,
-    SleepAmbientProbability::TABLE_NAME, SleepNotificationRecord::TABLE_NAME};
 
 class ClockJumpTest : public UserSleepTrainModelTest, public testing::WithParamInterface<int64_t> {};
 

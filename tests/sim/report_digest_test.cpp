@@ -63,7 +63,7 @@ TEST_P(ReportDigestTest, PageWrittenByTheRunEqualsThePageRebuiltFromItsFiles)
 {
     const std::string written = ReadFile(outDir_ + "/" + REPORT_FILE);
     std::string error;
-    ASSERT_TRUE(WriteReport(outDir_, error)) << error;
+    ASSERT_TRUE(WriteRunReport(outDir_, error)) << error;
     EXPECT_FALSE(written.empty());
     EXPECT_EQ(written, ReadFile(outDir_ + "/" + REPORT_FILE));
 }

@@ -17,6 +17,7 @@
 #include "night_metrics.h"
 #include "night_summary.h"
 #include "night_svg.h"
+#include "population_page.h"
 #include "report_html.h"
 #include "scenario.h"
 #include "scoped_time_zone.h"
@@ -24,6 +25,7 @@
 #include "test_files.h"
 #include "timeline.h"
 #include "trace.h"
+#include "trace_writer.h"
 
 namespace OHOS::Sim {
 namespace {

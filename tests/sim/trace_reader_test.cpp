@@ -19,6 +19,7 @@
 #include "test_files.h"
 #include "trace_generator.h"
 #include "trace_reader.h"
+#include "trace_writer.h"
 
 namespace OHOS::Sim {
 namespace {

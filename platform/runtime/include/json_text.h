@@ -7,11 +7,11 @@
 
 namespace OHOS::Emulator {
 
-// JSON text appended to `out` as nlohmann's dump() writes it: compact, UTF-8 kept, numbers in
-// their shortest form that reads back exactly, null for a number that is not finite. A text that
-// is not UTF-8 is refused with the library's type_error, and `out` is then left as it was.
+// JSON text appended to `out` as nlohmann's dump() writes it (compact, UTF-8 kept): the one writer
+// of the event file, the timeline and the trace.
 void AppendJsonText(const nlohmann::ordered_json& value, std::string& out);
 void AppendJsonString(const std::string& text, std::string& out);
+// The shortest text that reads back as `value` (as dump() writes it); null when it is not finite.
 void AppendJsonNumber(double value, std::string& out);
 
 } // namespace OHOS::Emulator

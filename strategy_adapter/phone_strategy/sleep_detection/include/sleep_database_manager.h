@@ -49,9 +49,10 @@ public:
     void Delete(const std::string& table, const std::string& whereClause, const std::vector<std::string>& args);
     // Runs one statement without arguments.
     void Execute(const std::string& sql);
-    // Runs every statement as Execute does, inside one transaction so that they share one commit: a
-    // failing statement is logged and takes back only its own change, the others are committed.
-    void ExecuteEachInTransaction(const std::vector<std::string>& sqls);
+    // Runs every statement as Execute does, each committed on its own, all on the store that is open
+    // when the call begins: a user switch during the call cannot send the rest to another user's
+    // database, and a failing statement costs only its own change.
+    void ExecuteEach(const std::vector<std::string>& sqls);
     // Number of rows of `table` matching `whereClause` (every row when empty); 0 on failure.
     int64_t QueryCount(const std::string& table, const std::string& whereClause);
     // Largest (isMax) or smallest value of `column`; 0 when nothing can be read.
@@ -61,6 +62,8 @@ private:
     SleepDatabaseManager() = default;
     // The open store, opening it when needed; nullptr when it cannot be opened.
     std::shared_ptr<NativeRdb::RdbStore> AcquireStore();
+    // Runs one statement on `store`, logging a failure.
+    void Execute(NativeRdb::RdbStore& store, const std::string& sql);
 
     std::mutex storeMutex_;
     std::shared_ptr<NativeRdb::RdbStore> rdbStore_;

@@ -179,7 +179,7 @@ private:
     void PostSelfTask(void (SleepDetection::*method)(), const std::string& name, int64_t delayMs);
     void ReadyForTrainCheck(SleepLogSite site);
     void TrainIfReady();
-    void StartTrainingThread(SleepLogSite site = SleepLogSite::Caller());
+    void StartTrainingThread();
     void ResetNightState();
     void CountUnsleepReason(int32_t reason);
     bool ParseManualRecord(const std::string& args, SleepDataRecord& record);

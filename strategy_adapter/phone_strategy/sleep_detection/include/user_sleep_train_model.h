@@ -99,7 +99,6 @@ public:
 
 private:
     void AppendScreenOffSpan(int64_t begin, int64_t end);
-    void WriteLabels(const std::vector<std::string>& updates);
     void StoreEpisode(const std::string& endDate, const Span& episode);
     void DispatchFinishMessage(bool trained) const;
 

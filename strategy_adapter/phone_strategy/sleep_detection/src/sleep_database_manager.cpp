@@ -204,32 +204,27 @@ void SleepDatabaseManager::Delete(
 void SleepDatabaseManager::Execute(const std::string& sql)
 {
     auto store = AcquireStore();
-    if (store == nullptr) {
-        return;
-    }
-    int error = store->ExecuteSql(sql);
-    if (error != E_OK) {
-        STANDBYSERVICE_LOGE("Execute fail, sql: %{public}s, errno: %{public}d", sql.c_str(), error);
+    if (store != nullptr) {
+        Execute(*store, sql);
     }
 }
 
-void SleepDatabaseManager::ExecuteEachInTransaction(const std::vector<std::string>& sqls)
+void SleepDatabaseManager::ExecuteEach(const std::vector<std::string>& sqls)
 {
     auto store = AcquireStore();
     if (store == nullptr) {
         return;
     }
-    // Without a transaction every statement still runs, each committed on its own.
-    bool inTransaction = store->BeginTransaction() == E_OK;
     for (const std::string& sql : sqls) {
-        Execute(sql);
+        Execute(*store, sql);
     }
-    if (!inTransaction) {
-        return;
-    }
-    int error = store->Commit();
+}
+
+void SleepDatabaseManager::Execute(RdbStore& store, const std::string& sql)
+{
+    int error = store.ExecuteSql(sql);
     if (error != E_OK) {
-        STANDBYSERVICE_LOGE("Execute fail, sql: %{public}s, errno: %{public}d", "COMMIT", error);
+        STANDBYSERVICE_LOGE("Execute fail, sql: %{public}s, errno: %{public}d", sql.c_str(), error);
     }
 }
 

@@ -860,7 +860,8 @@ void SleepDetection::ExecuteTrain()
     mLastTrainTime = Now();
 }
 
-void SleepDetection::StartTrainingThread(SleepLogSite site)
+// A thread that cannot be created ends the process: the engine has no way to go on without it.
+void SleepDetection::StartTrainingThread()
 {
     g_liveTrainingThreads.fetch_add(1);
     try {
@@ -871,8 +872,7 @@ void SleepDetection::StartTrainingThread(SleepLogSite site)
             }
             OnTrainingThreadEnd();
         }).detach();
-    } catch (const std::system_error& error) {
-        STANDBYSERVICE_LOGE_AT(site, "failed to create train thread: %{public}s", error.what());
+    } catch (const std::system_error&) {
         std::abort();
     }
 }

@@ -44,7 +44,6 @@ constexpr int32_t SCREEN_BOOT = 2;
 constexpr int32_t LABEL_ASLEEP = 1;
 constexpr int32_t LABEL_AWAKE = 0;
 constexpr int32_t LABEL_UNUSABLE = -2;
-const std::string LABEL_LOOKUP_INDEX = "sleep_environment_timestamp";
 constexpr int32_t DOWNWARD_FILL = 1;
 constexpr int32_t UPWARD_FILL = 0;
 const std::string WEEKDAY_CONDITION = "week_day <= " + std::to_string(5);
@@ -380,23 +379,9 @@ void UserSleepTrainModel::CalculateLabelData(
                               " WHERE timestamp = " + std::to_string(environment.timestamp));
         }
     }
-    WriteLabels(updates);
-}
-
-// One statement per observation, so that a failing one costs only its own label. The statements share
-// one transaction (one commit instead of one per row); each looks its row up by timestamp through an
-// index made by the first labelling and kept since, so a lookup is a tree search, not a table scan.
-void UserSleepTrainModel::WriteLabels(const std::vector<std::string>& updates)
-{
-    if (updates.empty()) {
-        return;
-    }
-    std::vector<std::string> statements;
-    statements.reserve(updates.size() + 1);
-    statements.push_back(
-        "CREATE INDEX IF NOT EXISTS " + LABEL_LOOKUP_INDEX + " ON " + SleepEnvironment::TABLE_NAME + " (timestamp)");
-    statements.insert(statements.end(), updates.begin(), updates.end());
-    databaseManager->ExecuteEachInTransaction(statements);
+    // One statement per observation, each on its own, all on the store the run began with: a failing
+    // statement costs only its own label.
+    databaseManager->ExecuteEach(updates);
 }
 
 std::pair<int32_t, int32_t> UserSleepTrainModel::HandleLabelItem(

@@ -7,13 +7,18 @@
 #include <string>
 #include <vector>
 
+#include "report_html.h"
 #include "scenario.h"
 #include "sim_driver.h"
 
 namespace OHOS::Sim {
 
+// Exit codes of sleepsim, and of each person's process in a population run.
+constexpr int EXIT_RUN_OK = 0;
+constexpr int EXIT_RUN_FAILED = 1;
+constexpr int EXIT_BAD_INPUT = 2; // bad argument or scenario: nothing was run
+
 // Files of a population output folder, besides one single-run folder per person in PERSONS_DIR.
-inline const std::string PERSONS_DIR = "persons";
 inline const std::string POPULATION_FILE = "population.json"; // which persons, in which order
 
 // A part of a population: the persons whose 0-based index i has i % count == index - 1.

@@ -10,6 +10,7 @@
 #include "report_html.h"
 #include "report_inputs.h"
 #include "report_page.h"
+#include "statistics.h"
 #include "text_file.h"
 
 namespace OHOS::Sim {
@@ -37,16 +38,6 @@ struct RuleTally {
         }
     }
 };
-
-double Median(std::vector<double> values)
-{
-    if (values.empty()) {
-        return std::nan("");
-    }
-    std::sort(values.begin(), values.end());
-    const size_t mid = values.size() / 2;
-    return values.size() % 2 == 1 ? values[mid] : (values[mid - 1] + values[mid]) / 2;
-}
 
 double Mean(const std::vector<double>& values)
 {
@@ -229,7 +220,7 @@ std::string PersonsTable(const std::vector<PersonRow>& rows, const std::vector<s
             }
             nights = std::max(nights, tally->second.nights);
             const double coverage = Mean(tally->second.coverage);
-            cells += "<td>" + FormatNumber(std::round(Median(tally->second.onsetMin))) + "</td><td>" +
+            cells += "<td>" + FormatNumber(std::round(Percentile(tally->second.onsetMin, 0.5))) + "</td><td>" +
                      std::to_string(tally->second.missed) + "</td><td>" +
                      (std::isnan(coverage) ? std::string("\u2013") : FormatNumber(std::round(coverage * 100)) + "%") +
                      "</td>";
@@ -237,6 +228,13 @@ std::string PersonsTable(const std::vector<PersonRow>& rows, const std::vector<s
         html += "<tr><td>" + link + "</td><td>" + std::to_string(nights) + "</td>" + cells + "</tr>\n";
     }
     return html + "</table>\n";
+}
+
+// Whether the folder is a population output (it has a persons/ folder).
+bool IsPopulation(const std::string& dir)
+{
+    std::error_code ec;
+    return std::filesystem::is_directory(dir + "/" + PERSONS_DIR, ec);
 }
 
 } // namespace
@@ -280,6 +278,28 @@ bool WritePopulationReport(const std::string& dir, std::string& error)
             "then by its missed nights.</p>\n" +
             PersonsTable(rows, rules) + "</body></html>\n";
     return WriteTextFileAtomically(dir + "/" + REPORT_FILE, html, error);
+}
+
+bool WriteReport(const std::string& outDir, std::string& error)
+{
+    std::error_code ec;
+    if (!std::filesystem::is_directory(outDir, ec)) {
+        error = "'" + outDir + "' is not an output folder";
+        return false;
+    }
+    return IsPopulation(outDir) ? WritePopulationReport(outDir, error) : WriteRunReport(outDir, error);
+}
+
+bool RebuildReports(const std::string& outDir, std::string& error)
+{
+    if (IsPopulation(outDir)) {
+        for (const std::string& name : PopulationPersons(outDir)) {
+            if (!WriteRunReport(outDir + "/" + PERSONS_DIR + "/" + name, error)) {
+                return false;
+            }
+        }
+    }
+    return WriteReport(outDir, error);
 }
 
 } // namespace OHOS::Sim

@@ -30,6 +30,7 @@
 #include "storage_sync.h"
 #include "timeline.h"
 #include "trace_generator.h"
+#include "trace_writer.h"
 #include "user_sleep_strategy.h"
 #include "virtual_clock.h"
 #include "want.h"
@@ -153,10 +154,10 @@ private:
     bool WriteRunPage(SimResult& result)
     {
         if (!timeline_.WrittenInOrder()) {
-            return WriteReport(options_.outDir, result.error);
+            return WriteRunReport(options_.outDir, result.error);
         }
         runRead_.UseMetrics(result.metrics);
-        return WriteRunReport(options_.outDir, runRead_, result.error);
+        return WriteRunReport(options_.outDir, result.error, &runRead_);
     }
 
     void Install()

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "local_calendar.h"
+#include "time_spans.h"
 
 namespace OHOS::Sim {
 
@@ -47,11 +48,6 @@ struct TraceEvent {
     std::string text;
 };
 
-struct TimeSpan {
-    int64_t beginMs = 0;
-    int64_t endMs = 0;
-};
-
 // The truth about one night, against which the plug-in's answers are judged.
 struct NightTruth {
     CivilDate wakeDate;               // the night belongs to the day on which it ends
@@ -81,8 +77,6 @@ struct Trace {
     void ForEachEvent(const TraceEventVisitor& visit) const;
 };
 
-struct Scenario;
-
 // Stable lower-case name of a kind, e.g. "screen_on"; "unknown" for a value outside the enum.
 const char* TraceKindName(TraceKind kind);
 // One event as a JSON object line (no newline): {"t":..,"time":"..","kind":"..",...}. Light and
@@ -96,13 +90,6 @@ std::string NightTruthToJson(const NightTruth& night);
 
 // Version of the trace file format, in the "trace" field of its first line.
 constexpr int32_t TRACE_FORMAT_VERSION = 1;
-// The first line of a trace file: {"trace":1,"startMs":..,"endMs":..,"scenario":{...}}.
-std::string TraceHeaderToJson(const Scenario& scenario, const Trace& trace);
-// What a trace file holds before its events: the header and one line per night.
-void WriteTraceHead(std::ostream& out, const Scenario& scenario, const Trace& trace);
-// Writes a replayable trace file: the header, one line per night, one line per event.
-// False on an I/O error.
-bool WriteTraceFile(const std::string& path, const Scenario& scenario, const Trace& trace);
 
 } // namespace OHOS::Sim
 

@@ -5,6 +5,7 @@
 
 #include "builtin_scenarios.h"
 #include "population.h"
+#include "population_page.h"
 #include "population_runner.h"
 #include "recorded_schedules.h"
 #include "report_html.h"

@@ -17,7 +17,6 @@
 
 #include "night_metrics.h"
 #include "progress_meter.h"
-#include "sim_cli.h"
 #include "text_file.h"
 
 namespace OHOS::Sim {

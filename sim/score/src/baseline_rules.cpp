@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "local_calendar.h"
-#include "night_metrics.h"
 #include "night_summary.h"
+#include "statistics.h"
 
 namespace OHOS::Sim {
 

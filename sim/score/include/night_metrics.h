@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "night_summary.h"
+#include "statistics.h"
 #include "time_spans.h"
 #include "timeline.h"
 #include "trace.h"
@@ -114,10 +115,6 @@ struct RunMetrics {
     std::vector<NightRecord> nights; // grouped by person, each person's nights in order
     MetricsSummary summary;
 };
-
-// The value below which `share` (0..1) of the values lie, interpolating linearly between the
-// closest ranks (the median of an even count is the mean of the middle two). NaN for no values.
-double Percentile(std::vector<double> values, double share);
 
 // Scores one rule's verdict on one night.
 NightScore ScoreNight(const NightRecord& night, const RuleVerdict& verdict);

@@ -14,6 +14,13 @@ std::vector<std::string> PopulationPersons(const std::string& dir);
 // plug-in coverage, then most missed nights), linking to the person's page when it exists.
 bool WritePopulationReport(const std::string& dir, std::string& error);
 
+// Builds <outDir>/report.html for any output folder: a population's page (see above) or a single
+// run's (WriteRunReport). False with an error naming the missing or bad file.
+bool WriteReport(const std::string& outDir, std::string& error);
+
+// Like WriteReport, and for a population rebuilds every person's page first.
+bool RebuildReports(const std::string& outDir, std::string& error);
+
 } // namespace OHOS::Sim
 
 #endif // SIM_INCLUDE_POPULATION_PAGE_H

@@ -5,16 +5,13 @@
 #include <string>
 #include <vector>
 
-namespace OHOS::Sim {
+#include "population_runner.h" // the exit codes
 
-// Exit codes of sleepsim.
-constexpr int EXIT_RUN_OK = 0;
-constexpr int EXIT_RUN_FAILED = 1;
-constexpr int EXIT_BAD_INPUT = 2; // bad argument or scenario: nothing was run
+namespace OHOS::Sim {
 
 // The sleepsim command line without the program name: parses the options, runs the simulation and
 // prints the summary table (and dump answers) to `out`, messages and progress to `err`.
-// Returns one of the exit codes above.
+// Returns one of the exit codes (EXIT_RUN_OK, EXIT_RUN_FAILED, EXIT_BAD_INPUT).
 int RunSleepsimCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 // The usage text, with every scenario field.

@@ -4,9 +4,13 @@
 #include <cstdint>
 #include <vector>
 
-#include "trace.h"
-
 namespace OHOS::Sim {
+
+// A half-open span of time [beginMs, endMs), in epoch ms.
+struct TimeSpan {
+    int64_t beginMs = 0;
+    int64_t endMs = 0;
+};
 
 // Sets of time as lists of half-open spans [beginMs, endMs). Every function below returns a
 // normal list: sorted, disjoint, without empty spans, touching spans joined.

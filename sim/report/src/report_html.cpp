@@ -6,8 +6,6 @@
 #include <optional>
 
 #include "night_svg.h"
-#include "population_page.h"
-#include "population_runner.h"
 #include "report_inputs.h"
 #include "report_page.h"
 #include "text_file.h"
@@ -86,7 +84,7 @@ void WriteRunPage(const std::string& dir, const RunRecord& record, std::ostream&
     out << "</body></html>\n";
 }
 
-bool WriteRunPage(const std::string& dir, std::string& error, RunDigest* runRead = nullptr)
+bool WriteRunPage(const std::string& dir, std::string& error, RunDigest* runRead)
 {
     RunRecord record;
     return ReadRunFolder(dir, record, error, runRead) &&
@@ -94,43 +92,16 @@ bool WriteRunPage(const std::string& dir, std::string& error, RunDigest* runRead
                dir + "/" + REPORT_FILE, [&dir, &record](std::ostream& out) { WriteRunPage(dir, record, out); }, error);
 }
 
-bool IsPopulation(const std::string& dir)
-{
-    return IsDirectory(dir + "/" + PERSONS_DIR);
-}
-
 } // namespace
 
-bool WriteReport(const std::string& outDir, std::string& error)
-{
-    if (!IsDirectory(outDir)) {
-        error = "'" + outDir + "' is not an output folder";
-        return false;
-    }
-    TimeZoneGuard zone;
-    return IsPopulation(outDir) ? WritePopulationReport(outDir, error) : WriteRunPage(outDir, error);
-}
-
-bool WriteRunReport(const std::string& runDir, RunDigest& runRead, std::string& error)
+bool WriteRunReport(const std::string& runDir, std::string& error, RunDigest* runRead)
 {
     if (!IsDirectory(runDir)) {
         error = "'" + runDir + "' is not an output folder";
         return false;
     }
     TimeZoneGuard zone;
-    return WriteRunPage(runDir, error, &runRead);
-}
-
-bool RebuildReports(const std::string& outDir, std::string& error)
-{
-    if (IsDirectory(outDir) && IsPopulation(outDir)) {
-        for (const std::string& name : PopulationPersons(outDir)) {
-            if (!WriteReport(outDir + "/" + PERSONS_DIR + "/" + name, error)) {
-                return false;
-            }
-        }
-    }
-    return WriteReport(outDir, error);
+    return WriteRunPage(runDir, error, runRead);
 }
 
 } // namespace OHOS::Sim
