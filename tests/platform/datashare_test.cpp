@@ -107,6 +107,11 @@ TEST_F(DataShareTest, RepeatedReadsSeeEveryWriteAndEveryFault)
         {"put again", [] { Emulator::PutSetting(SETTINGS_TABLE, "k", "back"); }, "back"},
         {"another connection", [] { WriteFromAnotherConnection("UPDATE SETTINGSDATA SET VALUE = 'other'"); },
             "other"},
+        // A file in write-ahead-log mode commits into the log, not the main file's header.
+        {"another connection in WAL mode",
+            [] { WriteFromAnotherConnection("PRAGMA journal_mode = WAL; UPDATE SETTINGSDATA SET VALUE = 'wal'"); },
+            "wal"},
+        {"WAL again", [] { WriteFromAnotherConnection("UPDATE SETTINGSDATA SET VALUE = 'wal again'"); }, "wal again"},
         {"file removed", [] { std::filesystem::remove(Emulator::MapPhonePath(Emulator::SETTINGS_DATABASE_PATH)); },
             std::nullopt},
     };
