@@ -73,9 +73,6 @@ struct QueryRows {
 // parse), and reopened when the data root moves, the file is removed or replaced (a test empties
 // the data root) or the disk-sync switch changes. While it stays open its path is not mapped
 // again: the file it holds is the one that was checked when it was opened.
-// It also keeps what its queries read while SQLite's data version (which a commit of another
-// connection moves) stays where it was and it has not written itself: reading a setting again
-// (the next alarm, before every prediction) then costs one pragma step instead of the query.
 class Connection {
 public:
     Connection(const std::string& root, const std::string& path) : root_(root), syncEnabled_(StorageSyncEnabled())
@@ -174,7 +171,6 @@ public:
     // Runs a statement that returns no rows; false on failure.
     bool Execute(const Statement& statement)
     {
-        readRows_.clear();
         sqlite3_stmt* stmt = Prepare(statement);
         if (stmt == nullptr) {
             return false;
@@ -184,19 +180,9 @@ public:
         return done;
     }
 
-    // The rows of a read-only statement: kept ones, or read now (and kept when the read succeeds).
+    // The rows of a read-only statement; nullopt on failure.
     std::optional<QueryRows> Query(const Statement& statement)
     {
-        const int64_t version = DataVersion();
-        if (version != readsVersion_) {
-            readRows_.clear();
-            readsVersion_ = version;
-        }
-        const std::string key = CacheKey(statement);
-        auto kept = readRows_.find(key);
-        if (kept != readRows_.end()) {
-            return kept->second;
-        }
         sqlite3_stmt* stmt = Prepare(statement);
         if (stmt == nullptr) {
             return std::nullopt;
@@ -208,50 +194,19 @@ public:
         if (!ok) {
             return std::nullopt;
         }
-        if (readRows_.size() >= MAX_KEPT_READS) {
-            readRows_.clear();
-        }
-        return readRows_.emplace(key, std::move(read)).first->second;
+        return read;
     }
 
     int Changes() const { return sqlite3_changes(db_); }
     int64_t LastRowId() const { return sqlite3_last_insert_rowid(db_); }
 
 private:
-    static constexpr size_t MAX_KEPT_READS = 64;
-
-    // SQLite's data version of this connection: it changes when another connection commits. This
-    // connection's own writes clear the kept reads themselves (Execute). 0 when it cannot be read.
-    int64_t DataVersion()
-    {
-        static const Statement dataVersion{"PRAGMA data_version", {}};
-        sqlite3_stmt* stmt = Prepare(dataVersion);
-        if (stmt == nullptr) {
-            return 0;
-        }
-        int64_t version = sqlite3_step(stmt) == SQLITE_ROW ? sqlite3_column_int64(stmt, 0) : 0;
-        sqlite3_reset(stmt);
-        return version;
-    }
-
-    // The statement's text and arguments, each argument after a NUL (which neither can hold).
-    static std::string CacheKey(const Statement& statement)
-    {
-        std::string key = statement.sql;
-        for (const std::string& argument : statement.arguments) {
-            key.append(1, '\0').append(argument);
-        }
-        return key;
-    }
-
     std::string root_;
     bool syncEnabled_;
     int fd_ = -1;
     sqlite3* db_ = nullptr;
     std::map<std::string, sqlite3_stmt*> statements_; // by SQL text
     std::set<std::string> knownTables_;               // created or found by this connection
-    std::map<std::string, QueryRows> readRows_;       // by CacheKey, read at data version readsVersion_
-    int64_t readsVersion_ = 0;
 };
 
 // " WHERE a = ? AND b = ?" for the predicates (empty for none); false for a bad column name.
