@@ -186,6 +186,13 @@ TEST(ScenarioFaultsTest, ClockSetMovesEveryLaterEventAndNight)
         EXPECT_EQ(traces.faulty.endMs, traces.clean.endMs + shift);
         EXPECT_EQ(traces.faulty.nights.back().onsetMs, traces.clean.nights.back().onsetMs + shift);
         EXPECT_EQ(traces.faulty.nights.front().onsetMs, traces.clean.nights.front().onsetMs);
+        // The night in progress at 03:00 keeps its onset and wakes in the new clock.
+        const auto inProgress = std::find_if(traces.clean.nights.begin(), traces.clean.nights.end(),
+            [at](const NightTruth& night) { return night.onsetMs < at && night.wakeMs > at; });
+        ASSERT_NE(inProgress, traces.clean.nights.end());
+        const NightTruth& moved = traces.faulty.nights[static_cast<size_t>(inProgress - traces.clean.nights.begin())];
+        EXPECT_EQ(moved.onsetMs, inProgress->onsetMs) << minutes;
+        EXPECT_EQ(moved.wakeMs, inProgress->wakeMs + shift) << minutes;
     }
 }
 

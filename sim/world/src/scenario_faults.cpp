@@ -275,7 +275,8 @@ void AddFaultEvents(const ScenarioFault& fault, Trace& trace, std::vector<TraceE
 }
 
 // Inserts the clock set at the first event at or after `atMs` (searching from `from`) and moves
-// every later event, the nights that begin later and the end of the run; returns the insertion index.
+// every later event, every later instant of the nights' truth (of a night in progress too) and the
+// end of the run; returns the insertion index.
 size_t ApplyClockSet(const ScenarioFault& fault, size_t from, Trace& trace)
 {
     int64_t atMs = 0;
@@ -288,17 +289,18 @@ size_t ApplyClockSet(const ScenarioFault& fault, size_t from, Trace& trace)
     for (size_t i = index + 1; i < trace.events.size(); ++i) {
         trace.events[i].timeMs += shiftMs;
     }
+    // The truth moves with the phone's clock from the set on, also inside the night in progress.
+    const auto move = [atMs, shiftMs](int64_t& ms) { ms += ms >= atMs ? shiftMs : 0; };
     for (NightTruth& night : trace.nights) {
-        if (night.bedMs < atMs) {
-            continue;
-        }
         for (int64_t* ms : {&night.bedMs, &night.phoneDownMs, &night.onsetMs, &night.wakeMs}) {
-            *ms += shiftMs;
+            move(*ms);
         }
-        night.alarmMs = night.alarmMs > 0 ? night.alarmMs + shiftMs : night.alarmMs;
+        if (night.alarmMs > 0) {
+            move(night.alarmMs);
+        }
         for (TimeSpan& span : night.awakenings) {
-            span.beginMs += shiftMs;
-            span.endMs += shiftMs;
+            move(span.beginMs);
+            move(span.endMs);
         }
     }
     trace.endMs += shiftMs;
