@@ -497,7 +497,7 @@ std::string FormatStats(const Stats& stats, int32_t decimals, Tail tail)
 namespace {
 
 constexpr size_t kLabelWidth = 34;
-constexpr size_t kRuleWidth = 18;
+constexpr size_t kRuleWidth = 20;
 
 void Row(std::ostringstream& out, const std::string& label, const std::array<std::string, kRuleCount>& cells)
 {
