@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev libsqlite3-dev libpugixml-dev
-  nlohmann-json3-dev tzdata libmimalloc-dev
+  nlohmann-json3-dev libcli11-dev zlib1g-dev tzdata libmimalloc-dev
   clang-14 libfuzzer-14-dev libclang-rt-14-dev chromium)
 # The cluster test starts a one-node Slurm cluster (skipped without these).
 packages+=(slurm-wlm munge)

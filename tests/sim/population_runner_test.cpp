@@ -13,7 +13,6 @@
 #include "data_root.h"
 #include "population_runner.h"
 #include "scenario.h"
-#include "sim_cli.h"
 #include "test_files.h"
 
 namespace OHOS::Sim {
@@ -42,30 +41,6 @@ std::vector<int32_t> Indices(const std::vector<PersonEntry>& entries)
         indices.push_back(entry.index);
     }
     return indices;
-}
-
-TEST(ShardTest, ParsesValidShardsAndNamesBadOnes)
-{
-    struct Case {
-        std::string text;
-        bool ok;
-        Shard expected;
-    };
-    const Case cases[] = {{"1/1", true, {1, 1}}, {"2/5", true, {2, 5}}, {"5/5", true, {5, 5}}, {"0/3", false, {}},
-        {"4/3", false, {}}, {"1/0", false, {}}, {"-1/3", false, {}}, {"a/3", false, {}}, {"3", false, {}},
-        {"/3", false, {}}, {"1/", false, {}}, {"1/3/4", false, {}}, {"1.5/3", false, {}}};
-    for (const Case& c : cases) {
-        Shard shard{7, 9};
-        std::string error;
-        EXPECT_EQ(ParseShard(c.text, shard, error), c.ok) << c.text;
-        if (c.ok) {
-            EXPECT_EQ(shard.index, c.expected.index) << c.text;
-            EXPECT_EQ(shard.count, c.expected.count) << c.text;
-        } else {
-            EXPECT_NE(error.find("'" + c.text + "'"), std::string::npos) << error;
-            EXPECT_EQ(shard.index, 7) << "a bad value must leave the shard alone: " << c.text;
-        }
-    }
 }
 
 TEST(ShardTest, TakesEveryNthPersonFromItsOwnOffset)
@@ -222,25 +197,6 @@ TEST_F(PopulationRunTest, ThreeShardsMergedEqualOneRun)
         const std::string whole = ReadFile(Out("whole/" + file));
         EXPECT_FALSE(whole.empty()) << file;
         EXPECT_EQ(whole, ReadFile(Out("merged/" + file))) << file;
-    }
-}
-
-TEST(PopulationCliTest, NamesBadRunnerOptions)
-{
-    struct Case {
-        std::vector<std::string> args;
-        std::string named;
-    };
-    const Case cases[] = {{{"--population", "3", "--shard", "4/3"}, "--shard '4/3'"},
-        {{"--population", "3", "--shard", "x"}, "--shard 'x'"}, {{"--population", "3", "--jobs", "0"}, "--jobs '0'"},
-        {{"--population", "3", "--population-file", "p.json"}, "only one of"}, {{"--jobs", "2"}, "need a population"},
-        {{"--shard", "1/2"}, "need a population"}, {{"--population", "3", "dump", "-D"}, "single run only"},
-        {{"merge", "shard-1"}, "needs --out DIR"}, {{"merge", "--out", "all"}, "needs --out DIR"},
-        {{"merge", "--out", "all", "--jobs", "2", "s"}, "unknown argument '--jobs'"}};
-    for (const Case& c : cases) {
-        std::ostringstream out, err;
-        EXPECT_EQ(RunSleepsimCli(c.args, out, err), EXIT_BAD_INPUT) << c.named;
-        EXPECT_NE(err.str().find(c.named), std::string::npos) << err.str();
     }
 }
 

@@ -149,31 +149,6 @@ TEST(ScenarioTest, HelpDocumentsEveryField)
     }
 }
 
-struct BadCommandLine {
-    std::vector<std::string> args;
-    std::string message;
-};
-
-TEST(CommandLineTest, BadArgumentsExitWithTwoAndSayWhy)
-{
-    const BadCommandLine cases[] = {{{"--frobnicate"}, "unknown argument '--frobnicate'"},
-        {{"a.json", "b.json"}, "unknown argument 'b.json'"}, {{"--out"}, "option '--out' needs a value"},
-        {{"--seed", "abc"}, "field 'seed'"}, {{"--days", "0"}, "field 'days'"},
-        {{"dump"}, "'dump' needs at least one word"},
-        {{"--scenario", "/nonexistent/scenario.json"}, "cannot read the scenario file"},
-        {{"--builtin", "five-states"}, "no built-in scenario 'five-states' (known: four-states"},
-        {{"--person", "p001"}, "expected population:pNNN, FILE.csv:NAME or FILE.json:NAME"},
-        {{"--person", "population:p0"}, "no person 'p0' in population"},
-        {{"--person", "/nonexistent/nights.csv:INS-W_004"}, "cannot read the schedule file"}};
-    for (const BadCommandLine& c : cases) {
-        SCOPED_TRACE(c.message);
-        std::ostringstream out, err;
-        EXPECT_EQ(RunSleepsimCli(c.args, out, err), EXIT_BAD_INPUT);
-        EXPECT_NE(err.str().find(c.message), std::string::npos) << err.str();
-        EXPECT_EQ(out.str(), "");
-    }
-}
-
 TEST(CommandLineTest, ScenarioFileErrorsNameTheFileAndTheField)
 {
     Emulator::ScopedDataRoot folder;

@@ -27,12 +27,6 @@ struct Shard {
     int32_t count = 1;
 };
 
-// Reads a whole number of at least 1 (a count of persons, processes, ...).
-bool ParsePositiveCount(const std::string& text, int32_t& value);
-
-// Reads "K/N" (1 <= K <= N); on failure names the value and what is expected in `error`.
-bool ParseShard(const std::string& text, Shard& shard, std::string& error);
-
 // One person of a run: its place in the whole population and whether its simulation finished.
 struct PersonEntry {
     int32_t index = 0; // 0-based, in the whole (unsharded) population

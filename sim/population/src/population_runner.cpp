@@ -239,36 +239,6 @@ std::vector<std::string> FinishedPersonDirs(const std::string& outDir, const std
 
 } // namespace
 
-bool ParsePositiveCount(const std::string& text, int32_t& value)
-{
-    if (text.empty() || text.size() > 9 || !std::all_of(text.begin(), text.end(), ::isdigit)) {
-        return false;
-    }
-    const int32_t parsed = std::stoi(text);
-    if (parsed < 1) {
-        return false;
-    }
-    value = parsed;
-    return true;
-}
-
-bool ParseShard(const std::string& text, Shard& shard, std::string& error)
-{
-    const size_t slash = text.find('/');
-    Shard parsed;
-    if (slash == std::string::npos || !ParsePositiveCount(text.substr(0, slash), parsed.index) ||
-        !ParsePositiveCount(text.substr(slash + 1), parsed.count)) {
-        error = "--shard '" + text + "': expected K/N with whole numbers 1 <= K <= N, e.g. 2/5";
-        return false;
-    }
-    if (parsed.index > parsed.count) {
-        error = "--shard '" + text + "': K must not exceed N (" + std::to_string(parsed.count) + " shards)";
-        return false;
-    }
-    shard = parsed;
-    return true;
-}
-
 std::vector<PersonEntry> ShardEntries(const std::vector<Scenario>& persons, const Shard& shard)
 {
     std::vector<PersonEntry> entries;

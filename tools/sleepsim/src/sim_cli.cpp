@@ -1,7 +1,11 @@
 #include "sim_cli.h"
 
-#include <map>
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cctype>
+#include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "builtin_scenarios.h"
 #include "population.h"
@@ -19,23 +23,17 @@ namespace {
 
 // Options of a run of many persons, as given on the command line.
 struct PopulationCli {
-    std::string count; // --population N
+    int32_t count = 0; // --population N; 0: not given
     std::string file;  // --population-file FILE
     std::string csv;   // --persons-from CSV
-    std::string shard; // --shard K/N
-    std::string jobs;  // --jobs N
+    std::optional<Shard> shard;
+    int32_t jobs = 0; // --jobs N; 0: not given
 
-    bool Requested() const { return !count.empty() || !file.empty() || !csv.empty(); }
-    bool AnyGiven() const { return Requested() || !shard.empty() || !jobs.empty(); }
+    bool Requested() const { return count > 0 || !file.empty() || !csv.empty(); }
+    bool AnyGiven() const { return Requested() || shard.has_value() || jobs > 0; }
 };
 
-// The population options, each taking a value, and where it goes.
-const std::map<std::string, std::string PopulationCli::*> kPopulationOptions = {{"--population", &PopulationCli::count},
-    {"--population-file", &PopulationCli::file}, {"--persons-from", &PopulationCli::csv},
-    {"--shard", &PopulationCli::shard}, {"--jobs", &PopulationCli::jobs}};
-
 struct CliOptions {
-    bool help = false;
     bool printScenario = false;
     bool quiet = false;
     std::string scenarioPath;
@@ -46,6 +44,17 @@ struct CliOptions {
     nlohmann::ordered_json overrides = nlohmann::ordered_json::object();
     SimOptions run; // output folder and end-of-run dump words
     PopulationCli population;
+    std::string mergeOut; // the merged output folder
+    std::vector<std::string> shardDirs;
+    std::string reportDir; // sleepsim report DIR
+};
+
+// The commands besides a plain run, as the parser knows them.
+struct Commands {
+    CLI::App* replay = nullptr;
+    CLI::App* merge = nullptr;
+    CLI::App* report = nullptr;
+    CLI::App* dump = nullptr;
 };
 
 // A command-line value as JSON: numbers and booleans as such, anything else as a string, so that
@@ -57,73 +66,241 @@ nlohmann::ordered_json ValueAsJson(const std::string& text)
                                                                                    : nlohmann::ordered_json(text);
 }
 
-bool ParseArgs(const std::vector<std::string>& args, CliOptions& options, std::string& error)
+// A whole number of at least 1 in plain digits: no sign, base prefix, fraction or spaces.
+std::optional<int32_t> ReadPositiveCount(const std::string& text)
 {
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string& arg = args[i];
-        if (arg == "dump") {
-            options.run.endDumpWords.assign(args.begin() + static_cast<std::ptrdiff_t>(i) + 1, args.end());
-            if (options.run.endDumpWords.empty()) {
-                error = "'dump' needs at least one word, e.g. sleepsim dump -D --strategy";
-                return false;
-            }
-            return true;
-        }
-        if (arg == "--help" || arg == "-h") {
-            options.help = true;
-            continue;
-        }
-        if (arg == "--print-scenario") {
-            options.printScenario = true;
-            continue;
-        }
-        if (arg == "--quiet" || arg == "-q") {
-            options.quiet = true;
-            continue;
-        }
-        if (arg == "--no-sync") {
-            options.run.noSync = true;
-            continue;
-        }
-        if (arg == "replay" && options.scenarioPath.empty() && options.replayPath.empty()) {
-            if (i + 1 >= args.size() || args[i + 1].empty() || args[i + 1][0] == '-') {
-                error = "'replay' needs a trace file, e.g. sleepsim replay sleepsim-out/trace.jsonl";
-                return false;
-            }
-            options.replayPath = args[++i];
-            continue;
-        }
-        if (!arg.empty() && arg[0] != '-' && options.scenarioPath.empty()) {
-            options.scenarioPath = arg; // "sleepsim my-person.json"
-            continue;
-        }
-        const bool takesValue = arg == "--scenario" || arg == "-s" || arg == "--out" || arg == "-o" ||
-                                arg == "--seed" || arg == "--days" || arg == "--builtin" || arg == "--person" ||
-                                kPopulationOptions.count(arg) > 0;
-        if (!takesValue) {
-            error = "unknown argument '" + arg + "' (see sleepsim --help)";
-            return false;
-        }
-        if (i + 1 >= args.size() || args[i + 1].empty()) {
-            error = "option '" + arg + "' needs a value";
-            return false;
-        }
-        const std::string& value = args[++i];
-        if (arg == "--scenario" || arg == "-s") {
-            options.scenarioPath = value;
-        } else if (arg == "--out" || arg == "-o") {
-            options.run.outDir = value;
-        } else if (arg == "--builtin") {
-            options.builtin = value;
-        } else if (arg == "--person") {
-            options.personPick = value;
-        } else if (kPopulationOptions.count(arg) > 0) {
-            options.population.*kPopulationOptions.at(arg) = value;
-        } else {
-            options.overrides[arg.substr(2)] = ValueAsJson(value);
-        }
+    const bool digits = std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isdigit(c) != 0; });
+    if (text.empty() || text.size() > 9 || !digits) {
+        return std::nullopt;
     }
-    return true;
+    const int32_t value = std::stoi(text);
+    return value >= 1 ? std::optional<int32_t>(value) : std::nullopt;
+}
+
+// "K/N" with 1 <= K <= N.
+std::optional<Shard> ReadShard(const std::string& text)
+{
+    const size_t slash = text.find('/');
+    if (slash == std::string::npos) {
+        return std::nullopt;
+    }
+    const std::optional<int32_t> index = ReadPositiveCount(text.substr(0, slash));
+    const std::optional<int32_t> count = ReadPositiveCount(text.substr(slash + 1));
+    if (!index || !count || *index > *count) {
+        return std::nullopt;
+    }
+    return Shard{*index, *count};
+}
+
+const CLI::Validator kPositiveCount(
+    [](const std::string& text) {
+        return ReadPositiveCount(text) ? std::string() : "'" + text + "': expected a whole number of at least 1";
+    },
+    "", "positive count");
+
+const CLI::Validator kShardText(
+    [](const std::string& text) {
+        return ReadShard(text) ? std::string() : "'" + text + "': expected K/N with whole numbers 1 <= K <= N, e.g. 2/5";
+    },
+    "", "shard");
+
+const char* const kUsageForms =
+    "Usage: sleepsim [options] [SCENARIO.json] [dump WORDS...]\n"
+    "       sleepsim replay TRACE.jsonl [--out DIR] [--no-sync] [-q] [dump WORDS...]\n"
+    "       sleepsim [options] (--population N | --population-file FILE | --persons-from CSV)\n"
+    "                [--shard K/N] [--jobs N]\n"
+    "       sleepsim merge --out DIR SHARD_DIR...\n"
+    "       sleepsim report DIR\n"
+    "\n"
+    "Simulates a person and their phone over days and nights on virtual time and runs the sleep\n"
+    "detection plug-in through it. Same scenario and seed give byte-identical outputs.\n";
+
+// Help in the program's own words: the forms of the whole command line instead of a generic usage
+// line (the commands keep theirs), and an option that may also be given as a plain argument listed
+// once, with the options.
+class SleepsimFormatter : public CLI::Formatter {
+public:
+    std::string make_usage(const CLI::App* app, std::string name) const override
+    {
+        return app->get_parent() == nullptr ? kUsageForms : CLI::Formatter::make_usage(app, std::move(name));
+    }
+
+    std::string make_positionals(const CLI::App* app) const override
+    {
+        const auto onlyPositional = app->get_options([](const CLI::Option* option) { return !option->nonpositional(); });
+        return onlyPositional.empty() ? std::string() : make_group(get_label("Positionals"), true, onlyPositional);
+    }
+};
+
+constexpr size_t HELP_COLUMN = 23; // where the descriptions start
+
+std::string MetricsHelp()
+{
+    return "Metrics (metrics.json; summarised at the end of summary.txt, see \"Reading the metrics\" in\n"
+           "the README). Each night (noon to noon) is scored against the truth for three rules: plugin\n"
+           "(its deep sleep), idle (screen off, charger out and still for 30 + 30 minutes, until screen on,\n"
+           "movement or charger) and time_of_day (median bed and wake times of earlier nights, learned\n"
+           "from screen use). Top level: version, rules, persons (name, nights, trainings,\n"
+           "trainingsPerWeek), nights, summary. A night: person, night, index, weekend, window, sleep,\n"
+           "awakeScreenOff, wakeLockMs, trainings, class (eligible, firstWeek, outsideWindow, charging:\n"
+           "whether the plug-in may detect the night at all), rules.<rule>: asleep (plugin also light, easyWakeup,\n"
+           "notCareCharge) as [[beginMs, endMs], ...], announcedWake, missed, onsetLatencyMin,\n"
+           "wakeLatencyMin, coverage, falseSleepMin, falseSleepShare (of awake screen-off time\n"
+           "21:00-08:00), wakeErrorMin, lightMin, easyWakeupMin, notCareChargeMin (null: does not\n"
+           "apply; a missed night has no latency). summary: persons, nights, trainingsPerWeek, and for\n"
+           "all and for each class (classes.eligible is the headline): nights, wakeLockSec,\n"
+           "rules.<rule>: missed, nightsWith (asleep, light, easyWakeup, notCareCharge), each score as\n"
+           "{count, median, p10, p90} and, for the signed onsetLatencyMin, wakeLatencyMin and\n"
+           "wakeErrorMin, also absMedian and absP90 (of their size).\n";
+}
+
+// What follows the options in the help: exit codes, metrics, built-in scenarios, scenario fields.
+std::string FooterHelp()
+{
+    return "Exit codes: 0 done, 1 the run failed, 2 bad argument or scenario (nothing run).\n"
+           "\n" +
+           MetricsHelp() +
+           "\n"
+           "Built-in scenarios (--builtin NAME):\n" +
+           BuiltinScenarioHelp() +
+           "\n"
+           "Scenario fields (nested JSON objects; \"habits.weekday.bedtime\" is\n"
+           "{\"habits\": {\"weekday\": {\"bedtime\": \"23:00\"}}}):\n" +
+           ScenarioFieldHelp();
+}
+
+void DefineRunOptions(CLI::App& app, CliOptions& options)
+{
+    app.add_option("-s,--scenario,SCENARIO", options.scenarioPath,
+           "scenario file (JSON; also as the first plain argument); fields left\n"
+           "out keep the defaults below")
+        ->option_text("FILE");
+    app.add_option("-o,--out", options.run.outDir,
+           "output folder (default sleepsim-out): timeline.jsonl, trace.jsonl,\n"
+           "summary.txt, metrics.json, scenario.json, report.html (a page with a\n"
+           "picture of every night), sleepsim.log and data/ (database,\n"
+           "preferences, settings, system events); replaced on each run")
+        ->option_text("DIR");
+    app.add_option("--builtin", options.builtin,
+           "starts from a built-in scenario instead of the defaults (a scenario\n"
+           "file and the options below still apply on top); see below")
+        ->option_text("NAME");
+    app.add_option("--person", options.personPick,
+           "runs one person: population:p007 (the 7th person of a population\n"
+           "drawn from the scenario's seed), FILE.json:NAME (a population file:\n"
+           "a JSON list of scenario objects) or FILE.csv:PID (recorded nights in\n"
+           "the globem-nights.csv format); --seed and --days still apply on top")
+        ->option_text("SOURCE:NAME");
+    const std::pair<const char*, const char*> fields[] = {{"seed", "seed"}, {"days", "number of days"}};
+    for (const auto& [field, what] : fields) {
+        const auto keep = [&options, field = std::string(field)](const std::string& value) {
+            options.overrides[field] = ValueAsJson(value);
+        };
+        app.add_option_function<std::string>(std::string("--") + field, keep, std::string("overrides the scenario's ") + what)
+            ->option_text("N");
+    }
+    app.add_flag("--print-scenario", options.printScenario, "prints the effective scenario as JSON and exits");
+    app.add_flag("-q,--quiet", options.quiet, "no progress (a bar on a terminal, a plain line every 10 s otherwise)");
+    app.add_flag("--no-sync", options.run.noSync,
+        "writes the SQLite stores and preferences files without syncing them\n"
+        "to disk (PRAGMA synchronous=OFF, no fsync): same outputs, much\n"
+        "faster; a crash of the machine may lose the data folder's last writes");
+}
+
+void DefinePopulationOptions(CLI::App& app, PopulationCli& population)
+{
+    const std::string group = "Populations (the scenario and the options above are the base every person varies)";
+    CLI::Option* count = app.add_option("--population", population.count, "N generated persons, drawn from the seed")
+                             ->check(kPositiveCount)
+                             ->option_text("N")
+                             ->group(group);
+    CLI::Option* file =
+        app.add_option("--population-file", population.file, "a JSON list of persons, each overriding the base")
+            ->option_text("FILE")
+            ->group(group);
+    CLI::Option* csv =
+        app.add_option("--persons-from", population.csv, "one person per participant of a recorded-nights file")
+            ->option_text("CSV")
+            ->group(group);
+    count->excludes(file)->excludes(csv);
+    file->excludes(csv);
+    app.add_option_function<std::string>(
+           "--shard", [&population](const std::string& text) { population.shard = ReadShard(text); },
+           "runs only the persons whose 0-based index i has i % N == K-1")
+        ->check(kShardText)
+        ->option_text("K/N")
+        ->group(group);
+    app.add_option("--jobs", population.jobs,
+           "persons simulated at once (default 1); outputs do not depend on it\n"
+           "Each person runs in its own process and writes DIR/persons/<name>/\n"
+           "(a single-run folder); DIR/population.json lists the persons in\n"
+           "order, DIR/metrics.json and DIR/summary.txt hold all their metrics.\n"
+           "A failed person is reported and the others go on (exit code 1).")
+        ->check(kPositiveCount)
+        ->option_text("N")
+        ->group(group);
+}
+
+Commands DefineCommands(CLI::App& app, CliOptions& options)
+{
+    Commands commands;
+    commands.replay = app.add_subcommand("replay",
+        "replays the trace.jsonl of an earlier run (its scenario included)\n"
+        "instead of generating one: the outputs are byte-identical to that\n"
+        "run's; a bad line is named with its line number and nothing runs\n"
+        "(replay TRACE.jsonl; --out, --no-sync, -q and dump apply)");
+    commands.replay->add_option("TRACE.jsonl", options.replayPath, "the trace of an earlier run")->required();
+    commands.replay->fallthrough(); // the run's own options may follow the trace
+
+    commands.merge = app.add_subcommand("merge",
+        "combines the folders of all shards of a population into\n"
+        "DIR/population.json, metrics.json and summary.txt, exactly as one\n"
+        "unsharded run writes them (merge --out DIR SHARD_DIR...)");
+    commands.merge->add_option("-o,--out", options.mergeOut, "the merged output folder")->option_text("DIR")->required();
+    commands.merge->add_option("SHARD_DIR", options.shardDirs, "the output folder of every shard")->required();
+
+    commands.report = app.add_subcommand("report",
+        "rebuilds DIR/report.html (for a population also each person's page)\n"
+        "from a finished output folder; every run writes it at its end\n"
+        "(report DIR)");
+    commands.report->add_option("DIR", options.reportDir, "a finished output folder")->required();
+
+    commands.dump = app.add_subcommand("dump",
+        "passes the words that follow to the plug-in's dump command at the\n"
+        "end of the run and prints its answer, e.g. sleepsim dump -D --strategy");
+    commands.dump->prefix_command(); // every word after it belongs to the plug-in
+    return commands;
+}
+
+// The whole command line, its options writing into `options`.
+Commands DefineCommandLine(CLI::App& app, CliOptions& options)
+{
+    app.name("sleepsim");
+    auto formatter = std::make_shared<SleepsimFormatter>();
+    formatter->column_width(HELP_COLUMN);
+    app.formatter(formatter);
+    DefineRunOptions(app, options);
+    DefinePopulationOptions(app, options.population);
+    const Commands commands = DefineCommands(app, options);
+    app.footer(FooterHelp()); // after the commands, which would inherit it
+    return commands;
+}
+
+// The merge or report command if one was given; either takes nothing but its own arguments.
+CLI::App* SoleCommand(const CLI::App& app, const Commands& commands, std::string& error)
+{
+    for (CLI::App* command : {commands.merge, commands.report}) {
+        if (!command->parsed()) {
+            continue;
+        }
+        const auto given = app.get_options([](const CLI::Option* option) { return option->count() > 0; });
+        if (!given.empty() || app.get_subcommands().size() > 1) {
+            error = "'" + command->get_name() + "' takes only its own arguments (see sleepsim " +
+                    command->get_name() + " --help)";
+        }
+        return command;
+    }
+    return nullptr;
 }
 
 // A replay takes its scenario from the trace: scenario files and fields do not apply.
@@ -212,17 +389,8 @@ void PrintDumps(const SimResult& result, std::ostream& out)
 bool LoadPersons(
     const PopulationCli& population, const Scenario& base, std::vector<Scenario>& persons, std::string& error)
 {
-    if (!population.count.empty() + !population.file.empty() + !population.csv.empty() > 1) {
-        error = "give only one of --population, --population-file and --persons-from";
-        return false;
-    }
-    if (!population.count.empty()) {
-        int32_t count = 0;
-        if (!ParsePositiveCount(population.count, count)) {
-            error = "--population '" + population.count + "': expected a number of persons of at least 1";
-            return false;
-        }
-        persons = GeneratePopulation(base, count);
+    if (population.count > 0) {
+        persons = GeneratePopulation(base, population.count);
         return true;
     }
     if (!population.file.empty()) {
@@ -242,13 +410,8 @@ bool BuildPopulationOptions(const CliOptions& options, PopulationOptions& run, s
         error = "'dump' works on a single run only; run the person alone to see its dump";
         return false;
     }
-    if (!population.shard.empty() && !ParseShard(population.shard, run.shard, error)) {
-        return false;
-    }
-    if (!population.jobs.empty() && !ParsePositiveCount(population.jobs, run.jobs)) {
-        error = "--jobs '" + population.jobs + "': expected a number of processes of at least 1";
-        return false;
-    }
+    run.shard = population.shard.value_or(Shard{});
+    run.jobs = population.jobs > 0 ? population.jobs : run.jobs;
     run.outDir = options.run.outDir;
     run.run = options.run;
     run.run.noSync = true; // the persons' data folders are not kept for their durability
@@ -289,36 +452,11 @@ int RunPopulationCli(const CliOptions& options, const Scenario& base, std::ostre
 }
 
 // sleepsim merge --out DIR SHARD_DIR...
-int RunMergeCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err)
+int RunMergeCommand(const CliOptions& options, std::ostream& out, std::ostream& err)
 {
-    std::string outDir;
-    std::vector<std::string> shardDirs;
-    for (size_t i = 0; i < args.size(); ++i) {
-        if (args[i] == "--help" || args[i] == "-h") {
-            out << SleepsimUsage();
-            return EXIT_RUN_OK;
-        }
-        if (args[i] == "--out" || args[i] == "-o") {
-            if (i + 1 >= args.size() || args[i + 1].empty()) {
-                err << "sleepsim merge: option '" << args[i] << "' needs a value\n";
-                return EXIT_BAD_INPUT;
-            }
-            outDir = args[++i];
-        } else if (!args[i].empty() && args[i][0] == '-') {
-            err << "sleepsim merge: unknown argument '" << args[i] << "' (see sleepsim --help)\n";
-            return EXIT_BAD_INPUT;
-        } else {
-            shardDirs.push_back(args[i]);
-        }
-    }
-    if (outDir.empty() || shardDirs.empty()) {
-        err << "sleepsim merge: needs --out DIR and the folder of every shard, e.g. sleepsim merge --out all "
-               "shard-1 shard-2\n";
-        return EXIT_BAD_INPUT;
-    }
     std::string summary;
     std::string error;
-    if (!MergeShards(shardDirs, outDir, summary, error)) {
+    if (!MergeShards(options.shardDirs, options.mergeOut, summary, error)) {
         err << "sleepsim merge: " << error << "\n";
         return EXIT_RUN_FAILED;
     }
@@ -326,132 +464,44 @@ int RunMergeCli(const std::vector<std::string>& args, std::ostream& out, std::os
     return EXIT_RUN_OK;
 }
 
-std::string MetricsHelp()
-{
-    return "Metrics (metrics.json; summarised at the end of summary.txt, see \"Reading the metrics\" in\n"
-           "the README). Each night (noon to noon) is scored against the truth for three rules: plugin\n"
-           "(its deep sleep), idle (screen off, charger out and still for 30 + 30 minutes, until screen on,\n"
-           "movement or charger) and time_of_day (median bed and wake times of earlier nights, learned\n"
-           "from screen use). Top level: version, rules, persons (name, nights, trainings,\n"
-           "trainingsPerWeek), nights, summary. A night: person, night, index, weekend, window, sleep,\n"
-           "awakeScreenOff, wakeLockMs, trainings, class (eligible, firstWeek, outsideWindow, charging:\n"
-           "whether the plug-in may detect the night at all), rules.<rule>: asleep (plugin also light, easyWakeup,\n"
-           "notCareCharge) as [[beginMs, endMs], ...], announcedWake, missed, onsetLatencyMin,\n"
-           "wakeLatencyMin, coverage, falseSleepMin, falseSleepShare (of awake screen-off time\n"
-           "21:00-08:00), wakeErrorMin, lightMin, easyWakeupMin, notCareChargeMin (null: does not\n"
-           "apply; a missed night has no latency). summary: persons, nights, trainingsPerWeek, and for\n"
-           "all and for each class (classes.eligible is the headline): nights, wakeLockSec,\n"
-           "rules.<rule>: missed, nightsWith (asleep, light, easyWakeup, notCareCharge), each score as\n"
-           "{count, median, p10, p90} and, for the signed onsetLatencyMin, wakeLatencyMin and\n"
-           "wakeErrorMin, also absMedian and absP90 (of their size).\n";
-}
-
 // "sleepsim report DIR": rebuilds the report page(s) of a finished output folder.
-int RunReportCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err)
+int RunReportCommand(const CliOptions& options, std::ostream& out, std::ostream& err)
 {
-    if (args.size() != 2 || args[1].empty() || args[1][0] == '-') {
-        err << "sleepsim: 'report' needs exactly one output folder, e.g. sleepsim report sleepsim-out\n";
-        return EXIT_BAD_INPUT;
-    }
     std::string error;
-    if (!RebuildReports(args[1], error)) {
-        err << "sleepsim: " << error << "\n";
+    if (!RebuildReports(options.reportDir, error)) {
+        err << "sleepsim report: " << error << "\n";
         return EXIT_BAD_INPUT;
     }
-    out << "sleepsim: wrote " << args[1] << "/" << REPORT_FILE << "\n";
+    out << "sleepsim: wrote " << options.reportDir << "/" << REPORT_FILE << "\n";
     return EXIT_RUN_OK;
 }
 
-} // namespace
-
-std::string SleepsimUsage()
+// Parses `args`; on a request for help prints it and sets `exitCode`, on a bad argument names it.
+bool ParseCommandLine(const std::vector<std::string>& args, CLI::App& app, std::ostream& out, std::ostream& err,
+    int& exitCode)
 {
-    return "Usage: sleepsim [options] [SCENARIO.json] [dump WORDS...]\n"
-           "       sleepsim replay TRACE.jsonl [--out DIR] [--no-sync] [-q] [dump WORDS...]\n"
-           "       sleepsim [options] (--population N | --population-file FILE | --persons-from CSV)\n"
-           "                [--shard K/N] [--jobs N]\n"
-           "       sleepsim merge --out DIR SHARD_DIR...\n"
-           "       sleepsim report DIR\n"
-           "\n"
-           "Simulates a person and their phone over days and nights on virtual time and runs the sleep\n"
-           "detection plug-in through it. Same scenario and seed give byte-identical outputs.\n"
-           "\n"
-           "Options:\n"
-           "  -s, --scenario FILE  scenario file (JSON; also as the first plain argument); fields left\n"
-           "                       out keep the defaults below\n"
-           "  -o, --out DIR        output folder (default sleepsim-out): timeline.jsonl, trace.jsonl,\n"
-           "                       summary.txt, metrics.json, scenario.json, report.html (a page with a\n"
-           "                       picture of every night), sleepsim.log and data/ (database,\n"
-           "                       preferences, settings, system events); replaced on each run\n"
-           "      --builtin NAME   starts from a built-in scenario instead of the defaults (a scenario\n"
-           "                       file and the options below still apply on top); see below\n"
-           "      --person SOURCE:NAME\n"
-           "                       runs one person: population:p007 (the 7th person of a population\n"
-           "                       drawn from the scenario's seed), FILE.json:NAME (a population file:\n"
-           "                       a JSON list of scenario objects) or FILE.csv:PID (recorded nights in\n"
-           "                       the globem-nights.csv format); --seed and --days still apply on top\n"
-           "      --seed N         overrides the scenario's seed\n"
-           "      --days N         overrides the scenario's number of days\n"
-           "      --print-scenario prints the effective scenario as JSON and exits\n"
-           "  -q, --quiet          no progress (a bar on a terminal, a plain line every 10 s otherwise)\n"
-           "      --no-sync        writes the SQLite stores and preferences files without syncing them\n"
-           "                       to disk (PRAGMA synchronous=OFF, no fsync): same outputs, much\n"
-           "                       faster; a crash of the machine may lose the data folder's last writes\n"
-           "\n"
-           "Populations (the scenario and the options above are the base every person varies):\n"
-           "      --population N   N generated persons, drawn from the seed\n"
-           "      --population-file FILE  a JSON list of persons, each overriding the base\n"
-           "      --persons-from CSV  one person per participant of a recorded-nights file\n"
-           "      --shard K/N      runs only the persons whose 0-based index i has i % N == K-1\n"
-           "      --jobs N         persons simulated at once (default 1); outputs do not depend on it\n"
-           "                       Each person runs in its own process and writes DIR/persons/<name>/\n"
-           "                       (a single-run folder); DIR/population.json lists the persons in\n"
-           "                       order, DIR/metrics.json and DIR/summary.txt hold all their metrics.\n"
-           "                       A failed person is reported and the others go on (exit code 1).\n"
-           "  merge --out DIR SHARD_DIR...  combines the folders of all shards of a population into\n"
-           "                       DIR/population.json, metrics.json and summary.txt, exactly as one\n"
-           "                       unsharded run writes them\n"
-           "  -h, --help           this text\n"
-           "  dump WORDS...        passes the words to the plug-in's dump command at the end of the run\n"
-           "                       and prints its answer, e.g. sleepsim dump -D --strategy\n"
-           "  replay TRACE.jsonl   replays the trace.jsonl of an earlier run (its scenario included)\n"
-           "                       instead of generating one: the outputs are byte-identical to that\n"
-           "                       run's; a bad line is named with its line number and nothing runs\n"
-           "  report DIR           rebuilds DIR/report.html (for a population also each person's page)\n"
-           "                       from a finished output folder; every run writes it at its end\n"
-           "\n"
-           "Exit codes: 0 done, 1 the run failed, 2 bad argument or scenario (nothing run).\n"
-           "\n" +
-           MetricsHelp() +
-           "\n"
-           "Built-in scenarios (--builtin NAME):\n" +
-           BuiltinScenarioHelp() +
-           "\n"
-           "Scenario fields (nested JSON objects; \"habits.weekday.bedtime\" is\n"
-           "{\"habits\": {\"weekday\": {\"bedtime\": \"23:00\"}}}):\n" +
-           ScenarioFieldHelp();
+    std::vector<std::string> reversed(args.rbegin(), args.rend()); // the order CLI11 takes them in
+    try {
+        app.parse(reversed);
+        return true;
+    } catch (const CLI::CallForHelp&) {
+        out << app.help();
+        exitCode = EXIT_RUN_OK;
+    } catch (const CLI::ParseError& error) {
+        const std::vector<CLI::App*> commands = app.get_subcommands();
+        const std::string where = commands.empty() ? "" : " " + commands.back()->get_name();
+        err << "sleepsim" << where << ": " << error.what() << " (see sleepsim" << where << " --help)\n";
+        exitCode = EXIT_BAD_INPUT;
+    }
+    return false;
 }
 
-int RunSleepsimCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err)
+// A single run, generated from the scenario or replayed from a trace, or a population run.
+int RunSimulationCli(CliOptions& options, std::ostream& out, std::ostream& err)
 {
-    if (!args.empty() && args.front() == "merge") {
-        return RunMergeCli({args.begin() + 1, args.end()}, out, err);
-    }
-    if (!args.empty() && args.front() == "report") {
-        return RunReportCommand(args, out, err);
-    }
-    CliOptions options;
-    std::string error;
-    if (!ParseArgs(args, options, error)) {
-        err << "sleepsim: " << error << "\n";
-        return EXIT_BAD_INPUT;
-    }
-    if (options.help) {
-        out << SleepsimUsage();
-        return EXIT_RUN_OK;
-    }
     Scenario scenario;
     Trace trace;
+    std::string error;
     const bool replay = !options.replayPath.empty();
     const bool built =
         CheckReplayArgs(options, error) &&
@@ -478,6 +528,45 @@ int RunSleepsimCli(const std::vector<std::string>& args, std::ostream& out, std:
     out << "\n" << FormatSummaryTable(result.nights) << "\n" << FormatMetricsSummary(result.metrics);
     PrintDumps(result, out);
     return EXIT_RUN_OK;
+}
+
+} // namespace
+
+std::string SleepsimUsage()
+{
+    CliOptions options;
+    CLI::App app;
+    DefineCommandLine(app, options);
+    return app.help();
+}
+
+int RunSleepsimCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err)
+{
+    CliOptions options;
+    CLI::App app;
+    const Commands commands = DefineCommandLine(app, options);
+    int exitCode = EXIT_RUN_OK;
+    if (!ParseCommandLine(args, app, out, err, exitCode)) {
+        return exitCode;
+    }
+    std::string error;
+    const CLI::App* command = SoleCommand(app, commands, error);
+    if (!error.empty()) {
+        err << "sleepsim: " << error << "\n";
+        return EXIT_BAD_INPUT;
+    }
+    if (command == commands.merge) {
+        return RunMergeCommand(options, out, err);
+    }
+    if (command == commands.report) {
+        return RunReportCommand(options, out, err);
+    }
+    options.run.endDumpWords = commands.dump->remaining();
+    if (commands.dump->parsed() && options.run.endDumpWords.empty()) {
+        err << "sleepsim: 'dump' needs at least one word, e.g. sleepsim dump -D --strategy\n";
+        return EXIT_BAD_INPUT;
+    }
+    return RunSimulationCli(options, out, err);
 }
 
 } // namespace OHOS::Sim
