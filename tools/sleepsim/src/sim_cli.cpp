@@ -100,7 +100,8 @@ const CLI::Validator kPositiveCount(
 
 const CLI::Validator kShardText(
     [](const std::string& text) {
-        return ReadShard(text) ? std::string() : "'" + text + "': expected K/N with whole numbers 1 <= K <= N, e.g. 2/5";
+        return ReadShard(text) ? std::string()
+                               : "'" + text + "': expected K/N with whole numbers 1 <= K <= N, e.g. 2/5";
     },
     "", "shard");
 
@@ -127,7 +128,8 @@ public:
 
     std::string make_positionals(const CLI::App* app) const override
     {
-        const auto onlyPositional = app->get_options([](const CLI::Option* option) { return !option->nonpositional(); });
+        const auto onlyPositional =
+            app->get_options([](const CLI::Option* option) { return !option->nonpositional(); });
         return onlyPositional.empty() ? std::string() : make_group(get_label("Positionals"), true, onlyPositional);
     }
 };
@@ -193,10 +195,10 @@ void DefineRunOptions(CLI::App& app, CliOptions& options)
         ->option_text("SOURCE:NAME");
     const std::pair<const char*, const char*> fields[] = {{"seed", "seed"}, {"days", "number of days"}};
     for (const auto& [field, what] : fields) {
-        const auto keep = [&options, field = std::string(field)](const std::string& value) {
-            options.overrides[field] = ValueAsJson(value);
-        };
-        app.add_option_function<std::string>(std::string("--") + field, keep, std::string("overrides the scenario's ") + what)
+        const auto keep = [&options, field = std::string(field)](
+                              const std::string& value) { options.overrides[field] = ValueAsJson(value); };
+        app.add_option_function<std::string>(
+               std::string("--") + field, keep, std::string("overrides the scenario's ") + what)
             ->option_text("N");
     }
     app.add_flag("--print-scenario", options.printScenario, "prints the effective scenario as JSON and exits");
@@ -244,30 +246,30 @@ void DefinePopulationOptions(CLI::App& app, PopulationCli& population)
 Commands DefineCommands(CLI::App& app, CliOptions& options)
 {
     Commands commands;
-    commands.replay = app.add_subcommand("replay",
-        "replays the trace.jsonl of an earlier run (its scenario included)\n"
-        "instead of generating one: the outputs are byte-identical to that\n"
-        "run's; a bad line is named with its line number and nothing runs\n"
-        "(replay TRACE.jsonl; --out, --no-sync, -q and dump apply)");
+    commands.replay = app.add_subcommand("replay", "replays the trace.jsonl of an earlier run (its scenario included)\n"
+                                                   "instead of generating one: the outputs are byte-identical to that\n"
+                                                   "run's; a bad line is named with its line number and nothing runs\n"
+                                                   "(replay TRACE.jsonl; --out, --no-sync, -q and dump apply)");
     commands.replay->add_option("TRACE.jsonl", options.replayPath, "the trace of an earlier run")->required();
     commands.replay->fallthrough(); // the run's own options may follow the trace
 
-    commands.merge = app.add_subcommand("merge",
-        "combines the folders of all shards of a population into\n"
-        "DIR/population.json, metrics.json and summary.txt, exactly as one\n"
-        "unsharded run writes them (merge --out DIR SHARD_DIR...)");
-    commands.merge->add_option("-o,--out", options.mergeOut, "the merged output folder")->option_text("DIR")->required();
+    commands.merge = app.add_subcommand("merge", "combines the folders of all shards of a population into\n"
+                                                 "DIR/population.json, metrics.json and summary.txt, exactly as one\n"
+                                                 "unsharded run writes them (merge --out DIR SHARD_DIR...)");
+    commands.merge->add_option("-o,--out", options.mergeOut, "the merged output folder")
+        ->option_text("DIR")
+        ->required();
     commands.merge->add_option("SHARD_DIR", options.shardDirs, "the output folder of every shard")->required();
 
-    commands.report = app.add_subcommand("report",
-        "rebuilds DIR/report.html (for a population also each person's page)\n"
-        "from a finished output folder; every run writes it at its end\n"
-        "(report DIR)");
+    commands.report =
+        app.add_subcommand("report", "rebuilds DIR/report.html (for a population also each person's page)\n"
+                                     "from a finished output folder; every run writes it at its end\n"
+                                     "(report DIR)");
     commands.report->add_option("DIR", options.reportDir, "a finished output folder")->required();
 
-    commands.dump = app.add_subcommand("dump",
-        "passes the words that follow to the plug-in's dump command at the\n"
-        "end of the run and prints its answer, e.g. sleepsim dump -D --strategy");
+    commands.dump =
+        app.add_subcommand("dump", "passes the words that follow to the plug-in's dump command at the\n"
+                                   "end of the run and prints its answer, e.g. sleepsim dump -D --strategy");
     commands.dump->prefix_command(); // every word after it belongs to the plug-in
     return commands;
 }
@@ -295,8 +297,8 @@ CLI::App* SoleCommand(const CLI::App& app, const Commands& commands, std::string
         }
         const auto given = app.get_options([](const CLI::Option* option) { return option->count() > 0; });
         if (!given.empty() || app.get_subcommands().size() > 1) {
-            error = "'" + command->get_name() + "' takes only its own arguments (see sleepsim " +
-                    command->get_name() + " --help)";
+            error = "'" + command->get_name() + "' takes only its own arguments (see sleepsim " + command->get_name() +
+                    " --help)";
         }
         return command;
     }
@@ -477,8 +479,8 @@ int RunReportCommand(const CliOptions& options, std::ostream& out, std::ostream&
 }
 
 // Parses `args`; on a request for help prints it and sets `exitCode`, on a bad argument names it.
-bool ParseCommandLine(const std::vector<std::string>& args, CLI::App& app, std::ostream& out, std::ostream& err,
-    int& exitCode)
+bool ParseCommandLine(
+    const std::vector<std::string>& args, CLI::App& app, std::ostream& out, std::ostream& err, int& exitCode)
 {
     std::vector<std::string> reversed(args.rbegin(), args.rend()); // the order CLI11 takes them in
     try {
