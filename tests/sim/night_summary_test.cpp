@@ -162,7 +162,7 @@ TEST_P(NightWindowTest, EachNightReadsOnlyTheLinesOfItsWindow)
     }
     NightSummaries summaries(nights);
     for (const TimelineLine& line : timeline.Lines()) {
-        summaries.Read(line);
+        summaries.Read(ReadTimelineFact(line));
     }
     const std::vector<NightReport> reports = summaries.Finish();
     ASSERT_EQ(reports.size(), nights.size());

@@ -15,6 +15,7 @@
 #include "local_calendar.h"
 #include "night_metrics.h"
 #include "timeline.h"
+#include "timeline_facts.h"
 #include "trace.h"
 
 namespace OHOS::Sim {
@@ -58,11 +59,6 @@ struct Announcement {
     int64_t wakeMs = 0;
 };
 
-// Verdicts the plug-in sends the host after an observation.
-constexpr int32_t VERDICT_AWAKE = 2002;
-constexpr int32_t VERDICT_ASLEEP = 2003;
-constexpr int32_t VERDICT_LIGHT = 2004;
-
 // One 10-minute observation: the verdict sent after it (0 when none) and the Bayes result
 // reported for its record (-1 when none was reported).
 struct Observation {
@@ -98,15 +94,6 @@ struct RunRecord {
     const RunMetrics* runMetrics = nullptr; // the metrics of a run that writes its own report
 };
 
-// The statistics event of each observation's key features (its record time and Bayes result).
-inline const std::string KEY_FEATURE_EVENT = "SLEEP_KEY_FEATURE";
-// Whether the report or the night summaries read the parameters of statistics events of this name
-// (the deep-sleep state reports and the key features); of the others they read nothing.
-bool IsReadSystemEvent(const std::string& name);
-// Whether they read the want of host messages of this id (finished trainings); of the others they
-// read only the id.
-bool IsReadMessageWant(int32_t messageId);
-
 // Whether the record has metrics, read from metrics.json or given by the run.
 bool HasMetrics(const RunRecord& record);
 
@@ -121,7 +108,7 @@ public:
     RunDigest(const RunDigest&) = delete;
     RunDigest& operator=(const RunDigest&) = delete;
 
-    void Read(const TimelineLine& line);
+    void Read(const TimelineFact& fact);
     // Reads the run's phone events, as the run passes them in order.
     void ReadEvent(const TraceEvent& event);
     // The metrics the run wrote to metrics.json, read from memory instead of the file; they must

@@ -15,8 +15,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr int32_t kObservationMessage = 2000;
-constexpr int32_t kDeepSleepReportType = 100;
 
 bool FileExists(const std::string& path)
 {
@@ -26,7 +24,8 @@ bool FileExists(const std::string& path)
 
 // Calls `onLine` with every JSON line of a JSON Lines file; false with an error naming the file and
 // the line when the file cannot be read or a line is not JSON.
-bool ForEachJsonLine(const std::string& path, const std::function<void(const Json&)>& onLine, std::string& error)
+bool ForEachJsonLine(
+    const std::string& path, const std::function<void(const TimelineLine&)>& onLine, std::string& error)
 {
     std::ifstream in(path, std::ios::binary);
     if (!in) {
@@ -38,7 +37,7 @@ bool ForEachJsonLine(const std::string& path, const std::function<void(const Jso
         if (text.empty()) {
             continue;
         }
-        const Json line = Json::parse(text, nullptr, false);
+        const TimelineLine line = TimelineLine::parse(text, nullptr, false);
         if (line.is_discarded()) {
             error = path + ":" + std::to_string(number) + ": not a JSON line";
             return false;
@@ -148,39 +147,51 @@ void AddInBedBand(RunRecord& record)
     }
 }
 
-template <typename JsonObject> bool IsSleepFlag(const JsonObject& want)
-{
-    const auto params = want.find("params");
-    return params != want.end() && params->is_object() && params->value("isSleep", false);
-}
-
-// Reads what the plug-in published and was told, and the truth markers, from the timeline.
+// Reads what the plug-in published and was told, and the truth markers, from the timeline's facts.
 class TimelineReader {
 public:
     explicit TimelineReader(RunRecord& record) : record_(record) {}
 
-    // Takes a line as parsed from the file or, as the run writes it, before it is written.
-    template <typename JsonObject> void Read(const JsonObject& line)
+    void Read(const TimelineFact& fact)
     {
-        const int64_t t = IntField(line, "t", -1);
-        const std::string type = StringField(line, "type");
-        lastMs_ = std::max(lastMs_, t);
-        if (type == TIMELINE_TRUTH) {
-            asleep_.Set(t, StringField(line, "what") == "asleep");
-        } else if (type == TIMELINE_COMMON_EVENT) {
-            ReadPublished(t, line);
-        } else if (type == TIMELINE_HOST_MESSAGE) {
-            ReadMessage(t, line);
-        } else if (type == TIMELINE_SYSTEM_EVENT) {
-            ReadSystemEvent(t, line);
+        lastMs_ = std::max(lastMs_, fact.timeMs);
+        switch (fact.kind) {
+        case FactKind::TRUTH:
+            asleep_.Set(fact.timeMs, fact.on);
+            break;
+        case FactKind::STATE:
+            ReadPublished(fact);
+            break;
+        case FactKind::OBSERVATION: {
+            const auto early = earlyBayes_.find(fact.timeMs);
+            record_.observations.push_back(
+                Observation{fact.timeMs, 0, early == earlyBayes_.end() ? -1 : early->second});
+            break;
+        }
+        case FactKind::VERDICT:
+            if (!record_.observations.empty() && record_.observations.back().timeMs == fact.timeMs) {
+                record_.observations.back().verdict = static_cast<int32_t>(fact.number);
+            }
+            break;
+        case FactKind::TRAINING:
+            record_.trainings.push_back(Moment{fact.timeMs, fact.on ? "ok" : "failed"});
+            break;
+        case FactKind::DEEP_STOP_REASON:
+            stopReasons_[fact.timeMs] = static_cast<int32_t>(fact.number);
+            break;
+        case FactKind::KEY_FEATURE:
+            SetBayes(fact.number, fact.result);
+            break;
+        case FactKind::NONE:
+            break;
         }
     }
 
     void Finish()
     {
         record_.bands[static_cast<size_t>(Band::ASLEEP)] = asleep_.Finish(lastMs_);
-        for (size_t i = 0; i < kTracked; ++i) {
-            record_.bands[static_cast<size_t>(kPublished[i].band)] = published_[i].Finish(lastMs_);
+        for (size_t i = 0; i < kPublishedStateCount; ++i) {
+            record_.bands[static_cast<size_t>(kPublishedBands[i])] = published_[i].Finish(lastMs_);
         }
         for (Moment& end : record_.deepEnds) {
             const auto reason = stopReasons_.find(end.timeMs);
@@ -189,69 +200,20 @@ public:
     }
 
 private:
-    struct Published {
-        const std::string& action;
-        Band band;
-    };
-    static constexpr size_t kTracked = 4;
-    inline static const Published kPublished[kTracked] = {{DEEP_SLEEP_EVENT, Band::DEEP},
-        {LIGHT_SLEEP_EVENT, Band::LIGHT}, {EASY_WAKEUP_EVENT, Band::EASY_WAKEUP},
-        {NOT_CARE_CHARGE_EVENT, Band::NOT_CARE_CHARGE}};
+    // The band of each published state, in PublishedState order.
+    static constexpr Band kPublishedBands[kPublishedStateCount] = {
+        Band::DEEP, Band::LIGHT, Band::EASY_WAKEUP, Band::NOT_CARE_CHARGE};
 
-    template <typename JsonObject> void ReadPublished(int64_t t, const JsonObject& line)
+    void ReadPublished(const TimelineFact& fact)
     {
-        const std::string action = StringField(line, "action");
-        const auto want = line.find("want");
-        if (want == line.end() || !want->is_object()) {
-            return;
+        SpanTracker& published = published_[static_cast<size_t>(fact.state)];
+        const bool deep = fact.state == PublishedState::DEEP;
+        if (deep && !fact.on && published.Open()) {
+            record_.deepEnds.push_back(Moment{fact.timeMs, ""});
         }
-        const bool on = IsSleepFlag(*want);
-        if (action == DEEP_SLEEP_EVENT && !on && published_[0].Open()) {
-            record_.deepEnds.push_back(Moment{t, ""});
-        }
-        for (size_t i = 0; i < kTracked; ++i) {
-            if (action == kPublished[i].action) {
-                published_[i].Set(t, on);
-            }
-        }
-        if (action == DEEP_SLEEP_EVENT && on) {
-            const int64_t wakeup = IntField((*want)["params"], "wakeupTime", -1);
-            if (wakeup > 0) {
-                record_.announcements.push_back(Announcement{t, wakeup});
-            }
-        }
-    }
-
-    template <typename JsonObject> void ReadMessage(int64_t t, const JsonObject& line)
-    {
-        const int64_t id = IntField(line, "id", 0);
-        if (id == kObservationMessage) {
-            const auto early = earlyBayes_.find(t);
-            record_.observations.push_back(Observation{t, 0, early == earlyBayes_.end() ? -1 : early->second});
-        } else if (id >= VERDICT_AWAKE && id <= VERDICT_LIGHT && !record_.observations.empty() &&
-                   record_.observations.back().timeMs == t) {
-            record_.observations.back().verdict = static_cast<int32_t>(id);
-        } else if (id == TRAINING_FINISHED_MESSAGE) {
-            const auto want = line.find("want");
-            const bool ok = want != line.end() && want->is_object() &&
-                            (*want).value("params", JsonObject::object()).value("isTrainSuccess", false);
-            record_.trainings.push_back(Moment{t, ok ? "ok" : "failed"});
-        }
-    }
-
-    template <typename JsonObject> void ReadSystemEvent(int64_t t, const JsonObject& line)
-    {
-        const std::string name = StringField(line, "name");
-        const auto params = line.find("params");
-        if (params == line.end() || !params->is_object()) {
-            return;
-        }
-        if (name == POWER_BRAIN_STATE_EVENT && IntField(*params, "TYPE", 0) == kDeepSleepReportType &&
-            IntField(*params, "VALUE", 0) < 0) {
-            stopReasons_[t] = static_cast<int32_t>(IntField(*params, "VALUE", 0));
-        } else if (name == KEY_FEATURE_EVENT) {
-            SetBayes(
-                IntField(*params, "RECORD_TIMESTAMP", -1), static_cast<int32_t>(IntField(*params, "BAYES_RESULT", -1)));
+        published.Set(fact.timeMs, fact.on);
+        if (deep && fact.on && fact.number > 0) {
+            record_.announcements.push_back(Announcement{fact.timeMs, fact.number});
         }
     }
 
@@ -274,7 +236,7 @@ private:
 
     RunRecord& record_;
     SpanTracker asleep_;
-    SpanTracker published_[kTracked];
+    SpanTracker published_[kPublishedStateCount];
     std::map<int64_t, int32_t> stopReasons_; // by the time of the deep-sleep end they explain
     std::map<int64_t, int32_t> earlyBayes_;  // results reported before their observation, by its time
     int64_t lastMs_ = 0;
@@ -424,11 +386,9 @@ RunDigest::RunDigest(const Trace& trace) : trace_(trace), parts_(std::make_uniqu
 
 RunDigest::~RunDigest() = default;
 
-void RunDigest::Read(const TimelineLine& line)
+void RunDigest::Read(const TimelineFact& fact)
 {
-    if (line.is_object()) {
-        parts_->reader.Read(line);
-    }
+    parts_->reader.Read(fact);
 }
 
 void RunDigest::ReadEvent(const TraceEvent& event)
@@ -452,16 +412,6 @@ void RunDigest::FinishInto(RunRecord& record)
     record.announcements = std::move(read.announcements);
     record.trainings = std::move(read.trainings);
     record.runMetrics = metrics_;
-}
-
-bool IsReadSystemEvent(const std::string& name)
-{
-    return name == POWER_BRAIN_STATE_EVENT || name == KEY_FEATURE_EVENT;
-}
-
-bool IsReadMessageWant(int32_t messageId)
-{
-    return messageId == TRAINING_FINISHED_MESSAGE;
 }
 
 bool HasMetrics(const RunRecord& record)
@@ -499,7 +449,8 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
         phone.Finish();
         TimelineReader timeline(record);
         if (!ForEachJsonLine(
-                dir + "/timeline.jsonl", [&timeline](const Json& line) { timeline.Read(line); }, error)) {
+                dir + "/timeline.jsonl", [&timeline](const TimelineLine& line) { timeline.Read(ReadTimelineFact(line)); },
+                error)) {
             return false;
         }
         timeline.Finish();

@@ -55,21 +55,6 @@ TimelineLine WantJson(const std::optional<AAFwk::Want>& want)
     return want ? WantTimelineJson(*want) : TimelineLine(nullptr);
 }
 
-// The timeline lines the night summaries read: what the plug-in published, finished trainings and
-// the deep-sleep statistics that carry stop reasons. Everything else (observations, verdicts, truth
-// markers, parameters) only goes to the file.
-bool IsKeptLine(const TimelineLine& line)
-{
-    const std::string& type = line["type"].get_ref<const std::string&>();
-    if (type == TIMELINE_HOST_MESSAGE) {
-        return line["id"].get<int32_t>() == TRAINING_FINISHED_MESSAGE;
-    }
-    if (type == TIMELINE_SYSTEM_EVENT) {
-        return line["name"] == POWER_BRAIN_STATE_EVENT;
-    }
-    return type == TIMELINE_COMMON_EVENT;
-}
-
 class Driver {
 public:
     Driver(const Scenario& scenario, const Trace& trace, const SimOptions& options)
@@ -120,10 +105,9 @@ private:
             return false;
         }
         timeline_.ObserveWrittenLines([this](const TimelineLine& line) {
-            runRead_.Read(line);
-            if (IsKeptLine(line)) {
-                summaries_.Read(line);
-            }
+            const TimelineFact fact = ReadTimelineFact(line);
+            runRead_.Read(fact);
+            summaries_.Read(fact);
         });
         return true;
     }
@@ -546,10 +530,7 @@ private:
         NightSummaries summaries(trace_.nights);
         std::ifstream in(OutPath(TIMELINE_FILE), std::ios::binary);
         for (std::string text; std::getline(in, text);) {
-            const TimelineLine line = TimelineLine::parse(text);
-            if (IsKeptLine(line)) {
-                summaries.Read(line);
-            }
+            summaries.Read(ReadTimelineFact(TimelineLine::parse(text)));
         }
         return summaries.Finish();
     }

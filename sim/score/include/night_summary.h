@@ -8,17 +8,10 @@
 
 #include "time_spans.h"
 #include "timeline.h"
+#include "timeline_facts.h"
 #include "trace.h"
 
 namespace OHOS::Sim {
-
-// Names the plug-in publishes, as they appear in the timeline.
-inline const std::string DEEP_SLEEP_EVENT = "COMMON_EVENT_USER_SLEEP_STATE_CHANGED";
-inline const std::string LIGHT_SLEEP_EVENT = "common.event.USER_LIGHT_SLEEP_STATE_CHANGED";
-inline const std::string EASY_WAKEUP_EVENT = "common.event.USER_EASY_WAKEUP_SLP_STATE_CHANGED";
-inline const std::string NOT_CARE_CHARGE_EVENT = "common.event.USER_NOT_CARE_CHARGE_SLEEP";
-inline const std::string POWER_BRAIN_STATE_EVENT = "POWER_BRAIN_STATE";
-constexpr int32_t TRAINING_FINISHED_MESSAGE = 2001;
 
 // What the plug-in said about one night (noon to noon around the true night), beside the truth.
 struct NightReport {
@@ -62,13 +55,13 @@ struct OpenStates {
     int64_t notCareCharge = -1;
 };
 
-// Reads one report per true night from timeline lines given in time order, a night as soon as a
-// line past its window arrives: only the lines of the nights still open are held. A state that is
+// Reads one report per true night from the facts of timeline lines given in time order, a night as
+// soon as a fact past its window arrives: only the facts of the nights still open are held. A state that is
 // on when a window opens counts in it from the window's start; one never ended stays on.
 class NightSummaries {
 public:
     explicit NightSummaries(const std::vector<NightTruth>& nights);
-    void Read(const TimelineLine& line);
+    void Read(const TimelineFact& fact);
     // The reports of all nights, in the order of the nights.
     std::vector<NightReport> Finish();
 
@@ -76,7 +69,7 @@ private:
     void SummariseNext();
 
     const std::vector<NightTruth>& nights_;
-    std::deque<TimelineLine> waiting_;
+    std::deque<TimelineFact> waiting_;
     std::vector<NightReport> reports_;
     OpenStates open_;
 };

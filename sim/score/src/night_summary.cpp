@@ -13,70 +13,33 @@ namespace OHOS::Sim {
 
 namespace {
 
-constexpr int32_t kDeepSleepReportType = 100;
 constexpr size_t kSettlingNights = 7;
 constexpr double kTimelyMin = 60;
 
-bool IsSleepEvent(const TimelineLine& line, const std::string& action)
-{
-    return line["type"] == TIMELINE_COMMON_EVENT && line.value("action", "") == action;
-}
-
-bool IsSleepFlag(const TimelineLine& line)
-{
-    const auto& params = line["want"]["params"];
-    return params.contains("isSleep") && params["isSleep"].is_boolean() && params["isSleep"].get<bool>();
-}
-
-int64_t WakeupParam(const TimelineLine& line)
-{
-    const auto& params = line["want"]["params"];
-    return params.contains("wakeupTime") && params["wakeupTime"].is_number_integer()
-               ? params["wakeupTime"].get<int64_t>()
-               : -1;
-}
-
-// Whether the line is the statistic that reports why deep sleep stopped (a negative value).
-bool IsDeepStopReport(const TimelineLine& line)
-{
-    if (line["type"] != TIMELINE_SYSTEM_EVENT || line.value("name", "") != POWER_BRAIN_STATE_EVENT) {
-        return false;
-    }
-    const auto& params = line["params"];
-    return params.value("TYPE", 0) == kDeepSleepReportType && params.value("VALUE", 0) < 0;
-}
-
 struct StateTrack {
-    const std::string& action;
     int64_t OpenStates::*openSince;
     std::vector<TimeSpan> NightReport::*spans;
 };
 
-const std::vector<StateTrack>& StateTracks()
-{
-    static const std::vector<StateTrack> tracks = {
-        {DEEP_SLEEP_EVENT, &OpenStates::deep, &NightReport::deepSpans},
-        {LIGHT_SLEEP_EVENT, &OpenStates::light, &NightReport::lightSpans},
-        {EASY_WAKEUP_EVENT, &OpenStates::easyWakeup, &NightReport::easyWakeupSpans},
-        {NOT_CARE_CHARGE_EVENT, &OpenStates::notCareCharge, &NightReport::notCareChargeSpans},
-    };
-    return tracks;
-}
+// Where each published state, in PublishedState order, is held open and its spans go.
+const StateTrack kStateTracks[kPublishedStateCount] = {{&OpenStates::deep, &NightReport::deepSpans},
+    {&OpenStates::light, &NightReport::lightSpans}, {&OpenStates::easyWakeup, &NightReport::easyWakeupSpans},
+    {&OpenStates::notCareCharge, &NightReport::notCareChargeSpans}};
 
-// Opens or closes the span of the state the line publishes; a repeated "on" keeps the open span.
-void TrackState(const TimelineLine& line, int64_t t, OpenStates& open, NightReport& report)
+// Opens or closes the span of the state the fact publishes, at `t`; a repeated "on" keeps the open
+// span.
+void TrackState(const TimelineFact& fact, int64_t t, OpenStates& open, NightReport& report)
 {
-    for (const StateTrack& track : StateTracks()) {
-        if (!IsSleepEvent(line, track.action)) {
-            continue;
-        }
-        int64_t& since = open.*track.openSince;
-        if (IsSleepFlag(line)) {
-            since = since < 0 ? t : since;
-        } else if (since >= 0) {
-            (report.*track.spans).push_back(TimeSpan{since, t});
-            since = -1;
-        }
+    if (fact.kind != FactKind::STATE) {
+        return;
+    }
+    const StateTrack& track = kStateTracks[static_cast<size_t>(fact.state)];
+    int64_t& since = open.*track.openSince;
+    if (fact.on) {
+        since = since < 0 ? t : since;
+    } else if (since >= 0) {
+        (report.*track.spans).push_back(TimeSpan{since, t});
+        since = -1;
     }
 }
 
@@ -84,7 +47,7 @@ void TrackState(const TimelineLine& line, int64_t t, OpenStates& open, NightRepo
 // its start.
 void CloseOpenStates(int64_t endMs, OpenStates& open, NightReport& report)
 {
-    for (const StateTrack& track : StateTracks()) {
+    for (const StateTrack& track : kStateTracks) {
         int64_t& since = open.*track.openSince;
         if (since >= 0) {
             (report.*track.spans).push_back(TimeSpan{since, endMs});
@@ -96,32 +59,41 @@ void CloseOpenStates(int64_t endMs, OpenStates& open, NightReport& report)
 // Stop reasons by time: the report and the published end share their virtual time.
 using StopReasons = std::map<int64_t, int32_t>;
 
-void ReadLine(const TimelineLine& line, NightReport& report, const StopReasons& reasons)
+void ReadDeep(const TimelineFact& fact, NightReport& report, const StopReasons& reasons)
 {
-    const int64_t t = line["t"].get<int64_t>();
-    if (IsSleepEvent(line, DEEP_SLEEP_EVENT)) {
-        if (IsSleepFlag(line)) {
-            if (report.deepStartMs < 0) {
-                report.deepStartMs = t;
-                report.predictedWakeMs = WakeupParam(line);
-            }
-            ++report.deepEpisodes;
-        } else if (report.deepEpisodes > 0) {
-            report.deepEndMs = t;
-            const auto reason = reasons.find(t);
-            report.deepEndReason = reason == reasons.end() ? 0 : reason->second;
+    if (fact.on) {
+        if (report.deepStartMs < 0) {
+            report.deepStartMs = fact.timeMs;
+            report.predictedWakeMs = fact.number;
         }
-    } else if (IsSleepEvent(line, LIGHT_SLEEP_EVENT)) {
-        if (IsSleepFlag(line)) {
+        ++report.deepEpisodes;
+    } else if (report.deepEpisodes > 0) {
+        report.deepEndMs = fact.timeMs;
+        const auto reason = reasons.find(fact.timeMs);
+        report.deepEndReason = reason == reasons.end() ? 0 : reason->second;
+    }
+}
+
+void ReadFact(const TimelineFact& fact, NightReport& report, const StopReasons& reasons)
+{
+    const int64_t t = fact.timeMs;
+    if (fact.kind == FactKind::TRAINING) {
+        report.trainingMs.push_back(t);
+    }
+    if (fact.kind != FactKind::STATE) {
+        return;
+    }
+    if (fact.state == PublishedState::DEEP) {
+        ReadDeep(fact, report, reasons);
+    } else if (fact.state == PublishedState::LIGHT) {
+        if (fact.on) {
             report.lightStartMs = report.lightStartMs < 0 ? t : report.lightStartMs;
             ++report.lightEpisodes;
         } else if (report.lightEpisodes > 0) {
             report.lightEndMs = t;
         }
-    } else if (IsSleepEvent(line, EASY_WAKEUP_EVENT) && IsSleepFlag(line) && report.easyWakeupStartMs < 0) {
+    } else if (fact.state == PublishedState::EASY_WAKEUP && fact.on && report.easyWakeupStartMs < 0) {
         report.easyWakeupStartMs = t;
-    } else if (line["type"] == TIMELINE_HOST_MESSAGE && line.value("id", 0) == TRAINING_FINISHED_MESSAGE) {
-        report.trainingMs.push_back(t);
     }
 }
 
@@ -160,10 +132,12 @@ TimeSpan NightWindow(const NightTruth& night)
 
 NightSummaries::NightSummaries(const std::vector<NightTruth>& nights) : nights_(nights) {}
 
-void NightSummaries::Read(const TimelineLine& line)
+void NightSummaries::Read(const TimelineFact& fact)
 {
-    waiting_.push_back(line);
-    const int64_t t = line["t"].get<int64_t>();
+    if (fact.kind == FactKind::STATE || fact.kind == FactKind::DEEP_STOP_REASON || fact.kind == FactKind::TRAINING) {
+        waiting_.push_back(fact);
+    }
+    const int64_t t = fact.timeMs;
     while (reports_.size() < nights_.size() && t >= NightWindow(nights_[reports_.size()]).endMs) {
         SummariseNext();
     }
@@ -177,28 +151,28 @@ std::vector<NightReport> NightSummaries::Finish()
     return std::move(reports_);
 }
 
-// The next night from the waiting lines in its window; lines before the window are dropped.
+// The next night from the waiting facts in its window; facts before the window are dropped.
 void NightSummaries::SummariseNext()
 {
     NightReport report;
     report.truth = nights_[reports_.size()];
     const auto [begin, end] = NightWindow(report.truth);
-    NightReport before; // what lines before the window would say: only the states they leave on count
-    while (!waiting_.empty() && waiting_.front()["t"].get<int64_t>() < begin) {
+    NightReport before; // what facts before the window would say: only the states they leave on count
+    while (!waiting_.empty() && waiting_.front().timeMs < begin) {
         TrackState(waiting_.front(), begin, open_, before);
         waiting_.pop_front();
     }
-    const auto last = std::find_if(waiting_.begin(), waiting_.end(),
-        [end = end](const TimelineLine& line) { return line["t"].get<int64_t>() >= end; });
+    const auto last = std::find_if(
+        waiting_.begin(), waiting_.end(), [end = end](const TimelineFact& fact) { return fact.timeMs >= end; });
     StopReasons reasons;
     for (auto it = waiting_.begin(); it != last; ++it) {
-        if (IsDeepStopReport(*it)) {
-            reasons[(*it)["t"].get<int64_t>()] = (*it)["params"]["VALUE"].get<int32_t>();
+        if (it->kind == FactKind::DEEP_STOP_REASON) {
+            reasons[it->timeMs] = static_cast<int32_t>(it->number);
         }
     }
     for (auto it = waiting_.begin(); it != last; ++it) {
-        ReadLine(*it, report, reasons);
-        TrackState(*it, (*it)["t"].get<int64_t>(), open_, report);
+        ReadFact(*it, report, reasons);
+        TrackState(*it, it->timeMs, open_, report);
     }
     CloseOpenStates(end, open_, report);
     waiting_.erase(waiting_.begin(), last);
@@ -209,7 +183,7 @@ std::vector<NightReport> SummariseNights(const std::vector<TimelineLine>& lines,
 {
     NightSummaries summaries(nights);
     for (const TimelineLine& line : lines) {
-        summaries.Read(line);
+        summaries.Read(ReadTimelineFact(line));
     }
     return summaries.Finish();
 }
