@@ -2,6 +2,9 @@
 // merged.
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <functional>
 #include <regex>
 #include <string>
 #include <vector>
@@ -386,19 +389,48 @@ TEST(MetricsFromJsonTest, NamesTheBadFieldAndLeavesTheMetricsUnchanged)
         {std::regex_replace(file("[]", rules), std::regex("charging"), "asleep"),
             "metrics.nights[0].class must be one of eligible, firstWeek, outsideWindow, charging"},
     };
-    RunMetrics metrics = GeneratedPerson("kept", 5);
-    const std::string before = MetricsToJson(metrics);
-    for (const Case& c : cases) {
+    // The file reader reads the same way, a night at a time, and names the file.
+    const std::string path = testing::TempDir() + "metrics_from_json_test.json";
+    const auto readFile = [&path](const std::string& text, RunMetrics& metrics, std::string& error) {
+        std::ofstream(path, std::ios::trunc) << text;
+        const bool read = ReadMetricsFile(path, metrics, error);
+        const std::string named = "'" + path + "': ";
+        if (error.rfind(named, 0) == 0) {
+            error = error.substr(named.size());
+        } else if (error == "'" + path + "' is not valid JSON") {
+            error = "metrics: not valid JSON";
+        }
+        return read;
+    };
+    const std::vector<std::function<bool(const std::string&, RunMetrics&, std::string&)>> readers = {
+        [](const std::string& text, RunMetrics& metrics, std::string& error) {
+            return MetricsFromJson(text, metrics, error);
+        },
+        readFile};
+    for (const auto& read : readers) {
+        RunMetrics metrics = GeneratedPerson("kept", 5);
+        const std::string before = MetricsToJson(metrics);
+        for (const Case& c : cases) {
+            std::string error;
+            EXPECT_FALSE(read(c.text, metrics, error)) << c.text;
+            EXPECT_EQ(error, c.error) << c.text;
+        }
+        EXPECT_EQ(MetricsToJson(metrics), before);
         std::string error;
-        EXPECT_FALSE(MetricsFromJson(c.text, metrics, error)) << c.text;
-        EXPECT_EQ(error, c.error) << c.text;
+        ASSERT_TRUE(read(file("[[10,50]]", rules), metrics, error)) << error;
+        EXPECT_TRUE(metrics.nights[0].scores[0].missed);
+        EXPECT_EQ(metrics.nights[0].wakeLockMs, -1);
+        EXPECT_EQ(metrics.nights[0].nightClass, NightClass::CHARGING);
+        // A whole file, its summary holding a "nights" member of its own, reads back to the same text.
+        const std::string whole = MetricsToJson(MergeMetrics({GeneratedPerson("a", 3), GeneratedPerson("b", 4)}));
+        ASSERT_TRUE(read(whole, metrics, error)) << error;
+        EXPECT_EQ(MetricsToJson(metrics), whole);
     }
-    EXPECT_EQ(MetricsToJson(metrics), before);
+    std::filesystem::remove(path);
+    RunMetrics metrics;
     std::string error;
-    ASSERT_TRUE(MetricsFromJson(file("[[10,50]]", rules), metrics, error)) << error;
-    EXPECT_TRUE(metrics.nights[0].scores[0].missed);
-    EXPECT_EQ(metrics.nights[0].wakeLockMs, -1);
-    EXPECT_EQ(metrics.nights[0].nightClass, NightClass::CHARGING);
+    EXPECT_FALSE(ReadMetricsFile(path, metrics, error));
+    EXPECT_EQ(error, "cannot read '" + path + "': no such file");
 }
 
 } // namespace

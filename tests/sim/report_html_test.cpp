@@ -113,7 +113,6 @@ public:
         timeline_.Add(t + kMsPerDay, TIMELINE_SYSTEM_EVENT,
             {{"name", "SLEEP_KEY_FEATURE"}, {"params", {{"RECORD_TIMESTAMP", t}, {"BAYES_RESULT", bayes}}}});
     }
-    void Metrics(const Json& metrics) { Write("metrics.json", metrics.dump()); }
     void Write(const std::string& name, const std::string& text) const
     {
         std::ofstream(dir_ + "/" + name, std::ios::binary | std::ios::trunc) << text;
@@ -201,19 +200,18 @@ protected:
         run.Observe(At(23, 10), 2002, 0);
     }
 
-    static Json Metrics(const std::vector<Json>& nights, const Json& summary = Json::object())
+    // A night of 8 hours' true sleep, 23:00 to 07:00, that the plug-in covers from its start by
+    // `pluginCoverage`.
+    static NightRecord ScoredNight(const std::string& person, const std::string& date, double pluginCoverage)
     {
-        return Json{{"version", 1}, {"rules", {"plugin", "idle", "time_of_day"}}, {"persons", Json::array()},
-            {"nights", nights}, {"summary", summary}};
-    }
-
-    static Json MetricsNight(const std::string& person, const std::string& night, double pluginCoverage,
-        const Json& idleAsleep = Json::array())
-    {
-        return Json{{"person", person}, {"night", night},
-            {"rules", {{"plugin", {{"asleep", {{1, 2}}}, {"onsetLatencyMin", 20}, {"coverage", pluginCoverage}}},
-                          {"idle", {{"asleep", idleAsleep}, {"onsetLatencyMin", nullptr}, {"coverage", 0.0}}},
-                          {"time_of_day", {{"asleep", {{1, 2}}}, {"onsetLatencyMin", 45.5}, {"coverage", 0.5}}}}}};
+        NightRecord night;
+        night.person = person;
+        night.night = date;
+        night.window = {At(12, 0), At(36, 0)};
+        night.sleep = {{At(23, 0), At(31, 0)}};
+        const auto covered = static_cast<int64_t>(pluginCoverage * 8 * 60) * kMsPerMinute;
+        night.verdicts[static_cast<size_t>(Rule::PLUGIN)].asleep = {{At(23, 0), At(23, 0) + covered}};
+        return night;
     }
 
     std::string dir_;
@@ -344,15 +342,15 @@ TEST_F(ReportHtmlTest, MetricsAddTheRulesRowsAndTableOnlyWhenPresent)
 TEST_F(ReportHtmlTest, PopulationPageListsPersonsWorstFirstWithLinks)
 {
     const std::vector<std::pair<std::string, double>> persons = {{"p001", 0.9}, {"p002", 0.2}, {"p003", 0.5}};
-    std::vector<Json> nights;
+    RunMetrics all;
     for (const auto& [name, coverage] : persons) {
         RunFolder person(dir_ + "/persons/" + name);
         FillTwoNights(person);
         person.Save();
-        nights.push_back(MetricsNight(name, "2026-01-06", coverage));
-        nights.push_back(MetricsNight(name, "2026-01-07", coverage));
+        all.nights.push_back(ScoredNight(name, "2026-01-06", coverage));
+        all.nights.push_back(ScoredNight(name, "2026-01-07", coverage));
     }
-    RunFolder(dir_).Metrics(Metrics(nights));
+    RunFolder(dir_).Write("metrics.json", MetricsToJson(MergeMetrics({all})));
     std::string error;
     ASSERT_TRUE(RebuildReports(dir_, error)) << error;
     const std::string page = ReadFile(dir_ + "/" + REPORT_FILE);
@@ -366,42 +364,6 @@ TEST_F(ReportHtmlTest, PopulationPageListsPersonsWorstFirstWithLinks)
     const std::string personPage = ReadFile(dir_ + "/persons/p002/" + REPORT_FILE);
     EXPECT_EQ(Count(personPage, "<figure class=\"night\""), 2u);
     EXPECT_NE(personPage.find("href=\"../../report.html\""), std::string::npos);
-}
-
-// A population's metrics.json is read a night at a time: only the objects of the top "nights" list
-// are handed out (not a "nights" member elsewhere, nor one that is not a list), and the rest of the
-// file is kept as it stands.
-TEST_F(ReportHtmlTest, MetricsFileIsReadANightAtATime)
-{
-    struct Case {
-        const char* text;
-        std::vector<std::string> nights; // the persons of the nights handed out, in order
-        const char* rest;
-    };
-    const std::vector<Case> cases = {
-        {R"({"version":1,"nights":[{"person":"a","sub":{"x":1}},7,{"person":"b"}],"summary":{"nights":[{"n":1}]}})",
-            {"a", "b"}, R"({"version":1,"nights":[7],"summary":{"nights":[{"n":1}]}})"},
-        {R"({"nights":{"one":{"person":"a"}},"rules":["plugin"]})", {},
-            R"({"nights":{"one":{"person":"a"}},"rules":["plugin"]})"},
-        {R"({"rules":[{"person":"r"}],"nights":[]})", {}, R"({"rules":[{"person":"r"}],"nights":[]})"},
-    };
-    for (const Case& c : cases) {
-        const std::string path = dir_ + "/metrics.json";
-        std::ofstream(path) << c.text;
-        std::vector<std::string> persons;
-        Json rest;
-        std::string error;
-        ASSERT_TRUE(ReadMetricsFileByNight(
-            path, rest, [&persons](const Json& night) { persons.push_back(night.value("person", "")); }, error))
-            << error;
-        EXPECT_EQ(persons, c.nights) << c.text;
-        EXPECT_EQ(rest.dump(), c.rest);
-    }
-    std::ofstream(dir_ + "/metrics.json") << R"({"nights":[{"person":"a"})";
-    std::string error;
-    Json rest;
-    EXPECT_FALSE(ReadMetricsFileByNight(dir_ + "/metrics.json", rest, [](const Json&) {}, error));
-    EXPECT_NE(error.find("metrics.json' is not valid JSON"), std::string::npos) << error;
 }
 
 TEST_F(ReportHtmlTest, MissingOrBadFilesAreNamed)

@@ -1,6 +1,7 @@
 #include "population_page.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <filesystem>
 #include <map>
@@ -17,8 +18,6 @@ namespace OHOS::Sim {
 
 namespace {
 
-using Json = MetricsJson;
-
 // One rule's scores over a set of nights.
 struct RuleTally {
     std::vector<double> onsetMin; // nights not missed
@@ -26,7 +25,7 @@ struct RuleTally {
     int32_t nights = 0;
     int32_t missed = 0;
 
-    void Add(const RuleScores& scores)
+    void Add(const NightScore& scores)
     {
         ++nights;
         missed += scores.missed ? 1 : 0;
@@ -48,7 +47,7 @@ double Mean(const std::vector<double>& values)
     return values.empty() ? std::nan("") : sum / static_cast<double>(values.size());
 }
 
-using Tallies = std::map<std::string, RuleTally>; // by rule
+using Tallies = std::array<RuleTally, kRuleCount>; // by Rule
 
 struct Histogram {
     std::string title;
@@ -79,19 +78,16 @@ constexpr int32_t kPanelHeight = 96;
 constexpr int32_t kBarArea = 64;
 
 // One small histogram per rule, side by side, bar heights as shares of the rule's nights.
-std::string HistogramSvg(
-    const Histogram& histogram, const Tallies& tallies, const std::vector<std::string>& rules, bool ofOnset)
+std::string HistogramSvg(const Histogram& histogram, const Tallies& tallies, bool ofOnset)
 {
-    std::string svg = "<svg class=\"hist\" width=\"" + std::to_string(kPanelWidth * rules.size()) + "\" height=\"" +
+    std::string svg = "<svg class=\"hist\" width=\"" + std::to_string(kPanelWidth * kRuleCount) + "\" height=\"" +
                       std::to_string(kPanelHeight) + "\">";
     const int32_t barPitch = (kPanelWidth - 20) / static_cast<int32_t>(histogram.binLabels.size());
-    for (size_t r = 0; r < rules.size(); ++r) {
-        const auto tally = tallies.find(rules[r]);
-        const RuleTally empty;
-        const RuleTally& t = tally == tallies.end() ? empty : tally->second;
+    for (size_t r = 0; r < kRuleCount; ++r) {
+        const RuleTally& t = tallies[r];
         const std::vector<int32_t> counts = BinCounts(histogram, ofOnset ? t.onsetMin : t.coverage, t.missed);
         const int32_t left = static_cast<int32_t>(r) * kPanelWidth;
-        svg += "<text x=\"" + std::to_string(left) + "\" y=\"10\">" + EscapeHtml(RuleTitle(rules[r])) + " (" +
+        svg += "<text x=\"" + std::to_string(left) + "\" y=\"10\">" + EscapeHtml(RuleTitle(static_cast<Rule>(r))) + " (" +
                std::to_string(t.nights) + " nights)</text>";
         for (size_t bin = 0; bin < counts.size(); ++bin) {
             const int32_t height =
@@ -132,18 +128,14 @@ struct PersonRow {
     // Worst first: the plug-in's lowest mean coverage, then the most missed nights.
     double WorstKey() const
     {
-        const auto plugin = tallies.find(RULE_PLUGIN);
-        const double coverage = plugin == tallies.end() ? std::nan("") : Mean(plugin->second.coverage);
+        const double coverage = Mean(Plugin().coverage);
         return std::isnan(coverage) ? 2.0 : coverage;
     }
-    int32_t Missed() const
-    {
-        const auto plugin = tallies.find(RULE_PLUGIN);
-        return plugin == tallies.end() ? 0 : plugin->second.missed;
-    }
+    int32_t Missed() const { return Plugin().missed; }
+    const RuleTally& Plugin() const { return tallies[static_cast<size_t>(Rule::PLUGIN)]; }
 };
 
-// Tallies of every person and of everyone, by rule, read a night at a time from metrics.json.
+// Tallies of every person of the folder and of everyone, by rule, from the metrics' nights.
 class PersonTallies {
 public:
     explicit PersonTallies(const std::string& dir)
@@ -156,33 +148,24 @@ public:
         }
     }
 
-    // Every rule the night holds is tallied: the file may list its rules after its nights.
-    void Add(const Json& entry)
+    void Add(const NightRecord& night)
     {
-        const MetricsNight night = MetricsNightWithEveryRule(entry);
         PersonRow& row = rows_[night.person];
         row.name = night.person;
-        for (const auto& [rule, values] : night.rules) {
-            const RuleScores scores = ScoresOf(*values);
-            row.tallies[rule].Add(scores);
-            all_[rule].Add(scores);
+        for (size_t rule = 0; rule < kRuleCount; ++rule) {
+            row.tallies[rule].Add(night.scores[rule]);
+            all_[rule].Add(night.scores[rule]);
         }
     }
 
-    // The rows, worst first, and the tallies of everyone, of the listed rules only.
-    std::vector<PersonRow> Rows(const std::vector<std::string>& rules, Tallies& all)
+    const Tallies& All() const { return all_; }
+
+    // The rows, worst first.
+    std::vector<PersonRow> Rows() const
     {
-        const auto keepListed = [&rules](Tallies& tallies) {
-            for (auto it = tallies.begin(); it != tallies.end();) {
-                it = std::find(rules.begin(), rules.end(), it->first) == rules.end() ? tallies.erase(it) : ++it;
-            }
-        };
-        keepListed(all_);
-        all = std::move(all_);
         std::vector<PersonRow> sorted;
-        for (auto& [name, row] : rows_) {
-            keepListed(row.tallies);
-            sorted.push_back(std::move(row));
+        for (const auto& [name, row] : rows_) {
+            sorted.push_back(row);
         }
         std::stable_sort(sorted.begin(), sorted.end(), [](const PersonRow& a, const PersonRow& b) {
             return a.WorstKey() != b.WorstKey() ? a.WorstKey() < b.WorstKey() : a.Missed() > b.Missed();
@@ -195,14 +178,14 @@ private:
     Tallies all_;
 };
 
-std::string PersonsTable(const std::vector<PersonRow>& rows, const std::vector<std::string>& rules)
+std::string PersonsTable(const std::vector<PersonRow>& rows)
 {
     std::string html = "<table class=\"persons\"><tr><th rowspan=\"2\">person</th><th rowspan=\"2\">nights</th>";
-    for (const std::string& rule : rules) {
-        html += "<th colspan=\"3\">" + EscapeHtml(RuleTitle(rule)) + "</th>";
+    for (size_t rule = 0; rule < kRuleCount; ++rule) {
+        html += "<th colspan=\"3\">" + EscapeHtml(RuleTitle(static_cast<Rule>(rule))) + "</th>";
     }
     html += "</tr><tr>";
-    for (size_t i = 0; i < rules.size(); ++i) {
+    for (size_t i = 0; i < kRuleCount; ++i) {
         html += "<th>onset min (median)</th><th>missed</th><th>coverage (mean)</th>";
     }
     html += "</tr>\n";
@@ -212,16 +195,15 @@ std::string PersonsTable(const std::vector<PersonRow>& rows, const std::vector<s
             row.hasPage ? "<a href=\"" + PERSONS_DIR + "/" + name + "/" + REPORT_FILE + "\">" + name + "</a>" : name;
         int32_t nights = 0;
         std::string cells;
-        for (const std::string& rule : rules) {
-            const auto tally = row.tallies.find(rule);
-            if (tally == row.tallies.end()) {
+        for (const RuleTally& tally : row.tallies) {
+            if (tally.nights == 0) {
                 cells += "<td>\u2013</td><td>\u2013</td><td>\u2013</td>";
                 continue;
             }
-            nights = std::max(nights, tally->second.nights);
-            const double coverage = Mean(tally->second.coverage);
-            cells += "<td>" + FormatNumber(std::round(Percentile(tally->second.onsetMin, 0.5))) + "</td><td>" +
-                     std::to_string(tally->second.missed) + "</td><td>" +
+            nights = std::max(nights, tally.nights);
+            const double coverage = Mean(tally.coverage);
+            cells += "<td>" + FormatNumber(std::round(Percentile(tally.onsetMin, 0.5))) + "</td><td>" +
+                     std::to_string(tally.missed) + "</td><td>" +
                      (std::isnan(coverage) ? std::string("\u2013") : FormatNumber(std::round(coverage * 100)) + "%") +
                      "</td>";
         }
@@ -254,29 +236,25 @@ std::vector<std::string> PopulationPersons(const std::string& dir)
 
 bool WritePopulationReport(const std::string& dir, std::string& error)
 {
-    Json metrics;
-    PersonTallies tallies(dir);
-    MetricsJsonReader summary;
-    const auto readNight = [&tallies, &summary](const Json& night) {
-        tallies.Add(night);
-        summary.AddNight(night);
-    };
-    if (!ReadMetricsFileByNight(dir + "/metrics.json", metrics, readNight, error)) {
+    RunMetrics metrics;
+    if (!ReadMetricsFile(dir + "/metrics.json", metrics, error)) {
         return false;
     }
-    const std::vector<std::string> rules = MetricsRules(metrics);
-    Tallies all;
-    const std::vector<PersonRow> rows = tallies.Rows(rules, all);
+    PersonTallies tallies(dir);
+    for (const NightRecord& night : metrics.nights) {
+        tallies.Add(night);
+    }
+    const std::vector<PersonRow> rows = tallies.Rows();
     std::string html = PageHead("Sleep report: population of " + std::to_string(rows.size()));
     html += "<h1>Sleep report: " + std::to_string(rows.size()) + " persons</h1>\n<h2>Metrics</h2>\n" +
-            SummaryTable(summary, metrics);
+            SummaryTable(metrics.summary);
     for (const Histogram* histogram : {&OnsetHistogram(), &CoverageHistogram()}) {
         html += "<h2>" + EscapeHtml(histogram->title) + "</h2>\n" +
-                HistogramSvg(*histogram, all, rules, histogram == &OnsetHistogram());
+                HistogramSvg(*histogram, tallies.All(), histogram == &OnsetHistogram());
     }
     html += "<h2>Persons, worst first</h2>\n<p class=\"note\">Ordered by the plug-in's mean coverage, lowest first, "
             "then by its missed nights.</p>\n" +
-            PersonsTable(rows, rules) + "</body></html>\n";
+            PersonsTable(rows) + "</body></html>\n";
     return WriteTextFileAtomically(dir + "/" + REPORT_FILE, html, error);
 }
 

@@ -340,13 +340,8 @@ bool GatherMetrics(
 {
     std::vector<RunMetrics> all;
     for (const std::string& dir : personDirs) {
-        const std::string path = dir + "/" + METRICS_FILE;
-        std::string text;
-        const bool readable = ReadTextFile(path, text);
         RunMetrics metrics;
-        std::string why;
-        if (!readable || !MetricsFromJson(text, metrics, why)) {
-            error = "'" + path + "': " + (readable ? why : "cannot read the file");
+        if (!ReadMetricsFile(dir + "/" + METRICS_FILE, metrics, error)) {
             return false;
         }
         all.push_back(std::move(metrics));

@@ -42,7 +42,7 @@ std::string NightSvg(const RunRecord& record, size_t night, bool withBaselines);
 // noon) and, when metrics.json scored the night, each rule's coverage.
 std::string NightCaption(const RunRecord& record, size_t night);
 // How a rule is named on the page ("plug-in", "idle rule", ...).
-std::string RuleTitle(const std::string& rule);
+std::string RuleTitle(Rule rule);
 
 // Text escaped for HTML and SVG content and attribute values.
 std::string EscapeHtml(const std::string& text);

@@ -39,14 +39,6 @@ enum class Band {
 };
 constexpr size_t kBandCount = static_cast<size_t>(Band::COUNT);
 
-// Rule names as metrics.json spells them.
-inline const std::string RULE_PLUGIN = "plugin";
-inline const std::string RULE_IDLE = "idle";
-inline const std::string RULE_TIME_OF_DAY = "time_of_day";
-
-// metrics.json as read, keeping the order of its fields.
-using MetricsJson = nlohmann::ordered_json;
-
 // A moment with a short note, e.g. a deep-sleep end and why it ended.
 struct Moment {
     int64_t timeMs = 0;
@@ -67,16 +59,9 @@ struct Observation {
     int32_t bayes = -1;
 };
 
-// One rule's scores of one night as metrics.json gives them; NaN when absent.
-struct RuleScores {
-    double onsetLatencyMin = std::numeric_limits<double>::quiet_NaN();
-    double coverage = std::numeric_limits<double>::quiet_NaN(); // share 0..1
-    bool missed = true;                                         // no asleep time in the night
-};
-
 struct ReportNight {
     NightTruth truth; // date, weekend, bed, phone down, onset, wake, alarm (truth times from the timeline)
-    std::map<std::string, RuleScores> scores; // by rule, when metrics.json has the night
+    const NightRecord* metrics = nullptr; // the night's facts and scores in the run's metrics, if they have it
 };
 
 struct RunRecord {
@@ -90,12 +75,9 @@ struct RunRecord {
     std::vector<Moment> deepEnds; // note: why deep sleep stopped
     std::vector<Announcement> announcements;
     std::vector<Moment> trainings;          // note: "ok" or "failed"
-    MetricsJson metrics;                    // metrics.json, null when the folder has none or runMetrics is given
-    const RunMetrics* runMetrics = nullptr; // the metrics of a run that writes its own report
+    // The run's metrics, read from metrics.json or given by the run; null when the folder has none.
+    std::shared_ptr<const RunMetrics> metrics;
 };
-
-// Whether the record has metrics, read from metrics.json or given by the run.
-bool HasMetrics(const RunRecord& record);
 
 // What the report takes from a run while it runs, so that its files need not be parsed again once
 // it is over: the run's phone events and timeline read as the run passes the events and writes the
@@ -111,9 +93,8 @@ public:
     void Read(const TimelineFact& fact);
     // Reads the run's phone events, as the run passes them in order.
     void ReadEvent(const TraceEvent& event);
-    // The metrics the run wrote to metrics.json, read from memory instead of the file; they must
-    // outlive the digest's record.
-    void UseMetrics(const RunMetrics& metrics) { metrics_ = &metrics; }
+    // The metrics the run wrote to metrics.json, read from memory instead of the file.
+    void UseMetrics(std::shared_ptr<const RunMetrics> metrics) { metrics_ = std::move(metrics); }
     // Completes the reading and moves its results (the bands of the truth and of the published
     // states, observations, deep-sleep ends, announcements, trainings, and the metrics given to
     // UseMetrics) into `record`.
@@ -123,7 +104,7 @@ public:
 private:
     struct Parts;
     const Trace& trace_;
-    const RunMetrics* metrics_ = nullptr;
+    std::shared_ptr<const RunMetrics> metrics_;
     std::unique_ptr<Parts> parts_;
 };
 
@@ -135,28 +116,7 @@ private:
 bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error, RunDigest* runRead = nullptr);
 
 // Reads a JSON file; false with an error naming it when it is missing or malformed.
-bool ReadJsonFile(const std::string& path, MetricsJson& value, std::string& error);
-
-// Per-night records of metrics.json (tolerant of where a night keeps its rules): for each night,
-// its person, its date and, per rule, the rule's object.
-struct MetricsNight {
-    std::string person;
-    std::string night;
-    std::map<std::string, const MetricsJson*> rules;
-};
-std::vector<MetricsNight> MetricsNights(const MetricsJson& metrics);
-// Reads metrics.json a night at a time: each object of its "nights" array is passed to `eachNight`
-// as soon as it is read and is not kept, so a population's file is never held whole; `rest` is
-// the file without them. False with an error naming the file when it is missing or malformed.
-bool ReadMetricsFileByNight(const std::string& path, MetricsJson& rest,
-    const std::function<void(const MetricsJson& night)>& eachNight, std::string& error);
-// A night of metrics.json with the object of every rule it holds, whichever rules the file lists.
-MetricsNight MetricsNightWithEveryRule(const MetricsJson& entry);
-// A rule object's scores as metrics.json writes them: "onsetLatencyMin", "coverage" and "missed"
-// (NaN for a missing or null score; missed unless the file says otherwise).
-RuleScores ScoresOf(const MetricsJson& rule);
-// The rule names metrics.json lists, or the three known ones.
-std::vector<std::string> MetricsRules(const MetricsJson& metrics);
+bool ReadJsonFile(const std::string& path, nlohmann::ordered_json& value, std::string& error);
 
 } // namespace OHOS::Sim
 

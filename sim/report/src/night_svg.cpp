@@ -321,17 +321,16 @@ std::string DeepText(const RunRecord& record, const NightTruth& truth, const Tim
     return text;
 }
 
-std::string CoverageText(const RunRecord& record, const ReportNight& night)
+std::string CoverageText(const ReportNight& night)
 {
     std::string text;
-    for (const std::string& rule : MetricsRules(record.metrics)) {
-        const auto scored = night.scores.find(rule);
-        if (scored == night.scores.end()) {
-            continue;
-        }
-        const RuleScores& scores = scored->second;
+    if (night.metrics == nullptr) {
+        return text;
+    }
+    for (size_t rule = 0; rule < kRuleCount; ++rule) {
+        const NightScore& scores = night.metrics->scores[rule];
         if (!std::isnan(scores.coverage)) {
-            text += (text.empty() ? " \u00b7 coverage " : ", ") + RuleTitle(rule) + " " +
+            text += (text.empty() ? " \u00b7 coverage " : ", ") + RuleTitle(static_cast<Rule>(rule)) + " " +
                     Str(std::llround(scores.coverage * 100)) + "%";
         }
     }
@@ -340,15 +339,17 @@ std::string CoverageText(const RunRecord& record, const ReportNight& night)
 
 } // namespace
 
-std::string RuleTitle(const std::string& rule)
+std::string RuleTitle(Rule rule)
 {
-    if (rule == RULE_PLUGIN) {
+    switch (rule) {
+    case Rule::PLUGIN:
         return "plug-in";
-    }
-    if (rule == RULE_IDLE) {
+    case Rule::IDLE:
         return "idle rule";
+    case Rule::TIME_OF_DAY:
+        return "time of day";
     }
-    return rule == RULE_TIME_OF_DAY ? "time of day" : rule;
+    return RuleName(rule);
 }
 
 std::string NightCaption(const RunRecord& record, size_t night)
@@ -367,7 +368,7 @@ std::string NightCaption(const RunRecord& record, size_t night)
     for (const Moment& training : ItemsIn(record.trainings, noonToNoon, [](const Moment& m) { return m.timeMs; })) {
         text += " \u00b7 training " + FormatLocalClock(training.timeMs) + " " + training.note;
     }
-    return text + CoverageText(record, entry);
+    return text + CoverageText(entry);
 }
 
 TimeSpan PictureWindow(const CivilDate& wakeDate)

@@ -57,7 +57,7 @@ bool InPopulation(const std::string& dir)
 // Writes the page a night at a time: a long run's page is not held whole.
 void WriteRunPage(const std::string& dir, const RunRecord& record, std::ostream& out)
 {
-    const bool withMetrics = HasMetrics(record);
+    const bool withMetrics = record.metrics != nullptr;
     out << PageHead("Sleep report: " + record.person);
     if (InPopulation(dir)) {
         out << "<p><a href=\"../../" + REPORT_FILE + "\">\u2190 all persons</a></p>\n";
@@ -71,7 +71,7 @@ void WriteRunPage(const std::string& dir, const RunRecord& record, std::ostream&
     out << ", local time " << EscapeHtml(record.timeZone) << "</p>\n";
     if (withMetrics) {
         out << "<h2>Metrics</h2>\n"
-            << (record.runMetrics != nullptr ? SummaryTable(record.runMetrics->summary) : SummaryTable(record.metrics));
+            << SummaryTable(record.metrics->summary);
     } else {
         out << "<p class=\"note\">No metrics.json in this folder: the rules' scores are not shown.</p>\n";
     }

@@ -13,8 +13,6 @@ namespace OHOS::Sim {
 
 namespace {
 
-using Json = nlohmann::json;
-
 
 bool FileExists(const std::string& path)
 {
@@ -47,18 +45,6 @@ bool ForEachJsonLine(
         }
     }
     return true;
-}
-
-template <typename JsonObject> std::string StringField(const JsonObject& line, const char* key)
-{
-    const auto it = line.find(key);
-    return it != line.end() && it->is_string() ? it->template get<std::string>() : std::string();
-}
-
-template <typename JsonObject> int64_t IntField(const JsonObject& line, const char* key, int64_t fallback)
-{
-    const auto it = line.find(key);
-    return it != line.end() && it->is_number() ? it->template get<int64_t>() : fallback;
 }
 
 // Turns on/off changes of one state into spans; a span still open at the end runs to `endMs`.
@@ -242,105 +228,35 @@ private:
     int64_t lastMs_ = 0;
 };
 
-double NumberOrNaN(const MetricsJson& value)
-{
-    return value.is_number() ? value.get<double>() : std::numeric_limits<double>::quiet_NaN();
-}
-
-// The rule's asleep spans of one metrics night, appended to `spans`.
-void AppendAsleep(const MetricsJson& rule, std::vector<TimeSpan>& spans)
-{
-    const auto asleep = rule.find("asleep");
-    if (asleep == rule.end() || !asleep->is_array()) {
-        return;
-    }
-    for (const MetricsJson& span : *asleep) {
-        if (span.is_array() && span.size() == 2 && span[0].is_number() && span[1].is_number()) {
-            spans.push_back(TimeSpan{span[0].get<int64_t>(), span[1].get<int64_t>()});
-        }
-    }
-}
-
-// Where a night keeps its rules' objects: its "rules" object, or the night itself.
-const MetricsJson& RulesHolder(const MetricsJson& entry)
-{
-    return entry.contains("rules") && entry["rules"].is_object() ? entry["rules"] : entry;
-}
-
-// One night object of metrics.json, tolerant of where it keeps its rules.
-MetricsNight ReadMetricsNight(const MetricsJson& entry, const std::vector<std::string>& rules)
-{
-    MetricsNight night;
-    night.person = StringField(entry, "person");
-    night.night = StringField(entry, "night");
-    if (night.night.empty()) {
-        night.night = StringField(entry, "date");
-    }
-    const MetricsJson& holder = RulesHolder(entry);
-    for (const std::string& rule : rules) {
-        if (holder.contains(rule) && holder[rule].is_object()) {
-            night.rules[rule] = &holder[rule];
-        }
-    }
-    return night;
-}
-
-// Adds one night of the metrics: the yardsticks' asleep spans to their bands, each rule's scores to
-// the report's night of that date.
-void AddMetricsNight(const MetricsNight& night, const std::map<std::string, ReportNight*>& byDate, RunRecord& record)
-{
-    for (const auto& [rule, values] : night.rules) {
-        if (rule == RULE_IDLE || rule == RULE_TIME_OF_DAY) {
-            AppendAsleep(
-                *values, record.bands[static_cast<size_t>(rule == RULE_IDLE ? Band::IDLE_RULE : Band::TIME_OF_DAY)]);
-        }
-        const auto it = byDate.find(night.night);
-        if (it != byDate.end()) {
-            it->second->scores[rule] = ScoresOf(*values);
-        }
-    }
-}
-
-// Reads the metrics night by night through `addNights`, which calls AddMetricsNight for each.
-void ReadMetricsNights(
-    RunRecord& record, const std::function<void(const std::map<std::string, ReportNight*>& byDate)>& addNights)
+// Gives each night of the report its night of the metrics (by date), and the yardsticks' asleep
+// spans their bands.
+void AttachMetrics(RunRecord& record)
 {
     std::map<std::string, ReportNight*> byDate;
     for (ReportNight& night : record.nights) {
         byDate[FormatCivilDate(night.truth.wakeDate)] = &night;
     }
-    addNights(byDate);
-    for (auto* band :
-        {&record.bands[static_cast<size_t>(Band::IDLE_RULE)], &record.bands[static_cast<size_t>(Band::TIME_OF_DAY)]}) {
+    std::vector<TimeSpan>& idle = record.bands[static_cast<size_t>(Band::IDLE_RULE)];
+    std::vector<TimeSpan>& timeOfDay = record.bands[static_cast<size_t>(Band::TIME_OF_DAY)];
+    for (const NightRecord& night : record.metrics->nights) {
+        const SpanList& idleAsleep = night.verdicts[static_cast<size_t>(Rule::IDLE)].asleep;
+        const SpanList& timeOfDayAsleep = night.verdicts[static_cast<size_t>(Rule::TIME_OF_DAY)].asleep;
+        idle.insert(idle.end(), idleAsleep.begin(), idleAsleep.end());
+        timeOfDay.insert(timeOfDay.end(), timeOfDayAsleep.begin(), timeOfDayAsleep.end());
+        const auto it = byDate.find(night.night);
+        if (it != byDate.end()) {
+            it->second->metrics = &night;
+        }
+    }
+    for (std::vector<TimeSpan>* band : {&idle, &timeOfDay}) {
         std::sort(
             band->begin(), band->end(), [](const TimeSpan& a, const TimeSpan& b) { return a.beginMs < b.beginMs; });
     }
 }
 
-void ReadMetrics(RunRecord& record)
-{
-    ReadMetricsNights(record, [&record](const std::map<std::string, ReportNight*>& byDate) {
-        for (const MetricsNight& night : MetricsNights(record.metrics)) {
-            AddMetricsNight(night, byDate, record);
-        }
-    });
-}
-
-// The run's metrics as ReadMetrics reads them from metrics.json, a night's line at a time.
-void ReadRunMetrics(RunRecord& record)
-{
-    ReadMetricsNights(record, [&record](const std::map<std::string, ReportNight*>& byDate) {
-        const std::vector<std::string> rules = MetricsRules(MetricsJson());
-        for (const NightRecord& night : record.runMetrics->nights) {
-            const MetricsJson entry = NightRecordJson(night);
-            AddMetricsNight(ReadMetricsNight(entry, rules), byDate, record);
-        }
-    });
-}
-
 void ReadScenario(const std::string& dir, RunRecord& record)
 {
-    MetricsJson scenario;
+    TimelineLine scenario;
     std::string ignored;
     if (ReadJsonFile(dir + "/scenario.json", scenario, ignored) && scenario.is_object()) {
         record.timeZone = scenario.value("timeZone", std::string());
@@ -351,29 +267,21 @@ void ReadScenario(const std::string& dir, RunRecord& record)
     }
 }
 
-// Parses a JSON file, `callback` (may be empty) deciding what is kept; false with an error naming
-// the file when it is missing or malformed.
-bool ParseJsonFile(const std::string& path, const MetricsJson::parser_callback_t& callback, MetricsJson& value,
-    std::string& error)
+} // namespace
+
+bool ReadJsonFile(const std::string& path, nlohmann::ordered_json& value, std::string& error)
 {
     std::ifstream in(path, std::ios::binary);
     if (!in) {
         error = "cannot read '" + path + "'" + (FileExists(path) ? "" : ": no such file");
         return false;
     }
-    value = MetricsJson::parse(in, callback, false);
+    value = nlohmann::ordered_json::parse(in, nullptr, false);
     if (value.is_discarded()) {
         error = "'" + path + "' is not valid JSON";
         return false;
     }
     return true;
-}
-
-} // namespace
-
-bool ReadJsonFile(const std::string& path, MetricsJson& value, std::string& error)
-{
-    return ParseJsonFile(path, nullptr, value, error);
 }
 
 struct RunDigest::Parts {
@@ -411,12 +319,7 @@ void RunDigest::FinishInto(RunRecord& record)
     record.deepEnds = std::move(read.deepEnds);
     record.announcements = std::move(read.announcements);
     record.trainings = std::move(read.trainings);
-    record.runMetrics = metrics_;
-}
-
-bool HasMetrics(const RunRecord& record)
-{
-    return !record.metrics.is_null() || record.runMetrics != nullptr;
+    record.metrics = metrics_;
 }
 
 bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error, RunDigest* runRead)
@@ -456,86 +359,17 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
         timeline.Finish();
     }
     const std::string metricsPath = dir + "/metrics.json";
-    if (record.runMetrics != nullptr) {
-        ReadRunMetrics(record);
-    } else if (FileExists(metricsPath)) {
-        if (!ReadJsonFile(metricsPath, record.metrics, error)) {
+    if (record.metrics == nullptr && FileExists(metricsPath)) {
+        auto metrics = std::make_shared<RunMetrics>();
+        if (!ReadMetricsFile(metricsPath, *metrics, error)) {
             return false;
         }
-        ReadMetrics(record);
+        record.metrics = std::move(metrics);
+    }
+    if (record.metrics != nullptr) {
+        AttachMetrics(record);
     }
     return true;
-}
-
-bool ReadMetricsFileByNight(const std::string& path, MetricsJson& rest,
-    const std::function<void(const MetricsJson& night)>& eachNight, std::string& error)
-{
-    using Event = MetricsJson::parse_event_t;
-    bool nightsKey = false;   // the top object's member being parsed is "nights"
-    bool nightsArray = false; // ... and it is an array: its objects are nights
-    const MetricsJson::parser_callback_t takeNights = [&](int depth, Event event, MetricsJson& parsed) {
-        if (depth == 1 && event == Event::key) {
-            nightsKey = parsed == "nights";
-            nightsArray = false;
-        } else if (depth == 1 && event == Event::array_start) {
-            nightsArray = nightsKey;
-        } else if (nightsArray && depth == 2 && event == Event::object_end) {
-            eachNight(parsed);
-            return false; // not kept
-        }
-        return true;
-    };
-    return ParseJsonFile(path, takeNights, rest, error);
-}
-
-MetricsNight MetricsNightWithEveryRule(const MetricsJson& entry)
-{
-    std::vector<std::string> rules;
-    const MetricsJson& holder = RulesHolder(entry);
-    for (auto it = holder.begin(); it != holder.end(); ++it) {
-        if (it->is_object()) {
-            rules.push_back(it.key());
-        }
-    }
-    return ReadMetricsNight(entry, rules);
-}
-
-std::vector<MetricsNight> MetricsNights(const MetricsJson& metrics)
-{
-    std::vector<MetricsNight> nights;
-    if (!metrics.is_object() || !metrics.contains("nights") || !metrics["nights"].is_array()) {
-        return nights;
-    }
-    const std::vector<std::string> rules = MetricsRules(metrics);
-    for (const MetricsJson& entry : metrics["nights"]) {
-        if (entry.is_object()) {
-            nights.push_back(ReadMetricsNight(entry, rules));
-        }
-    }
-    return nights;
-}
-
-RuleScores ScoresOf(const MetricsJson& rule)
-{
-    RuleScores scores;
-    const MetricsJson none;
-    scores.onsetLatencyMin = NumberOrNaN(rule.contains("onsetLatencyMin") ? rule["onsetLatencyMin"] : none);
-    scores.coverage = NumberOrNaN(rule.contains("coverage") ? rule["coverage"] : none);
-    scores.missed = !rule.contains("missed") || !rule["missed"].is_boolean() || rule["missed"].get<bool>();
-    return scores;
-}
-
-std::vector<std::string> MetricsRules(const MetricsJson& metrics)
-{
-    std::vector<std::string> rules;
-    if (metrics.is_object() && metrics.contains("rules") && metrics["rules"].is_array()) {
-        for (const MetricsJson& rule : metrics["rules"]) {
-            if (rule.is_string()) {
-                rules.push_back(rule.get<std::string>());
-            }
-        }
-    }
-    return rules.empty() ? std::vector<std::string>{RULE_PLUGIN, RULE_IDLE, RULE_TIME_OF_DAY} : rules;
 }
 
 } // namespace OHOS::Sim

@@ -12,8 +12,6 @@ namespace OHOS::Sim {
 
 namespace {
 
-using Json = MetricsJson;
-
 const char* const kStyle = R"(body{font:13px/1.4 system-ui,sans-serif;margin:16px;color:#222}
 h1{font-size:20px;margin:0 0 4px}h2{font-size:16px;margin:18px 0 6px}
 table{border-collapse:collapse;margin:4px 0}td,th{padding:2px 8px;border-bottom:1px solid #ddd;text-align:right}
@@ -43,7 +41,7 @@ std::string GroupTableHtml(const std::string& title, const GroupSummary& group)
     std::string html =
         "<table class=\"metrics\"><tr><th>" + EscapeHtml(title) + " (" + std::to_string(group.nights) + " nights)</th>";
     for (size_t rule = 0; rule < kRuleCount; ++rule) {
-        html += "<th>" + EscapeHtml(RuleTitle(RuleName(static_cast<Rule>(rule)))) + "</th>";
+        html += "<th>" + EscapeHtml(RuleTitle(static_cast<Rule>(rule))) + "</th>";
     }
     html += "</tr>\n";
     for (const SummaryRow& row : GroupSummaryRows(group)) {
@@ -57,10 +55,6 @@ std::string GroupTableHtml(const std::string& title, const GroupSummary& group)
            StatsCell(FormatStats(group.wakeLockSec, 0)) + "</td></tr></table>\n";
 }
 
-std::string UnreadMetricsNote(const std::string& error)
-{
-    return "<p class=\"note\">metrics.json cannot be read: " + EscapeHtml(error) + "</p>\n";
-}
 
 } // namespace
 
@@ -85,22 +79,6 @@ std::string FormatNumber(double value)
         out.pop_back();
     }
     return out == "-0" ? "0" : out;
-}
-
-std::string SummaryTable(const Json& metricsJson)
-{
-    RunMetrics metrics;
-    std::string error;
-    const bool read = MetricsFromJson(metricsJson, metrics, error);
-    return read ? SummaryTable(metrics.summary) : UnreadMetricsNote(error);
-}
-
-std::string SummaryTable(MetricsJsonReader& reader, const Json& rest)
-{
-    RunMetrics metrics;
-    std::string error;
-    const bool read = reader.Finish(rest, metrics, error);
-    return read ? SummaryTable(metrics.summary) : UnreadMetricsNote(error);
 }
 
 std::string SummaryTable(const MetricsSummary& summary)

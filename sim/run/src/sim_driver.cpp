@@ -140,7 +140,8 @@ private:
         if (!timeline_.WrittenInOrder()) {
             return WriteRunReport(options_.outDir, result.error);
         }
-        runRead_.UseMetrics(result.metrics);
+        // Not owned: the result outlives the page written from it.
+        runRead_.UseMetrics(std::shared_ptr<const RunMetrics>(std::shared_ptr<const RunMetrics>(), &result.metrics));
         return WriteRunReport(options_.outDir, result.error, &runRead_);
     }
 

@@ -171,11 +171,13 @@ void WriteMetricsJson(const RunMetrics& metrics, std::ostream& out);
 // Reads metrics.json text back (the nights' facts; scores and summary are recomputed). On failure
 // returns false, leaves `metrics` unchanged and names the bad field in `error`.
 bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& error);
-// The same from metrics.json already parsed.
-bool MetricsFromJson(const nlohmann::ordered_json& json, RunMetrics& metrics, std::string& error);
+// Reads a metrics.json file as MetricsFromJson reads its text, a night at a time: each object of its
+// "nights" list is read and dropped at once, so a population's file is never held whole as JSON.
+// False with an error naming the file when it is missing, not JSON, or has a bad field.
+bool ReadMetricsFile(const std::string& path, RunMetrics& metrics, std::string& error);
 
-// MetricsFromJson for a file read a night at a time: each entry of "nights" as it is read, then
-// the rest of the file (its "nights" holding them or emptied of them: only its kind is checked).
+// MetricsFromJson in parts: each entry of "nights" as it is read, then the rest of the file (its
+// "nights" holding them or emptied of them: only its kind is checked).
 class MetricsJsonReader {
 public:
     void AddNight(const nlohmann::ordered_json& entry);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <limits>
 #include <sstream>
 
@@ -696,11 +698,6 @@ bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& 
         error = "metrics: not valid JSON";
         return false;
     }
-    return MetricsFromJson(json, metrics, error);
-}
-
-bool MetricsFromJson(const Json& json, RunMetrics& metrics, std::string& error)
-{
     MetricsJsonReader reader;
     const Json* list = json.is_object() && json.contains("nights") ? &json["nights"] : nullptr;
     if (list != nullptr && list->is_array()) {
@@ -709,6 +706,42 @@ bool MetricsFromJson(const Json& json, RunMetrics& metrics, std::string& error)
         }
     }
     return reader.Finish(json, metrics, error);
+}
+
+bool ReadMetricsFile(const std::string& path, RunMetrics& metrics, std::string& error)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        std::error_code ec;
+        error = "cannot read '" + path + "'" + (std::filesystem::is_regular_file(path, ec) ? "" : ": no such file");
+        return false;
+    }
+    MetricsJsonReader reader;
+    using Event = Json::parse_event_t;
+    bool nightsKey = false;   // the top object's member being parsed is "nights"
+    bool nightsArray = false; // ... and it is a list: its objects are nights
+    const Json::parser_callback_t takeNights = [&](int depth, Event event, Json& parsed) {
+        if (depth == 1 && event == Event::key) {
+            nightsKey = parsed == "nights";
+            nightsArray = false;
+        } else if (depth == 1 && event == Event::array_start) {
+            nightsArray = nightsKey;
+        } else if (nightsArray && depth == 2 && event == Event::object_end) {
+            reader.AddNight(parsed);
+            return false; // not kept
+        }
+        return true;
+    };
+    const Json rest = Json::parse(in, takeNights, false);
+    if (rest.is_discarded()) {
+        error = "'" + path + "' is not valid JSON";
+        return false;
+    }
+    if (!reader.Finish(rest, metrics, error)) {
+        error = "'" + path + "': " + error;
+        return false;
+    }
+    return true;
 }
 
 void MetricsJsonReader::AddNight(const Json& entry)
