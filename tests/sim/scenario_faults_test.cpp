@@ -8,6 +8,9 @@
 
 #include "fault_week.h"
 #include "scenario.h"
+#include "scoped_time_zone.h"
+#include "trace_reader.h"
+#include "trace_writer.h"
 #include "trace_generator.h"
 
 namespace OHOS::Sim {
@@ -193,6 +196,45 @@ TEST(ScenarioFaultsTest, ClockSetMovesEveryLaterEventAndNight)
         const NightTruth& moved = traces.faulty.nights[static_cast<size_t>(inProgress - traces.clean.nights.begin())];
         EXPECT_EQ(moved.onsetMs, inProgress->onsetMs) << minutes;
         EXPECT_EQ(moved.wakeMs, inProgress->wakeMs + shift) << minutes;
+    }
+}
+
+// Each night is judged in the zone in force at its true onset: the nights before a change of zone
+// keep the old zone's noons and the later ones take the new zone's, in the trace as generated and as
+// read back from its file, whatever zone the process is in when they are judged.
+TEST(ScenarioFaultsTest, EachNightIsJudgedInTheZoneOfItsOwnNight)
+{
+    const std::string newZone = "America/New_York";
+    for (const char* at : {"2026-01-08 12:00", "2026-01-09 03:00"}) {
+        const TracePair traces = Traces(std::string(R"({"at": ")") + at + R"(", "kind": "time_zone", "zone": ")" +
+                                        newZone + "\"}");
+        const int64_t changeMs = traces.Ms(at);
+        const std::string path = testing::TempDir() + "zone_change_trace.jsonl";
+        ASSERT_TRUE(WriteTraceFile(path, DefaultScenario(), traces.faulty));
+        Scenario readScenario;
+        Trace read;
+        std::string error;
+        ASSERT_TRUE(ParseTraceFile(path, readScenario, read, error)) << error;
+        std::filesystem::remove(path);
+        const Trace& readBack = read;
+        Emulator::ScopedTimeZone elsewhere("UTC0");
+        size_t inNewZone = 0;
+        for (size_t i = 0; i < traces.faulty.nights.size(); ++i) {
+            const NightTruth& night = traces.faulty.nights[i];
+            const bool afterChange = night.onsetMs >= changeMs;
+            inNewZone += afterChange ? 1 : 0;
+            TimeSpan expected;
+            {
+                Emulator::ScopedTimeZone zone(afterChange ? newZone : DefaultScenario().timeZone);
+                expected = {LocalTimeMs(AddDays(night.wakeDate, -1), kNoonMin), LocalTimeMs(night.wakeDate, kNoonMin)};
+            }
+            for (const Trace* trace : {&traces.faulty, &readBack}) {
+                EXPECT_EQ(trace->nights[i].Window().beginMs, expected.beginMs) << at << ", night " << i;
+                EXPECT_EQ(trace->nights[i].Window().endMs, expected.endMs) << at << ", night " << i;
+            }
+        }
+        EXPECT_GT(inNewZone, 0u) << at;
+        EXPECT_LT(inNewZone, traces.faulty.nights.size()) << at;
     }
 }
 

@@ -2,6 +2,7 @@
 #define SIM_INCLUDE_LOCAL_CALENDAR_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace OHOS::Sim {
@@ -22,6 +23,18 @@ constexpr double kNoonMin = 12 * 60;
 
 // Sets the process time zone (TZ) and re-reads it. Every local conversion below uses it.
 void SetProcessTimeZone(const std::string& zone);
+// Sets the process time zone back to what it was when the guard was made.
+class TimeZoneGuard {
+public:
+    TimeZoneGuard();
+    ~TimeZoneGuard();
+    TimeZoneGuard(const TimeZoneGuard&) = delete;
+    TimeZoneGuard& operator=(const TimeZoneGuard&) = delete;
+
+private:
+    std::optional<std::string> previous_;
+};
+
 // Whether `zone` names a zone the C library understands: a POSIX TZ string, or a name found under
 // /usr/share/zoneinfo. An empty string is not valid.
 bool IsKnownTimeZone(const std::string& zone);

@@ -89,6 +89,24 @@ void SetProcessTimeZone(const std::string& zone)
     tzset();
 }
 
+TimeZoneGuard::TimeZoneGuard()
+{
+    const char* zone = std::getenv("TZ");
+    if (zone != nullptr) {
+        previous_ = zone;
+    }
+}
+
+TimeZoneGuard::~TimeZoneGuard()
+{
+    if (previous_) {
+        SetProcessTimeZone(*previous_);
+    } else {
+        unsetenv("TZ");
+        tzset();
+    }
+}
+
 bool IsKnownTimeZone(const std::string& zone)
 {
     if (zone.empty() || zone.find("..") != std::string::npos) {

@@ -1,9 +1,6 @@
 #include "report_html.h"
 
-#include <cstdlib>
-#include <ctime>
 #include <filesystem>
-#include <optional>
 
 #include "night_svg.h"
 #include "report_inputs.h"
@@ -13,32 +10,6 @@
 namespace OHOS::Sim {
 
 namespace {
-
-// Sets the process time zone back to what it was when the guard was made.
-class TimeZoneGuard {
-public:
-    TimeZoneGuard()
-    {
-        const char* zone = std::getenv("TZ");
-        if (zone != nullptr) {
-            previous_ = zone;
-        }
-    }
-    ~TimeZoneGuard()
-    {
-        if (previous_) {
-            SetProcessTimeZone(*previous_);
-        } else {
-            unsetenv("TZ");
-            tzset();
-        }
-    }
-    TimeZoneGuard(const TimeZoneGuard&) = delete;
-    TimeZoneGuard& operator=(const TimeZoneGuard&) = delete;
-
-private:
-    std::optional<std::string> previous_;
-};
 
 bool IsDirectory(const std::string& path)
 {

@@ -137,7 +137,7 @@ private:
     // read while it was written, unless late lines were merged into the file afterwards.
     bool WriteRunPage(SimResult& result)
     {
-        if (!timeline_.WrittenInOrder()) {
+        if (!ReadInRun()) {
             return WriteRunReport(options_.outDir, result.error);
         }
         // Not owned: the result outlives the page written from it.
@@ -329,8 +329,8 @@ private:
     {
         if (lockBoundaries_.empty()) {
             for (const NightTruth& night : trace_.nights) {
-                lockBoundaries_.insert(NightWindow(night).beginMs);
-                lockBoundaries_.insert(NightWindow(night).endMs);
+                lockBoundaries_.insert(night.Window().beginMs);
+                lockBoundaries_.insert(night.Window().endMs);
             }
         }
         for (auto it = lockBoundaries_.upper_bound(lastLockSampleMs_); it != lockBoundaries_.end() && *it <= untilMs;
@@ -348,8 +348,8 @@ private:
     {
         std::vector<int64_t> perNight;
         for (const NightTruth& night : trace_.nights) {
-            const auto begin = lockHeldAtMs_.find(NightWindow(night).beginMs);
-            const auto end = lockHeldAtMs_.find(NightWindow(night).endMs);
+            const auto begin = lockHeldAtMs_.find(night.Window().beginMs);
+            const auto end = lockHeldAtMs_.find(night.Window().endMs);
             const bool known = begin != lockHeldAtMs_.end() && end != lockHeldAtMs_.end();
             perNight.push_back(known ? end->second - begin->second : -1);
         }
@@ -505,7 +505,7 @@ private:
     {
         const bool timelineWritten = timeline_.FinishStream();
         const bool traceWritten = FinishTraceFile();
-        result.nights = SummariesReadInRun() ? summaries_.Finish() : SummariseTimelineFile();
+        result.nights = ReadInRun() ? summaries_.Finish() : SummariseTimelineFile();
         std::ofstream scenarioOut(OutPath(SCENARIO_FILE), std::ios::binary | std::ios::trunc);
         scenarioOut << ScenarioToJson(scenario_);
         result.metrics = ComputeRunMetrics(scenario_.name, trace_, yardsticks_, result.nights, WakeLockMsPerNight());
@@ -520,12 +520,11 @@ private:
         return true;
     }
 
-    // Whether the night reports read while the run wrote its timeline are the ones its file gives
-    // at the end: not when late lines were merged into the file, nor when the time zone that places
-    // the nights' windows may have changed (faults come with a held trace).
-    bool SummariesReadInRun() const { return timeline_.WrittenInOrder() && trace_.generate; }
+    // Whether what was read from the timeline while the run wrote it is what its file says: not when
+    // lines that came late (the phone's clock was set back) were merged into the file at the end.
+    bool ReadInRun() const { return timeline_.WrittenInOrder(); }
 
-    // The night reports from the timeline file, in the time zone in force at the end of the run.
+    // The night reports from the timeline file.
     std::vector<NightReport> SummariseTimelineFile() const
     {
         NightSummaries summaries(trace_.nights);

@@ -43,10 +43,6 @@ struct NightReport {
 // a late or early detection. Both lists normal.
 double OnsetLatencyMin(const SpanList& asleep, const SpanList& sleep);
 
-// The window a night is judged in: from the noon before it to the noon of the day it ends (local
-// wall-clock noons, so 23 or 25 hours across a daylight-saving change).
-TimeSpan NightWindow(const NightTruth& night);
-
 // Where a published state's open span starts, per state; -1 while the state is off.
 struct OpenStates {
     int64_t deep = -1;

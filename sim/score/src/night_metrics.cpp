@@ -640,7 +640,7 @@ RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, cons
         night.night = FormatCivilDate(truth.wakeDate);
         night.index = static_cast<int32_t>(i);
         night.weekend = truth.weekend;
-        night.window = NightWindow(truth);
+        night.window = truth.Window();
         night.sleep = NormaliseSpans(truth.SleepSpans());
         night.awakeScreenOff = AwakeScreenOff(screenOff, night);
         night.wakeLockMs = i < wakeLockMsPerNight.size() ? wakeLockMsPerNight[i] : -1;

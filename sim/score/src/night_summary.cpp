@@ -125,11 +125,6 @@ double OnsetLatencyMin(const SpanList& asleep, const SpanList& sleep)
     return static_cast<double>(first->beginMs - onset) / kMsPerMinute;
 }
 
-TimeSpan NightWindow(const NightTruth& night)
-{
-    return TimeSpan{LocalTimeMs(AddDays(night.wakeDate, -1), kNoonMin), LocalTimeMs(night.wakeDate, kNoonMin)};
-}
-
 NightSummaries::NightSummaries(const std::vector<NightTruth>& nights) : nights_(nights) {}
 
 void NightSummaries::Read(const TimelineFact& fact)
@@ -138,7 +133,7 @@ void NightSummaries::Read(const TimelineFact& fact)
         waiting_.push_back(fact);
     }
     const int64_t t = fact.timeMs;
-    while (reports_.size() < nights_.size() && t >= NightWindow(nights_[reports_.size()]).endMs) {
+    while (reports_.size() < nights_.size() && t >= nights_[reports_.size()].Window().endMs) {
         SummariseNext();
     }
 }
@@ -156,7 +151,7 @@ void NightSummaries::SummariseNext()
 {
     NightReport report;
     report.truth = nights_[reports_.size()];
-    const auto [begin, end] = NightWindow(report.truth);
+    const auto [begin, end] = report.truth.Window();
     NightReport before; // what facts before the window would say: only the states they leave on count
     while (!waiting_.empty() && waiting_.front().timeMs < begin) {
         TrackState(waiting_.front(), begin, open_, before);

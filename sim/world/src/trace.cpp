@@ -47,6 +47,34 @@ Json NightInstantsJson(const NightTruth& night)
 }
 } // namespace
 
+TimeSpan NightTruth::Window() const
+{
+    if (window.endMs > window.beginMs) {
+        return window;
+    }
+    return TimeSpan{LocalTimeMs(AddDays(wakeDate, -1), kNoonMin), LocalTimeMs(wakeDate, kNoonMin)};
+}
+
+void PlaceNightWindows(Trace& trace, const std::string& startZone)
+{
+    TimeZoneGuard guard;
+    std::string zone = startZone;
+    SetProcessTimeZone(zone);
+    auto event = trace.events.begin();
+    for (NightTruth& night : trace.nights) {
+        std::string zoneOfNight = zone;
+        for (; event != trace.events.end() && event->timeMs <= night.onsetMs; ++event) {
+            zoneOfNight = event->kind == TraceKind::TIME_ZONE ? event->text : zoneOfNight;
+        }
+        if (zoneOfNight != zone) {
+            zone = zoneOfNight;
+            SetProcessTimeZone(zone);
+        }
+        night.window = TimeSpan{};
+        night.window = night.Window();
+    }
+}
+
 std::vector<TimeSpan> NightTruth::SleepSpans() const
 {
     std::vector<TimeSpan> spans;

@@ -353,6 +353,7 @@ Trace GenerateTrace(const Scenario& scenario)
 {
     Trace trace = BuildTrace(scenario, PlanPerson(scenario));
     ApplyScenarioFaults(scenario.faults, trace);
+    PlaceNightWindows(trace, scenario.timeZone);
     return trace;
 }
 
@@ -362,6 +363,7 @@ Trace GenerateStreamedTrace(const Scenario& scenario)
         return GenerateTrace(scenario);
     }
     Trace trace = TraceFrame(PlanPerson(scenario));
+    PlaceNightWindows(trace, scenario.timeZone);
     trace.generate = [scenario](
                          const TraceEventVisitor& visit) { VisitPlanEvents(scenario, PlanPerson(scenario), visit); };
     return trace;

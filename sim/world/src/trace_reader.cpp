@@ -235,6 +235,7 @@ bool ParseTraceFile(const std::string& path, Scenario& scenario, Trace& trace, s
         error = path + " is empty: a trace starts with its header line";
         return false;
     }
+    PlaceNightWindows(readTrace, readScenario.timeZone);
     scenario = std::move(readScenario);
     trace = std::move(readTrace);
     return true;
