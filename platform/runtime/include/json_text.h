@@ -7,8 +7,9 @@
 
 namespace OHOS::Emulator {
 
-// JSON text appended to `out` as nlohmann's dump() writes it (compact, UTF-8 kept): the one writer
-// of the event file, the timeline and the trace.
+// JSON text appended to `out` by nlohmann's dump() (compact, UTF-8 kept): the values of the event
+// file's and the timeline's lines, which write their members' punctuation themselves because they
+// take fields already written as text (a statistics event's parameters) without parsing them again.
 void AppendJsonText(const nlohmann::ordered_json& value, std::string& out);
 void AppendJsonString(const std::string& text, std::string& out);
 // The shortest text that reads back as `value` (as dump() writes it); null when it is not finite.

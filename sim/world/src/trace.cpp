@@ -12,21 +12,15 @@ namespace OHOS::Sim {
 namespace {
 using Json = nlohmann::ordered_json;
 
-// A JSON object line written field by field, as Json::dump writes it: the trace has one per event,
-// and building a Json object for each and dumping it cost more than the rest of the file.
+// A JSON object line, its members in the order they are added.
 class ObjectText {
 public:
-    explicit ObjectText(int64_t timeMs) : text_("{\"t\":" + std::to_string(timeMs)) {}
-    void Add(const char* key, int64_t value) { Key(key) += std::to_string(value); }
-    void Add(const char* key, bool value) { Key(key) += value ? "true" : "false"; }
-    // Numbers with a fraction, texts: as the JSON library writes them (shortest exact form, escapes).
-    void Add(const char* key, double value) { Emulator::AppendJsonNumber(value, Key(key)); }
-    void Add(const char* key, const std::string& value) { Emulator::AppendJsonString(value, Key(key)); }
-    std::string Finish() { return std::move(text_ += '}'); }
+    explicit ObjectText(int64_t timeMs) { json_["t"] = timeMs; }
+    template <typename Value> void Add(const char* key, const Value& value) { json_[key] = value; }
+    std::string Finish() const { return json_.dump(); }
 
 private:
-    std::string& Key(const char* key) { return ((text_ += ",\"") += key) += "\":"; }
-    std::string text_;
+    Json json_;
 };
 
 Json SpanJson(const TimeSpan& span)
