@@ -252,7 +252,7 @@ TEST(RunMetricsTest, ANightAcrossTheSpringDaylightSavingChange)
         Published(local(25.5), EASY_WAKEUP_EVENT, true), Published(local(30), DEEP_SLEEP_EVENT, false),
         Published(local(30), LIGHT_SLEEP_EVENT, true), Published(local(30.5), LIGHT_SLEEP_EVENT, false),
         TimelineLine{{"t", local(20)}, {"type", TIMELINE_HOST_MESSAGE}, {"id", TRAINING_FINISHED_MESSAGE}}};
-    const RunMetrics metrics = ComputeRunMetrics("dst", trace, SummariseNights(lines, trace.nights), {90000});
+    const RunMetrics metrics = ComputeRunMetrics(MetricsPerson{"dst", "", "night"}, trace, SummariseNights(lines, trace.nights), {90000});
     ASSERT_EQ(metrics.nights.size(), 1U);
     const NightRecord& record = metrics.nights[0];
     EXPECT_EQ(record.window.endMs - record.window.beginMs, 23 * kMsPerHour);
@@ -299,7 +299,7 @@ RunMetrics GeneratedPerson(const std::string& name, uint64_t seed)
         }
         wakeLocks.push_back(static_cast<int64_t>(i * 1000 + seed));
     }
-    return ComputeRunMetrics(name, trace, SummariseNights(lines, trace.nights), wakeLocks);
+    return ComputeRunMetrics(MetricsPerson{name, "", "evening"}, trace, SummariseNights(lines, trace.nights), wakeLocks);
 }
 
 TEST(RunMetricsTest, MissedNightsAreCountedAndTheFirstWeekIsApart)
@@ -363,7 +363,7 @@ TEST(MetricsDocumentationTest, HelpAndFileNameEveryScore)
 TEST(MetricsFromJsonTest, NamesTheBadFieldAndLeavesTheMetricsUnchanged)
 {
     ScopedTimeZone zone("UTC0");
-    const std::string night = R"({"person":"a","night":"2026-01-06","index":0,"weekend":false,"window":[0,100],)"
+    const std::string night = R"({"person":"a","persona":"","charging":"evening","night":"2026-01-06","index":0,"weekend":false,"window":[0,100],)"
                               R"("sleep":SLEEP,"awakeScreenOff":[],"wakeLockMs":null,"trainings":0,"class":"charging",)"
                               R"("rules":RULES})";
     const std::string rules = R"({"plugin":{"asleep":[]},"idle":{"asleep":[]},"time_of_day":{"asleep":[]}})";
@@ -371,7 +371,7 @@ TEST(MetricsFromJsonTest, NamesTheBadFieldAndLeavesTheMetricsUnchanged)
         std::string text = night;
         text.replace(text.find("SLEEP"), 5, sleep);
         text.replace(text.find("RULES"), 5, ruleText);
-        return R"({"version":2,"nights":[)" + text + "]}";
+        return R"({"version":3,"nights":[)" + text + "]}";
     };
     struct Case {
         std::string text;
@@ -379,14 +379,14 @@ TEST(MetricsFromJsonTest, NamesTheBadFieldAndLeavesTheMetricsUnchanged)
     };
     const std::vector<Case> cases = {
         {"{", "metrics: not valid JSON"},
-        {R"({"version":1,"nights":[]})", "metrics.version 1 is not supported (expected 2)"},
-        {R"({"version":2})", "metrics.nights is missing"},
+        {R"({"version":1,"nights":[]})", "metrics.version 1 is not supported (expected 3)"},
+        {R"({"version":3})", "metrics.nights is missing"},
         {file("[[10,5]]", rules), "metrics.nights[0].sleep[0] must be [beginMs, endMs] with beginMs <= endMs"},
         {file("[]", R"({"plugin":{"asleep":[]},"idle":{"asleep":[]}})"),
             "metrics.nights[0].rules.time_of_day is missing"},
         {file("[]", R"({"plugin":{"asleep":[[1,2]],"light":5},"idle":{"asleep":[]},"time_of_day":{"asleep":[]}})"),
             "metrics.nights[0].rules.plugin.light must be a list of [beginMs, endMs]"},
-        {std::regex_replace(file("[]", rules), std::regex("charging"), "asleep"),
+        {std::regex_replace(file("[]", rules), std::regex("\"class\":\"charging\""), "\"class\":\"asleep\""),
             "metrics.nights[0].class must be one of eligible, firstWeek, outsideWindow, charging"},
     };
     // The file reader reads the same way, a night at a time, and names the file.
@@ -431,6 +431,52 @@ TEST(MetricsFromJsonTest, NamesTheBadFieldAndLeavesTheMetricsUnchanged)
     std::string error;
     EXPECT_FALSE(ReadMetricsFile(path, metrics, error));
     EXPECT_EQ(error, "cannot read '" + path + "': no such file");
+}
+
+// The eligible nights are broken down by persona, by charging habit and, for persons without a
+// persona, by person; other classes stay out, and a breakdown into one group is left empty.
+TEST(MetricsBreakdownTest, GroupsTheEligibleNightsByWhoSleptThem)
+{
+    struct Person {
+        const char* name;
+        const char* persona;
+        const char* charging;
+        int32_t eligible;
+        int32_t charged; // nights of the charging class
+    };
+    const Person persons[] = {{"a", "late sleeper", "night", 2, 3}, {"b", "late sleeper", "evening", 1, 0},
+        {"c", "early sleeper", "evening", 4, 0}, {"r1", "", "evening", 5, 1}};
+    RunMetrics all;
+    for (const Person& person : persons) {
+        for (int32_t i = 0; i < person.eligible + person.charged; ++i) {
+            NightRecord night;
+            night.person = person.name;
+            night.persona = person.persona;
+            night.charging = person.charging;
+            night.nightClass = i < person.eligible ? NightClass::ELIGIBLE : NightClass::CHARGING;
+            all.nights.push_back(night);
+        }
+    }
+    const MetricsSummary summary = MergeMetrics({all}).summary;
+    const auto labels = [](const std::vector<LabelledGroup>& groups) {
+        std::string text;
+        for (const LabelledGroup& group : groups) {
+            text += group.label + ":" + std::to_string(group.group.nights) + " ";
+        }
+        return text;
+    };
+    EXPECT_EQ(labels(summary.byPersona), "early sleeper:4 late sleeper:3 ");
+    EXPECT_EQ(labels(summary.byCharging), "evening:10 night:2 ");
+    EXPECT_EQ(labels(summary.byPerson), ""); // one person without a persona: a single group
+    all.nights.push_back(all.nights.back());
+    all.nights.back().person = "r2";
+    all.nights.back().nightClass = NightClass::ELIGIBLE;
+    EXPECT_EQ(labels(MergeMetrics({all}).summary.byPerson), "r1:5 r2:1 ");
+    const std::string text = FormatMetricsSummary(MergeMetrics({all}));
+    EXPECT_NE(text.find("eligible nights by persona"), std::string::npos);
+    EXPECT_NE(text.find("  late sleeper (3 nights)"), std::string::npos);
+    EXPECT_NE(MetricsToJson(MergeMetrics({all})).find("\"byPerson\": {\n    \"r1\": {\n      \"nights\": 5"),
+        std::string::npos);
 }
 
 } // namespace

@@ -18,6 +18,27 @@ using Json = nlohmann::ordered_json;
 
 enum class SleeperKind { REGULAR, EARLY, LATE, IRREGULAR, NIGHT_SHIFT, AFTERNOON_SLEEPER, LIGHT_SLEEPER };
 
+const char* SleeperKindName(SleeperKind kind)
+{
+    switch (kind) {
+    case SleeperKind::REGULAR:
+        return "regular sleeper";
+    case SleeperKind::EARLY:
+        return "early sleeper";
+    case SleeperKind::LATE:
+        return "late sleeper";
+    case SleeperKind::IRREGULAR:
+        return "irregular sleeper";
+    case SleeperKind::NIGHT_SHIFT:
+        return "night shift";
+    case SleeperKind::AFTERNOON_SLEEPER:
+        return "afternoon sleeper";
+    case SleeperKind::LIGHT_SLEEPER:
+        return "light sleeper";
+    }
+    return "unknown";
+}
+
 // The mix of a population, one entry per person in turn: three regular sleepers in ten.
 constexpr std::array<SleeperKind, 10> kKindCycle = {SleeperKind::REGULAR, SleeperKind::LATE, SleeperKind::LIGHT_SLEEPER,
     SleeperKind::EARLY, SleeperKind::REGULAR, SleeperKind::NIGHT_SHIFT, SleeperKind::IRREGULAR, SleeperKind::REGULAR,
@@ -96,6 +117,7 @@ public:
         DrawPhone();
         DrawZone();
         person_.battery.startLevel = std::round(random_.Uniform(30, 95));
+        person_.persona = SleeperKindName(kind_);
         return person_;
     }
 

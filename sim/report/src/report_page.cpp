@@ -31,30 +31,57 @@ std::string StatsCell(const std::string& text)
     return text == "-" ? "\u2013" : EscapeHtml(text);
 }
 
-// One group of nights (after the first week, the first week) as a table: a row per measure, a
-// column per rule, each value "median / p90".
-std::string GroupTableHtml(const std::string& title, const GroupSummary& group)
+// The head of a summary table: its title, then a column per rule.
+std::string TableHeadHtml(const std::string& title)
 {
-    if (group.nights == 0) {
-        return "";
-    }
-    std::string html =
-        "<table class=\"metrics\"><tr><th>" + EscapeHtml(title) + " (" + std::to_string(group.nights) + " nights)</th>";
+    std::string html = "<table class=\"metrics\"><tr><th>" + EscapeHtml(title) + "</th>";
     for (size_t rule = 0; rule < kRuleCount; ++rule) {
         html += "<th>" + EscapeHtml(RuleTitle(static_cast<Rule>(rule))) + "</th>";
     }
-    html += "</tr>\n";
-    for (const SummaryRow& row : GroupSummaryRows(group)) {
+    return html + "</tr>\n";
+}
+
+std::string RowsHtml(const std::vector<SummaryRow>& rows)
+{
+    std::string html;
+    for (const SummaryRow& row : rows) {
         html += "<tr><td>" + EscapeHtml(row.label) + "</td>";
         for (const std::string& cell : row.cells) {
             html += "<td>" + StatsCell(cell) + "</td>";
         }
         html += "</tr>\n";
     }
-    return html + "<tr><td>wake-lock s per night</td><td colspan=\"" + std::to_string(kRuleCount) + "\">" +
-           StatsCell(FormatStats(group.wakeLockSec, 0)) + "</td></tr></table>\n";
+    return html;
 }
 
+// One group of nights as a table: a row per measure, a column per rule, each value
+// "median / tail (count)".
+std::string GroupTableHtml(const std::string& title, const GroupSummary& group)
+{
+    if (group.nights == 0) {
+        return "";
+    }
+    return TableHeadHtml(title + " (" + std::to_string(group.nights) + " nights)") +
+           RowsHtml(GroupSummaryRows(group)) + "<tr><td>wake-lock s per night</td><td colspan=\"" +
+           std::to_string(kRuleCount) + "\">" + StatsCell(FormatStats(group.wakeLockSec, 0)) + "</td></tr></table>\n";
+}
+
+
+// The breakdowns of the eligible nights that hold groups: a row per group, a column per rule, each
+// value the coverage of true sleep "median / p10 (count)".
+std::string BreakdownTablesHtml(const MetricsSummary& summary)
+{
+    std::string html;
+    for (const Breakdown& breakdown : Breakdowns(summary)) {
+        if (breakdown.groups->empty()) {
+            continue;
+        }
+        html += TableHeadHtml(std::string("eligible nights ") + breakdown.title + ": coverage of true sleep (p10)") +
+                RowsHtml(BreakdownRows(*breakdown.groups));
+        html += "</table>\n";
+    }
+    return html;
+}
 
 } // namespace
 
@@ -90,7 +117,7 @@ std::string SummaryTable(const MetricsSummary& summary)
            "in minutes, and |x| rows give the median / p90 of their size. Trainings per week: " +
            EscapeHtml(FormatStats(summary.trainingsPerWeek, 1)) + ".</p>\n" +
            GroupTableHtml("eligible nights", summary.classes[static_cast<size_t>(NightClass::ELIGIBLE)]) +
-           "<p class=\"note\">" + EscapeHtml(FormatClassCounts(summary)) + "</p>\n" +
+           "<p class=\"note\">" + EscapeHtml(FormatClassCounts(summary)) + "</p>\n" + BreakdownTablesHtml(summary) +
            GroupTableHtml("all nights", summary.all);
 }
 

@@ -508,7 +508,9 @@ private:
         result.nights = ReadInRun() ? summaries_.Finish() : SummariseTimelineFile();
         std::ofstream scenarioOut(OutPath(SCENARIO_FILE), std::ios::binary | std::ios::trunc);
         scenarioOut << ScenarioToJson(scenario_);
-        result.metrics = ComputeRunMetrics(scenario_.name, trace_, yardsticks_, result.nights, WakeLockMsPerNight());
+        result.metrics = ComputeRunMetrics(
+            MetricsPerson{scenario_.name, scenario_.persona, ChargingHabitName(scenario_.habits.charging)}, trace_,
+            yardsticks_, result.nights, WakeLockMsPerNight());
         std::ofstream summaryOut(OutPath(SUMMARY_FILE), std::ios::binary | std::ios::trunc);
         summaryOut << FormatSummaryTable(result.nights) << "\n" << FormatMetricsSummary(result.metrics);
         scenarioOut.flush();

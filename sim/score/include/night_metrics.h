@@ -69,6 +69,8 @@ struct NightScore {
 // One person's night: the facts, and the scores computed from them.
 struct NightRecord {
     std::string person;
+    std::string persona;  // the kind of sleeper the person was drawn as; empty when none
+    std::string charging; // the person's charging habit: "evening", "night" or "day"
     std::string night; // the local date on which it ends, "YYYY-MM-DD"
     int32_t index = 0; // 0-based within the person's run
     bool weekend = false;
@@ -129,11 +131,30 @@ struct PersonSummary {
     double trainingsPerWeek = 0;
 };
 
+// A group of nights that share a label (a persona, a charging habit, a person).
+struct LabelledGroup {
+    std::string label;
+    GroupSummary group;
+};
+
 struct MetricsSummary {
     std::vector<PersonSummary> persons; // in night order
     Stats trainingsPerWeek;             // over persons
     GroupSummary all;
     std::array<GroupSummary, kNightClassCount> classes; // by NightClass; ELIGIBLE is the headline
+    // The eligible nights broken down, each in label order: by persona, by charging habit, and by
+    // person for the persons without a persona (recorded or written by hand). A breakdown that would
+    // hold a single group is left empty.
+    std::vector<LabelledGroup> byPersona;
+    std::vector<LabelledGroup> byCharging;
+    std::vector<LabelledGroup> byPerson;
+};
+
+// Who a run's nights belong to: the person's id and what the figures are broken down by.
+struct MetricsPerson {
+    std::string name;
+    std::string persona;
+    std::string charging;
 };
 
 struct RunMetrics {
@@ -149,11 +170,11 @@ NightScore ScoreNight(const NightRecord& night, const RuleVerdict& verdict);
 // scored against the trace's true nights. `wakeLockMsPerNight` holds the wake-lock milliseconds of
 // each night (noon to noon, in the order of trace.nights); missing entries count as unknown.
 // REQUIRES: the process time zone is the run's.
-RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const std::vector<NightReport>& reports,
-    const std::vector<int64_t>& wakeLockMsPerNight);
+RunMetrics ComputeRunMetrics(const MetricsPerson& person, const Trace& trace,
+    const std::vector<NightReport>& reports, const std::vector<int64_t>& wakeLockMsPerNight);
 // The same with the yardsticks' spans read from the trace's events as a run passed them (only the
 // trace's nights and end are read).
-RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const YardstickSpans& phone,
+RunMetrics ComputeRunMetrics(const MetricsPerson& person, const Trace& trace, const YardstickSpans& phone,
     const std::vector<NightReport>& reports, const std::vector<int64_t>& wakeLockMsPerNight);
 
 // The metrics of several runs as one: the nights of all inputs, persons in name order (a person's
@@ -203,6 +224,15 @@ std::string FormatStats(const Stats& stats, int32_t decimals, Tail tail = Tail::
 
 // "nights by class: eligible N, firstWeek N, outsideWindow N, charging N".
 std::string FormatClassCounts(const MetricsSummary& summary);
+// A breakdown of the eligible nights: its name in metrics.json, its title, its groups.
+struct Breakdown {
+    const char* key;   // "byPersona"
+    const char* title; // "by persona"
+    const std::vector<LabelledGroup>* groups;
+};
+std::array<Breakdown, 3> Breakdowns(const MetricsSummary& summary);
+// Each group's coverage of true sleep per rule, "median / p10 (count)", as a summary table shows it.
+std::vector<SummaryRow> BreakdownRows(const std::vector<LabelledGroup>& groups);
 
 // A readable table of the summary: the plug-in beside the yardsticks on the eligible nights, the
 // count of nights in each class, and all nights.

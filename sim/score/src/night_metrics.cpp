@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <map>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
@@ -21,7 +22,9 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr int32_t kMetricsVersion = 2; // 2: nights carry their class, the summary groups by class
+// 2: nights carry their class, the summary groups by class; 3: nights carry their person's persona
+// and charging habit, the summary breaks the eligible nights down by them.
+constexpr int32_t kMetricsVersion = 3;
 constexpr double kAwakeBandBeginMin = 21 * 60;
 constexpr double kAwakeBandEndMin = 32 * 60; // 08:00 the next morning
 constexpr double kDaysPerWeek = 7;
@@ -141,16 +144,12 @@ RuleSummary SummariseRule(const std::vector<const NightRecord*>& nights, size_t 
     return summary;
 }
 
-template <typename Keep> GroupSummary SummariseGroup(const std::vector<NightRecord>& all, Keep keep)
+GroupSummary SummariseGroup(const std::vector<const NightRecord*>& nights)
 {
-    std::vector<const NightRecord*> nights;
     std::vector<double> wakeLockSec;
-    for (const NightRecord& night : all) {
-        if (keep(night)) {
-            nights.push_back(&night);
-            if (night.wakeLockMs >= 0) {
-                wakeLockSec.push_back(static_cast<double>(night.wakeLockMs) / kMsPerSecond);
-            }
+    for (const NightRecord* night : nights) {
+        if (night->wakeLockMs >= 0) {
+            wakeLockSec.push_back(static_cast<double>(night->wakeLockMs) / kMsPerSecond);
         }
     }
     GroupSummary group;
@@ -160,6 +159,38 @@ template <typename Keep> GroupSummary SummariseGroup(const std::vector<NightReco
         group.rules[rule] = SummariseRule(nights, rule);
     }
     return group;
+}
+
+template <typename Keep> GroupSummary SummariseGroup(const std::vector<NightRecord>& all, Keep keep)
+{
+    std::vector<const NightRecord*> nights;
+    for (const NightRecord& night : all) {
+        if (keep(night)) {
+            nights.push_back(&night);
+        }
+    }
+    return SummariseGroup(nights);
+}
+
+// The eligible nights grouped by the label `labelOf` gives them (nights without one are left out), in
+// label order; empty when there would be a single group.
+template <typename LabelOf>
+std::vector<LabelledGroup> BreakDown(const std::vector<NightRecord>& all, LabelOf labelOf)
+{
+    std::map<std::string, std::vector<const NightRecord*>> byLabel;
+    for (const NightRecord& night : all) {
+        const std::string label = labelOf(night);
+        if (night.nightClass == NightClass::ELIGIBLE && !label.empty()) {
+            byLabel[label].push_back(&night);
+        }
+    }
+    std::vector<LabelledGroup> groups;
+    if (byLabel.size() > 1) {
+        for (const auto& [label, nights] : byLabel) {
+            groups.push_back(LabelledGroup{label, SummariseGroup(nights)});
+        }
+    }
+    return groups;
 }
 
 std::vector<PersonSummary> SummarisePersons(const std::vector<NightRecord>& nights)
@@ -192,6 +223,10 @@ MetricsSummary Summarise(const std::vector<NightRecord>& nights)
         summary.classes[nightClass] = SummariseGroup(nights,
             [nightClass](const NightRecord& n) { return n.nightClass == static_cast<NightClass>(nightClass); });
     }
+    summary.byPersona = BreakDown(nights, [](const NightRecord& n) { return n.persona; });
+    summary.byCharging = BreakDown(nights, [](const NightRecord& n) { return n.charging; });
+    summary.byPerson =
+        BreakDown(nights, [](const NightRecord& n) { return n.persona.empty() ? n.person : std::string(); });
     return summary;
 }
 
@@ -264,7 +299,8 @@ Json NightRecordJson(const NightRecord& night)
     for (size_t rule = 0; rule < kRuleCount; ++rule) {
         rules[RuleName(static_cast<Rule>(rule))] = RuleNightJson(night, rule);
     }
-    return Json{{"person", night.person}, {"night", night.night}, {"index", night.index}, {"weekend", night.weekend},
+    return Json{{"person", night.person}, {"persona", night.persona}, {"charging", night.charging},
+        {"night", night.night}, {"index", night.index}, {"weekend", night.weekend},
         {"window", Json::array({night.window.beginMs, night.window.endMs})}, {"sleep", SpansJson(night.sleep)},
         {"awakeScreenOff", SpansJson(night.awakeScreenOff)},
         {"wakeLockMs", night.wakeLockMs >= 0 ? Json(night.wakeLockMs) : Json(nullptr)}, {"trainings", night.trainings},
@@ -308,9 +344,17 @@ Json SummaryJson(const MetricsSummary& summary)
     for (size_t nightClass = 0; nightClass < kNightClassCount; ++nightClass) {
         classes[NightClassName(static_cast<NightClass>(nightClass))] = GroupJson(summary.classes[nightClass]);
     }
-    return Json{{"persons", summary.persons.size()}, {"nights", summary.all.nights},
+    Json json{{"persons", summary.persons.size()}, {"nights", summary.all.nights},
         {"trainingsPerWeek", StatsJson(summary.trainingsPerWeek)}, {"all", GroupJson(summary.all)},
         {"classes", classes}};
+    for (const Breakdown& breakdown : Breakdowns(summary)) {
+        Json byLabel = Json::object();
+        for (const LabelledGroup& group : *breakdown.groups) {
+            byLabel[group.label] = GroupJson(group.group);
+        }
+        json[breakdown.key] = byLabel;
+    }
+    return json;
 }
 
 // ------------------------------------------------------------------ reading
@@ -445,6 +489,8 @@ NightRecord ReadNight(const Json& json, const std::string& path, std::string& er
     FieldReader reader(json, path, error);
     NightRecord night;
     night.person = reader.Text("person");
+    night.persona = reader.Text("persona");
+    night.charging = reader.Text("charging");
     night.night = reader.Text("night");
     night.index = static_cast<int32_t>(reader.Integer("index"));
     night.weekend = reader.Flag("weekend");
@@ -619,13 +665,13 @@ NightScore ScoreNight(const NightRecord& night, const RuleVerdict& verdict)
     return score;
 }
 
-RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const std::vector<NightReport>& reports,
-    const std::vector<int64_t>& wakeLockMsPerNight)
+RunMetrics ComputeRunMetrics(const MetricsPerson& person, const Trace& trace,
+    const std::vector<NightReport>& reports, const std::vector<int64_t>& wakeLockMsPerNight)
 {
     return ComputeRunMetrics(person, trace, ReadYardsticks(trace), reports, wakeLockMsPerNight);
 }
 
-RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, const YardstickSpans& phone,
+RunMetrics ComputeRunMetrics(const MetricsPerson& person, const Trace& trace, const YardstickSpans& phone,
     const std::vector<NightReport>& reports, const std::vector<int64_t>& wakeLockMsPerNight)
 {
     const SpanList screenOff = phone.ScreenOff(trace.endMs);
@@ -636,7 +682,9 @@ RunMetrics ComputeRunMetrics(const std::string& person, const Trace& trace, cons
     for (size_t i = 0; i < trace.nights.size(); ++i) {
         const NightTruth& truth = trace.nights[i];
         NightRecord night;
-        night.person = person;
+        night.person = person.name;
+        night.persona = person.persona;
+        night.charging = person.charging;
         night.night = FormatCivilDate(truth.wakeDate);
         night.index = static_cast<int32_t>(i);
         night.weekend = truth.weekend;
@@ -821,9 +869,46 @@ std::string FormatMetricsSummary(const RunMetrics& metrics)
         << "rows give the median / p90 of their size\n\n";
     GroupTable(out, "eligible nights", summary.classes[static_cast<size_t>(NightClass::ELIGIBLE)]);
     out << "\n" << FormatClassCounts(summary) << "\n\n";
+    for (const Breakdown& breakdown : Breakdowns(summary)) {
+        if (breakdown.groups->empty()) {
+            continue;
+        }
+        out << Cell(std::string("eligible nights ") + breakdown.title, kLabelWidth + 2);
+        for (size_t rule = 0; rule < kRuleCount; ++rule) {
+            out << Cell(RuleName(static_cast<Rule>(rule)), kRuleWidth);
+        }
+        out << "\n  coverage of true sleep, median / p10 (count)\n";
+        for (const SummaryRow& row : BreakdownRows(*breakdown.groups)) {
+            Row(out, row.label, row.cells);
+        }
+        out << "\n";
+    }
     GroupTable(out, "all nights", summary.all);
     out << "\ntrainings per week (over persons): " << FormatStats(summary.trainingsPerWeek, 1) << "\n";
     return out.str();
+}
+
+std::array<Breakdown, 3> Breakdowns(const MetricsSummary& summary)
+{
+    return {Breakdown{"byPersona", "by persona", &summary.byPersona},
+        Breakdown{"byCharging", "by charging habit", &summary.byCharging},
+        Breakdown{"byPerson", "by person", &summary.byPerson}};
+}
+
+std::vector<SummaryRow> BreakdownRows(const std::vector<LabelledGroup>& groups)
+{
+    const auto coverage = std::find_if(ScoreFields().begin(), ScoreFields().end(),
+        [](const ScoreField& field) { return field.value == &NightScore::coverage; });
+    const size_t field = static_cast<size_t>(coverage - ScoreFields().begin());
+    std::vector<SummaryRow> rows;
+    for (const LabelledGroup& group : groups) {
+        SummaryRow row{group.label + " (" + std::to_string(group.group.nights) + " nights)", {}};
+        for (size_t rule = 0; rule < kRuleCount; ++rule) {
+            row.cells[rule] = FormatStats(group.group.rules[rule].fields[field], coverage->textDecimals, coverage->tail);
+        }
+        rows.push_back(row);
+    }
+    return rows;
 }
 
 } // namespace OHOS::Sim

@@ -95,7 +95,13 @@ struct Scenario {
     std::vector<DumpRequest> dumps;
     std::vector<ScheduledNight> schedule; // recorded nights, by wake date; other nights follow the habits
     std::vector<ScenarioFault> faults;
+    // What kind of sleeper the person was drawn as ("late sleeper"), so that figures can be broken
+    // down by it; empty for a person written by hand or read from recorded nights.
+    std::string persona;
 };
+
+// The name of a charging habit as scenarios write it: "evening", "night" or "day".
+const char* ChargingHabitName(ChargingHabit habit);
 
 // Whether `name` is acceptable as a person's id (non-empty, at most 64 letters, digits, '-', '_').
 bool IsValidPersonName(const std::string& name);

@@ -22,6 +22,7 @@ constexpr double kMinNightMin = 3 * 60;         // shortest bedtime-to-wake span
 constexpr double kMaxNightMin = 16 * 60;        // longest
 constexpr double kMinRecordedSleepMin = 2 * 60; // shortest recorded sleep accepted
 constexpr size_t kMaxNameLength = 64;
+constexpr size_t kMaxPersonaLength = 64;
 
 // One leaf of the file format: where it sits, what it accepts, how it reads and writes it.
 struct FieldSpec {
@@ -244,7 +245,9 @@ const std::vector<FieldSpec>& Fields()
         list.push_back(ClockField("habits.alarm.time", "time of the weekday alarm",
             [](Scenario& s) -> double& { return s.habits.alarmMin; }));
         list.push_back(EnumField<ChargingHabit>("habits.charging.mode",
-            {{"evening", ChargingHabit::EVENING}, {"night", ChargingHabit::NIGHT}, {"day", ChargingHabit::DAY}},
+            {{ChargingHabitName(ChargingHabit::EVENING), ChargingHabit::EVENING},
+                {ChargingHabitName(ChargingHabit::NIGHT), ChargingHabit::NIGHT},
+                {ChargingHabitName(ChargingHabit::DAY), ChargingHabit::DAY}},
             "evening: on the charger in the evening, off before bed; night: from bedtime until after waking; "
             "day: during the day",
             [](Scenario& s) -> ChargingHabit& { return s.habits.charging; }));
@@ -492,6 +495,16 @@ bool ReadSchedule(const Json& value, Scenario& scenario, std::string& error)
     return true;
 }
 
+bool ReadPersona(const Json& value, Scenario& scenario, std::string& error)
+{
+    if (!value.is_string() || value.get_ref<const std::string&>().size() > kMaxPersonaLength) {
+        error = "field 'persona': expected a text of at most " + std::to_string(kMaxPersonaLength) + " characters";
+        return false;
+    }
+    scenario.persona = value.get<std::string>();
+    return true;
+}
+
 bool ReadObject(const Json& object, const std::string& prefix, Scenario& scenario, std::string& error)
 {
     for (auto it = object.begin(); it != object.end(); ++it) {
@@ -499,6 +512,7 @@ bool ReadObject(const Json& object, const std::string& prefix, Scenario& scenari
         const bool ok = path == "dumps"      ? ReadDumps(it.value(), scenario, error)
                         : path == "schedule" ? ReadSchedule(it.value(), scenario, error)
                         : path == "faults"   ? ReadScenarioFaults(it.value(), scenario.faults, error)
+                        : path == "persona"  ? ReadPersona(it.value(), scenario, error)
                                              : ReadMember(path, it.value(), scenario, error);
         if (!ok) {
             return false;
@@ -669,6 +683,9 @@ std::string ScenarioToJson(const Scenario& scenario)
     }
     root["schedule"] = schedule;
     root["faults"] = ScenarioFaultsToJson(scenario.faults);
+    if (!scenario.persona.empty()) {
+        root["persona"] = scenario.persona;
+    }
     return root.dump(2) + "\n";
 }
 
@@ -689,9 +706,24 @@ std::string ScenarioFieldHelp()
         << "      starts the day before wakeDate (1483 = 00:43), wake in minutes after wakeDate's midnight\n"
         << "      (2 to 16 hours of sleep), and the phone unlocks of 00:00-06:00 (count, total minutes, first\n"
         << "      one in minutes after 00:00), spread over the sleep. Nights not listed follow the habits.\n"
-        << "      Default [].\n";
+        << "      Default [].\n"
+        << "  persona\n      what kind of sleeper a generated person was drawn as (\"late sleeper\"); the metrics\n"
+        << "      break their figures down by it. Accepts a text of at most 64 characters; default none.\n";
     out << ScenarioFaultsHelp();
     return out.str();
+}
+
+const char* ChargingHabitName(ChargingHabit habit)
+{
+    switch (habit) {
+    case ChargingHabit::EVENING:
+        return "evening";
+    case ChargingHabit::NIGHT:
+        return "night";
+    case ChargingHabit::DAY:
+        return "day";
+    }
+    return "unknown";
 }
 
 } // namespace OHOS::Sim
