@@ -12,6 +12,7 @@ struct StopState {
     StopKind kind = StopKind::COUNT_ONLY;
     int nth = 0;
     int calls = 0;
+    std::function<void(int)> observer;
     std::vector<std::function<void(bool)>> layers;
 };
 
@@ -23,13 +24,14 @@ StopState& State()
 
 } // namespace
 
-void StorageStop::Arm(StopKind kind, int nth)
+void StorageStop::Arm(StopKind kind, int nth, std::function<void(int call)> observer)
 {
     StopState& state = State();
     std::lock_guard<std::mutex> lock(state.mutex);
     state.kind = kind;
     state.nth = nth;
     state.calls = 0;
+    state.observer = std::move(observer);
 }
 
 int StorageStop::Calls()
@@ -44,6 +46,9 @@ void StorageStop::Reached()
     StopState& state = State();
     std::unique_lock<std::mutex> lock(state.mutex);
     ++state.calls;
+    if (state.observer) {
+        state.observer(state.calls);
+    }
     if (state.kind == StopKind::COUNT_ONLY || state.calls != state.nth) {
         return;
     }

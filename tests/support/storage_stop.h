@@ -20,7 +20,8 @@ enum class StopKind {
 class StorageStop {
 public:
     // Counts from zero again and stops at call `nth` (1-based) in the given way; nth 0 only counts.
-    static void Arm(StopKind kind, int nth);
+    // `observer`, when given, is called with each call's number before it is made.
+    static void Arm(StopKind kind, int nth, std::function<void(int call)> observer = nullptr);
     static int Calls();
     // Counts one call; when it is the chosen one, the process stops here (the call is not made).
     static void Reached();
