@@ -38,8 +38,10 @@ struct SimRunOutcome : ChildRunOutcome {
 };
 
 // Runs `scenario` with RunSimulation in a forked child (the platform's singletons stay out of this
-// process) with outputs in `outDir`, waits for it and reads its outcome.
-SimRunOutcome RunSimulationInChild(const Scenario& scenario, const std::string& outDir);
+// process) with outputs in `outDir`, waits for it and reads its outcome. `prepare`, when given, runs
+// in the child first.
+SimRunOutcome RunSimulationInChild(
+    const Scenario& scenario, const std::string& outDir, const std::function<void()>& prepare = nullptr);
 
 // One week of the default person with a platform fault class armed at the first phone event and
 // cleared at noon of the fifth day, so the last two nights run without it.
@@ -47,10 +49,20 @@ struct FaultWeekPlan {
     std::string faultClass;
     int nth = 0; // 0 only counts the class's calls (armed at a call the week never reaches)
     bool persistent = false;
+    bool recordDatabaseOperationTimes = false; // fills FaultWeekOutcome::databaseOperationTimes
+};
+
+// A batch insert the relational store wrote whole: when (virtual time), into which table, how many rows.
+struct StoredBatch {
+    int64_t timeMs = 0;
+    std::string table;
+    int64_t rows = 0;
 };
 
 struct FaultWeekOutcome : SimRunOutcome {
-    int calls = -1; // calls of the class from arming to clearing
+    int calls = -1;                              // calls of the class from arming to clearing
+    std::vector<int64_t> databaseOperationTimes; // virtual time of database operation n at [n - 1]
+    std::vector<StoredBatch> batches;            // in the order the store wrote them
 };
 
 // Number of nights of a fault week, and the first night after the fault is cleared.
