@@ -11,12 +11,14 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
+#include "dependent_messages.h"
 #include "fault_week.h"
 #include "platform_faults.h"
 #include "save_ledger.h"
@@ -50,8 +52,40 @@ bool AnySaveRefused(const std::vector<LoggedSave>& saves)
     });
 }
 
+// The time the run cleared its fault, from its timeline's fault entries.
+int64_t ClearedMs(const FaultWeekOutcome& run)
+{
+    int64_t cleared = INT64_MAX;
+    for (const nlohmann::json& fault : run.faults) {
+        cleared = fault.contains("calls") ? fault.value("t", cleared) : cleared;
+    }
+    return cleared;
+}
+
+// For a subscription class, whether the messages its subscription feeds, from the next occasion
+// after the fault cleared to the end, are the clean run's: "" when they are.
+std::string CompareFeedAfterClearing(
+    const FaultWeekPlan& plan, const std::string& timeline, const std::string& cleanTimeline, int64_t clearedMs)
+{
+    const SubscriptionFeed* feed = FeedOf(plan.faultClass);
+    if (feed == nullptr) {
+        return "";
+    }
+    const int64_t occasion = NextSubscriptionOccasion(timeline, plan.faultClass, clearedMs);
+    const std::vector<std::string> messages = FeedMessages(timeline, *feed, occasion);
+    const std::vector<std::string> clean = FeedMessages(cleanTimeline, *feed, occasion);
+    if (messages == clean && !clean.empty()) {
+        return "";
+    }
+    const auto differ = std::mismatch(messages.begin(), messages.end(), clean.begin(), clean.end());
+    return std::to_string(messages.size()) + " messages fed after the subscription came back, the clean run " +
+        std::to_string(clean.size()) + (differ.first != messages.end() ? "; first differing: " + *differ.first : "") +
+        (differ.second != clean.end() ? "; clean: " + *differ.second : "");
+}
+
 // Checks one run against what it logged; true when it survived.
-bool CheckRun(const std::string& dir, const FaultWeekPlan& plan, const FaultWeekOutcome& run, LoopTally& tally)
+bool CheckRun(const std::string& dir, const std::string& cleanTimeline, const FaultWeekPlan& plan,
+    const FaultWeekOutcome& run, LoopTally& tally)
 {
     const std::string what = Describe(plan);
     bool ok = true;
@@ -71,6 +105,8 @@ bool CheckRun(const std::string& dir, const FaultWeekPlan& plan, const FaultWeek
         expect(false, problem);
     }
     tally.withRefusedSave += AnySaveRefused(saves) ? 1 : 0;
+    const std::string feed = CompareFeedAfterClearing(plan, dir + "/" + TIMELINE_FILE, cleanTimeline, ClearedMs(run));
+    expect(feed.empty(), feed);
     // The tables are created once, when the database file is first made, and the plug-in does not
     // check the creation results: a failed creation leaves that table missing, and every later save
     // into it is refused. Apart from that, one failing call refuses at most one save.
@@ -129,6 +165,9 @@ TEST_P(FaultLoopTest, WeekSurvivesEveryFailingCall)
     ASSERT_EQ(clean.ending, "exit 0");
     ASSERT_EQ(clean.integrity, "ok");
     ASSERT_GT(clean.calls, 0) << "the week never calls " << faultClass;
+    const std::string cleanTimeline = dir_ + "-clean-" + TIMELINE_FILE;
+    std::filesystem::copy_file(
+        dir_ + "/" + TIMELINE_FILE, cleanTimeline, std::filesystem::copy_options::overwrite_existing);
     std::set<int> oncePoints = counting.recordDatabaseOperationTimes ? RefusedSavePoints(dir_, clean) : std::set<int>{};
     const int stride = FaultStride(clean.calls, kPointsPerMode);
     std::set<int> strided;
@@ -143,10 +182,11 @@ TEST_P(FaultLoopTest, WeekSurvivesEveryFailingCall)
             const FaultWeekOutcome run = RunFaultWeek(dir_, plan);
             ++tally.points;
             tally.injected += run.calls >= nth ? 1 : 0;
-            tally.survived += CheckRun(dir_, plan, run, tally) ? 1 : 0;
+            tally.survived += CheckRun(dir_, cleanTimeline, plan, run, tally) ? 1 : 0;
         }
         AppendReport(faultClass, persistent, clean.calls, tally);
     }
+    std::filesystem::remove(cleanTimeline);
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryClass, FaultLoopTest, ::testing::ValuesIn(PlatformFaultClasses()),

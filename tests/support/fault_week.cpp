@@ -13,6 +13,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "builtin_scenarios.h"
 #include "local_calendar.h"
 #include "rdb_faults.h"
 #include "sim_driver.h"
@@ -38,8 +39,13 @@ std::string Ending(int status)
 
 Scenario FaultWeekScenario(const FaultWeekPlan& plan)
 {
+    // The person of the built-in "four-states" scenario wakes before the alarm and finds a message:
+    // the notification recording after each night has something to record.
     Scenario scenario = DefaultScenario();
+    std::string error;
+    ApplyBuiltinScenario("four-states", scenario, error);
     scenario.days = kFaultWeekNights;
+    scenario.dumps.clear();
     ScenarioFault fault;
     fault.kind = "platform_fault";
     fault.at = "2026-01-05 12:00"; // the start of the default scenario

@@ -43,8 +43,9 @@ struct SimRunOutcome : ChildRunOutcome {
 SimRunOutcome RunSimulationInChild(
     const Scenario& scenario, const std::string& outDir, const std::function<void()>& prepare = nullptr);
 
-// One week of the default person with a platform fault class armed at the first phone event and
-// cleared at noon of the fifth day, so the last two nights run without it.
+// One week of the person of the built-in "four-states" scenario (without its dump commands), who
+// wakes before the alarm and finds a message, with a platform fault class armed at the first phone
+// event and cleared at noon of the fifth day, so the last two nights run without it.
 struct FaultWeekPlan {
     std::string faultClass;
     int nth = 0; // 0 only counts the class's calls (armed at a call the week never reaches)
