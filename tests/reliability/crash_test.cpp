@@ -56,6 +56,12 @@ TEST_P(StoreKillTest, StoreHoldsTheAcknowledgedWritesWholeAfterAKillAtEveryStep)
     ExpectNoProblems(kill.store + "_" + StopWayName(kill.way), kill.loop(scratch_.Path(), kill.way));
 }
 
+TEST(StoreFailureTest, DatabaseHoldsExactlyTheAcknowledgedBatchesWhenAnyStatementStepFails)
+{
+    const ScratchFolder scratch{"crash-fail"};
+    ExpectNoProblems("batches_failing_step", FailBatchesEverywhere(scratch.Path()));
+}
+
 INSTANTIATE_TEST_SUITE_P(EveryKillPoint, StoreKillTest,
     testing::Values(StoreKill{"Preferences", StopFlushesEverywhere, StopWay::PREFERENCES_STEP_KILL},
         StoreKill{"Preferences", StopFlushesEverywhere, StopWay::STORAGE_CALL_KILL},

@@ -3,12 +3,14 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <vector>
 
 #include "data_root.h"
 #include "fault_week.h"
 #include "preferences_file.h"
 #include "preferences_helper.h"
+#include "rdb_faults.h"
 #include "sleep_database_manager.h"
 #include "sleep_table.h"
 
@@ -69,6 +71,7 @@ int InsertBatches(const std::string& root, const std::string& acknowledged)
 {
     Emulator::SetDataRoot(root);
     auto database = DevStandbyMgr::SleepDatabaseManager::GetInstance();
+    int refused = 0;
     for (int batch = 0; batch < kBatches; ++batch) {
         std::vector<DevStandbyMgr::ScreenStateRecord> rows(kBatchRows);
         for (int i = 0; i < kBatchRows; ++i) {
@@ -76,11 +79,12 @@ int InsertBatches(const std::string& root, const std::string& acknowledged)
             rows[i].state = i % 2;
         }
         if (database->InsertEntries(DevStandbyMgr::ScreenStateRecord::TABLE_NAME, rows) != 0) {
-            return 1;
+            refused = 1;
+            continue;
         }
         Acknowledge(acknowledged);
     }
-    return 0;
+    return refused;
 }
 
 namespace {
@@ -121,7 +125,19 @@ std::string CheckBatches(const std::string&, const ChildRunOutcome& child, int a
             std::to_string(acknowledged) + " batches acknowledged";
 }
 
-StoreStopLoop StopEverywhere(const std::string& dir, StopWay way, Workload workload, StopCheck check)
+// A batch refused by a failing statement must leave nothing behind.
+std::string CheckRefusedBatches(const std::string& root, const ChildRunOutcome& child, int acknowledged)
+{
+    const int64_t rows = child.Rows(DevStandbyMgr::ScreenStateRecord::TABLE_NAME);
+    return rows == int64_t{acknowledged} * kBatchRows ? CheckBatches(root, child, acknowledged)
+                                                      : std::to_string(rows) + " rows with " +
+            std::to_string(acknowledged) + " batches acknowledged";
+}
+
+// Runs `workload` once to count (point 0), then once for every point, each in a child in a fresh
+// folder: `arm(point)` prepares the child, `count()` gives the counting run's number of points.
+StoreStopLoop RunAtEveryPoint(const std::string& dir, const std::function<void(int point)>& arm,
+    const std::function<int()>& count, Workload workload, StopCheck check)
 {
     StoreStopLoop loop;
     const std::string acknowledged = dir + "/acknowledged.txt";
@@ -130,10 +146,10 @@ StoreStopLoop StopEverywhere(const std::string& dir, StopWay way, Workload workl
         std::error_code ec;
         std::filesystem::remove_all(dir, ec);
         const ChildRunOutcome child = RunInChild(dir, [&] {
-            ArmStop(way, point);
+            arm(point);
             const int result = workload(dir, acknowledged);
             if (point == 0) {
-                std::ofstream(countFile) << CountedCalls(way);
+                std::ofstream(countFile) << count();
             }
             return result;
         });
@@ -150,6 +166,12 @@ StoreStopLoop StopEverywhere(const std::string& dir, StopWay way, Workload workl
     return loop;
 }
 
+StoreStopLoop StopEverywhere(const std::string& dir, StopWay way, Workload workload, StopCheck check)
+{
+    return RunAtEveryPoint(
+        dir, [way](int point) { ArmStop(way, point); }, [way] { return CountedCalls(way); }, workload, check);
+}
+
 } // namespace
 
 StoreStopLoop StopFlushesEverywhere(const std::string& dir, StopWay way)
@@ -160,6 +182,13 @@ StoreStopLoop StopFlushesEverywhere(const std::string& dir, StopWay way)
 StoreStopLoop StopBatchesEverywhere(const std::string& dir, StopWay way)
 {
     return StopEverywhere(dir, way, InsertBatches, CheckBatches);
+}
+
+StoreStopLoop FailBatchesEverywhere(const std::string& dir)
+{
+    return RunAtEveryPoint(
+        dir, [](int point) { Emulator::RdbFaults::FailNthOperation(point); },
+        [] { return Emulator::RdbFaults::OperationCount(); }, InsertBatches, CheckRefusedBatches);
 }
 
 } // namespace OHOS::Sim

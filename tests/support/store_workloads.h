@@ -20,7 +20,8 @@ int FlushGenerations(const std::string& root, const std::string& acknowledged);
 // file; -1 with `problem` set when the file is unreadable or mixes generations.
 int FileGeneration(const std::string& root, std::string& problem);
 
-// Database: kBatches batches of kBatchRows screen states through the plug-in's database manager.
+// Database: kBatches batches of kBatchRows screen states through the plug-in's database manager; a
+// refused batch is not acknowledged and the next one is tried.
 constexpr int kBatches = 12;
 constexpr int kBatchRows = 10;
 int InsertBatches(const std::string& root, const std::string& acknowledged);
@@ -36,6 +37,9 @@ struct StoreStopLoop {
 };
 StoreStopLoop StopFlushesEverywhere(const std::string& dir, StopWay way);
 StoreStopLoop StopBatchesEverywhere(const std::string& dir, StopWay way);
+// The batches again, with the statement step at every point failing once instead of a stop: each
+// refused batch must leave no row, so the table holds exactly the acknowledged batches.
+StoreStopLoop FailBatchesEverywhere(const std::string& dir);
 
 } // namespace OHOS::Sim
 
