@@ -7,9 +7,6 @@
 // every span of a published sleep state; SLEEP_FAULT_POINTS=<n> runs about n, SLEEP_FAULT_FULL=1
 // every point. SLEEP_FAULT_REPORT=<file> appends one line per loop.
 
-#include <cstdlib>
-#include <fstream>
-
 #include <gtest/gtest.h>
 
 #include "fault_week.h"
@@ -21,29 +18,17 @@ namespace {
 
 constexpr int kPointsPerLoop = 25;
 
-void AppendReport(const std::string& loop, int range, size_t points, size_t failed, const std::string& extra)
-{
-    if (const char* path = std::getenv("SLEEP_FAULT_REPORT")) {
-        std::ofstream(path, std::ios::app) << "stop\t" << loop << '\t' << range << '\t' << points << '\t'
-                                           << points - failed << '\t' << extra << '\n';
-    }
-}
-
-void ExpectNoProblems(const std::string& loop, const StoreStopLoop& result)
-{
-    EXPECT_GT(result.range, 0) << loop << ": the counting run made no calls";
-    for (const std::string& problem : result.problems) {
-        ADD_FAILURE() << loop << ": " << problem;
-    }
-    AppendReport(loop, result.range, static_cast<size_t>(result.range), result.problems.size(), "");
-}
-
 // A workload on one store, and the way it is killed.
 struct StoreKill {
     std::string store;
     StoreStopLoop (*loop)(const std::string& dir, StopWay way);
     StopWay way;
 };
+
+void PrintTo(const StoreKill& kill, std::ostream* out)
+{
+    *out << kill.store << " " << StopWayName(kill.way);
+}
 
 class StoreKillTest : public testing::TestWithParam<StoreKill> {
 protected:
@@ -53,13 +38,8 @@ protected:
 TEST_P(StoreKillTest, StoreHoldsTheAcknowledgedWritesWholeAfterAKillAtEveryStep)
 {
     const StoreKill& kill = GetParam();
-    ExpectNoProblems(kill.store + "_" + StopWayName(kill.way), kill.loop(scratch_.Path(), kill.way));
-}
-
-TEST(StoreFailureTest, DatabaseHoldsExactlyTheAcknowledgedBatchesWhenAnyStatementStepFails)
-{
-    const ScratchFolder scratch{"crash-fail"};
-    ExpectNoProblems("batches_failing_step", FailBatchesEverywhere(scratch.Path()));
+    const std::string name = "kill\t" + kill.store + "_" + StopWayName(kill.way);
+    AppendFaultReport(ExpectNoProblems(kill.loop(scratch_.Path(), kill.way), name));
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryKillPoint, StoreKillTest,
@@ -69,6 +49,12 @@ INSTANTIATE_TEST_SUITE_P(EveryKillPoint, StoreKillTest,
         StoreKill{"Database", StopBatchesEverywhere, StopWay::STORAGE_CALL_KILL}),
     [](const testing::TestParamInfo<StoreKill>& info) { return info.param.store + StopWayName(info.param.way); });
 
+TEST(StoreFailureTest, DatabaseHoldsExactlyTheAcknowledgedBatchesWhenAnyStatementStepFails)
+{
+    const ScratchFolder scratch{"crash-fail"};
+    AppendFaultReport(ExpectNoProblems(FailBatchesEverywhere(scratch.Path()), "fail\tDatabase_statement_step"));
+}
+
 class NightKillTest : public testing::TestWithParam<StopWay> {
 protected:
     const ScratchFolder scratch_{"crash-night"};
@@ -77,18 +63,7 @@ protected:
 TEST_P(NightKillTest, RestartEndsEveryStoredSleepStateAfterANightWasKilled)
 {
     const NightStopLoop loop = StopNightsAndRestart(scratch_.Path(), GetParam(), kPointsPerLoop);
-    ASSERT_GT(loop.range, 0);
-    size_t failed = 0;
-    for (const NightStopResult& result : loop.results) {
-        EXPECT_EQ(result.problem, "") << StopWayName(GetParam()) << " at " << result.point;
-        failed += result.problem.empty() ? 0 : 1;
-    }
-    std::string active;
-    for (const std::string& key : StoredSleepStateKeys()) {
-        EXPECT_GT(loop.activeAtStop.count(key), 0u) << "no kill point fell while " << key << " was stored active";
-        active += key + "=" + std::to_string(loop.activeAtStop.count(key) ? loop.activeAtStop.at(key) : 0) + " ";
-    }
-    AppendReport("night_" + StopWayName(GetParam()), loop.range, loop.results.size(), failed, active);
+    AppendFaultReport(ExpectRecoveredAfterEveryStop(loop, "kill\tnight_" + StopWayName(GetParam())));
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryKillWay, NightKillTest,

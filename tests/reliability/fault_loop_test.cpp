@@ -10,9 +10,7 @@
 // SLEEP_FAULT_REPORT=<file> appends one line per class and mode for the reliability table.
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <set>
 #include <sstream>
 
@@ -118,11 +116,10 @@ bool CheckRun(const std::string& dir, const std::string& cleanTimeline, const Fa
 
 void AppendReport(const std::string& faultClass, bool persistent, int range, const LoopTally& tally)
 {
-    if (const char* path = std::getenv("SLEEP_FAULT_REPORT")) {
-        std::ofstream(path, std::ios::app) << faultClass << '\t' << (persistent ? "persistent" : "once") << '\t'
-                                           << range << '\t' << tally.points << '\t' << tally.survived << '\t'
-                                           << tally.injected << "\trefusedSaves=" << tally.withRefusedSave << '\n';
-    }
+    std::ostringstream line;
+    line << faultClass << '\t' << (persistent ? "persistent" : "once") << '\t' << range << '\t' << tally.points << '\t'
+         << tally.survived << '\t' << tally.injected << "\trefusedSaves=" << tally.withRefusedSave;
+    AppendFaultReport(line.str());
 }
 
 // The once-mode points of the database class that fall on the first operation of a save of

@@ -9,9 +9,6 @@
 // span of a published sleep state (SLEEP_FAULT_POINTS / SLEEP_FAULT_FULL as for the crash test).
 // SLEEP_FAULT_REPORT=<file> appends one line per loop with its number of cut points.
 
-#include <cstdlib>
-#include <fstream>
-
 #include <gtest/gtest.h>
 
 #include "fault_week.h"
@@ -23,52 +20,27 @@ namespace {
 
 constexpr int kPointsPerLoop = 12;
 
-void AppendReport(const std::string& loop, size_t cuts, size_t failed)
-{
-    if (const char* path = std::getenv("SLEEP_FAULT_REPORT")) {
-        std::ofstream(path, std::ios::app) << "power_loss\t" << loop << "\tcuts=" << cuts << "\tfailed=" << failed
-                                           << '\n';
-    }
-}
-
 class PowerLossTest : public testing::TestWithParam<StopWay> {
 protected:
-    void ExpectStoreKeptItsWrites(const std::string& store, const StoreStopLoop& loop)
-    {
-        const std::string name = store + "_" + StopWayName(GetParam());
-        EXPECT_GT(loop.range, 0) << name << ": the counting run made no calls";
-        for (const std::string& problem : loop.problems) {
-            ADD_FAILURE() << name << ": " << problem;
-        }
-        AppendReport(name, static_cast<size_t>(loop.range), loop.problems.size());
-    }
+    std::string Name(const std::string& loop) const { return "power_loss\t" + loop + "_" + StopWayName(GetParam()); }
 
     const ScratchFolder scratch_{"power-loss"};
 };
 
 TEST_P(PowerLossTest, PreferencesFileHoldsTheAcknowledgedOrTheNextGenerationAfterACutAtEveryCall)
 {
-    ExpectStoreKeptItsWrites("preferences", StopFlushesEverywhere(scratch_.Path(), GetParam()));
+    AppendFaultReport(ExpectNoProblems(StopFlushesEverywhere(scratch_.Path(), GetParam()), Name("preferences")));
 }
 
 TEST_P(PowerLossTest, DatabaseIsIntactAndHoldsTheAcknowledgedBatchesWholeAfterACutAtEveryCall)
 {
-    ExpectStoreKeptItsWrites("database", StopBatchesEverywhere(scratch_.Path(), GetParam()));
+    AppendFaultReport(ExpectNoProblems(StopBatchesEverywhere(scratch_.Path(), GetParam()), Name("database")));
 }
 
 TEST_P(PowerLossTest, RestartEndsEveryStoredSleepStateAfterANightLostPower)
 {
     const NightStopLoop loop = StopNightsAndRestart(scratch_.Path(), GetParam(), kPointsPerLoop);
-    ASSERT_GT(loop.range, 0);
-    size_t failed = 0;
-    for (const NightStopResult& result : loop.results) {
-        EXPECT_EQ(result.problem, "") << StopWayName(GetParam()) << " at call " << result.point;
-        failed += result.problem.empty() ? 0 : 1;
-    }
-    for (const std::string& key : StoredSleepStateKeys()) {
-        EXPECT_GT(loop.activeAtStop.count(key), 0u) << "no cut fell while " << key << " was stored active";
-    }
-    AppendReport("night_" + StopWayName(GetParam()), loop.results.size(), failed);
+    AppendFaultReport(ExpectRecoveredAfterEveryStop(loop, Name("night")));
 }
 
 INSTANTIATE_TEST_SUITE_P(CutAndTornCut, PowerLossTest, testing::Values(StopWay::POWER_CUT, StopWay::TORN_POWER_CUT),

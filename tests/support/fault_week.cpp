@@ -287,4 +287,11 @@ int FaultStride(int count, int pointsWanted)
     return (count + pointsWanted - 1) / pointsWanted;
 }
 
+void AppendFaultReport(const std::string& line)
+{
+    if (const char* path = std::getenv("SLEEP_FAULT_REPORT")) {
+        std::ofstream(path, std::ios::app) << line << '\n';
+    }
+}
+
 } // namespace OHOS::Sim

@@ -106,6 +106,9 @@ void ReadDatabase(const std::string& dataRoot, ChildRunOutcome& outcome);
 // SLEEP_FAULT_POINTS) spread evenly.
 int FaultStride(int count, int pointsWanted);
 
+// Appends `line` and a line break to the file named by SLEEP_FAULT_REPORT, when it is set.
+void AppendFaultReport(const std::string& line);
+
 } // namespace OHOS::Sim
 
 #endif // TESTS_SUPPORT_FAULT_WEEK_H

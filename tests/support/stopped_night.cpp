@@ -7,6 +7,7 @@
 #include <set>
 #include <utility>
 
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "common_event_manager.h"
@@ -245,6 +246,25 @@ NightStopLoop StopNightsAndRestart(const std::string& dir, StopWay way, int poin
         }
     }
     return loop;
+}
+
+std::string ExpectRecoveredAfterEveryStop(const NightStopLoop& loop, const std::string& name)
+{
+    EXPECT_GT(loop.range, 0) << name << ": the counting run made no calls";
+    size_t survived = 0;
+    for (const NightStopResult& result : loop.results) {
+        EXPECT_EQ(result.problem, "") << name << ": stopped at call " << result.point;
+        survived += result.problem.empty() ? 1 : 0;
+    }
+    std::string line = name + '\t' + std::to_string(loop.range) + '\t' + std::to_string(loop.results.size()) + '\t' +
+        std::to_string(survived);
+    for (const std::string& key : StoredSleepStateKeys()) {
+        const auto active = loop.activeAtStop.find(key);
+        const int points = active == loop.activeAtStop.end() ? 0 : active->second;
+        EXPECT_GT(points, 0) << name << ": no stop fell while " << key << " was stored active";
+        line += '\t' + key + '=' + std::to_string(points);
+    }
+    return line;
 }
 
 } // namespace OHOS::Sim

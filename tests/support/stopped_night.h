@@ -34,6 +34,11 @@ struct NightStopLoop {
 // Each run is a forked child with its files under `dir`.
 NightStopLoop StopNightsAndRestart(const std::string& dir, StopWay way, int pointsWanted);
 
+// Adds a test failure for every stop that broke a guarantee and for every state that no stop left
+// stored active (the loop would prove nothing for it); returns a report line naming `loop`: the
+// range, points, survivors and, per state, the points that left it active.
+std::string ExpectRecoveredAfterEveryStop(const NightStopLoop& loop, const std::string& name);
+
 } // namespace OHOS::Sim
 
 #endif // TESTS_SUPPORT_STOPPED_NIGHT_H

@@ -6,6 +6,8 @@
 #include <functional>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "data_root.h"
 #include "fault_week.h"
 #include "preferences_file.h"
@@ -189,6 +191,16 @@ StoreStopLoop FailBatchesEverywhere(const std::string& dir)
     return RunAtEveryPoint(
         dir, [](int point) { Emulator::RdbFaults::FailNthOperation(point); },
         [] { return Emulator::RdbFaults::OperationCount(); }, InsertBatches, CheckRefusedBatches);
+}
+
+std::string ExpectNoProblems(const StoreStopLoop& loop, const std::string& name)
+{
+    EXPECT_GT(loop.range, 0) << name << ": the counting run made no calls";
+    for (const std::string& problem : loop.problems) {
+        ADD_FAILURE() << name << ": " << problem;
+    }
+    return name + '\t' + std::to_string(loop.range) + '\t' + std::to_string(loop.range) + '\t' +
+        std::to_string(loop.range - static_cast<int>(loop.problems.size()));
 }
 
 } // namespace OHOS::Sim

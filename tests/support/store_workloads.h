@@ -41,6 +41,10 @@ StoreStopLoop StopBatchesEverywhere(const std::string& dir, StopWay way);
 // refused batch must leave no row, so the table holds exactly the acknowledged batches.
 StoreStopLoop FailBatchesEverywhere(const std::string& dir);
 
+// Adds a test failure for every problem of the loop; returns a report line naming it: the range
+// (every point ran) and the points that kept the promise.
+std::string ExpectNoProblems(const StoreStopLoop& loop, const std::string& name);
+
 } // namespace OHOS::Sim
 
 #endif // TESTS_SUPPORT_STORE_WORKLOADS_H
