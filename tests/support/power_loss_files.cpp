@@ -125,32 +125,33 @@ int PowerLossFiles::Close(int fd)
 
 int PowerLossFiles::Exchange(const std::string& from, const std::string& to)
 {
-    StorageStop::Reached();
-    std::lock_guard<std::mutex> lock(mutex_);
-    std::string fromName;
-    std::string toName;
-    Folder& folder = FolderOf(from, fromName);
-    FolderOf(to, toName); // the writer only exchanges names within one folder
-    const int result = PreferencesFileCalls::Exchange(from, to);
-    if (result == 0) {
-        std::swap(folder.names[fromName], folder.names[toName]);
-    }
-    return result;
+    return MoveName(from, to, true);
 }
 
 int PowerLossFiles::Rename(const std::string& from, const std::string& to)
+{
+    return MoveName(from, to, false);
+}
+
+int PowerLossFiles::MoveName(const std::string& from, const std::string& to, bool exchange)
 {
     StorageStop::Reached();
     std::lock_guard<std::mutex> lock(mutex_);
     std::string fromName;
     std::string toName;
     Folder& folder = FolderOf(from, fromName);
-    FolderOf(to, toName);
-    const int result = PreferencesFileCalls::Rename(from, to);
-    if (result == 0 && folder.names.count(fromName) != 0) {
-        folder.names[toName] = folder.names[fromName];
-        folder.names.erase(fromName);
+    FolderOf(to, toName); // the writer only moves names within one folder
+    const int result =
+        exchange ? PreferencesFileCalls::Exchange(from, to) : PreferencesFileCalls::Rename(from, to);
+    if (result != 0 || folder.names.count(fromName) == 0) {
+        return result;
     }
+    const int moved = folder.names[fromName];
+    folder.names.erase(fromName);
+    if (exchange) {
+        folder.names[fromName] = folder.names[toName];
+    }
+    folder.names[toName] = moved;
     return result;
 }
 

@@ -55,6 +55,8 @@ private:
         std::string bytes;
     };
 
+    // Exchange (both names swap files) or Rename (`to` takes the file of `from`), for real and here.
+    int MoveName(const std::string& from, const std::string& to, bool exchange);
     // The folder of `path` (read from disk the first time) and the name in it.
     Folder& FolderOf(const std::string& path, std::string& name);
 
