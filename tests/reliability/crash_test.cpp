@@ -16,7 +16,7 @@
 namespace OHOS::Sim {
 namespace {
 
-constexpr int kPointsPerLoop = 25;
+constexpr int kPointsPerLoop = 12;
 
 // A workload on one store, and the way it is killed.
 struct StoreKill {
