@@ -1,41 +1,41 @@
 // Fault loops over a simulated week: for every class of fallible platform call, the nth call fails
 // once or for good (until noon of the fifth day), for n across the whole week, each run in its own
 // process. Every run must end normally with an intact database, publish sleep states on the nights
-// after the fault is cleared, and lose buffered rows only where the plug-in logged a refused save.
+// after the fault is cleared, and store exactly what its log says it saved: each save the screen
+// events since the save before, none when the save was refused (its buffers are emptied, nothing is
+// retried), and no row of a table in the time of a save that refused that table.
 //
 // CI runs about kPointsPerMode points per class and mode; SLEEP_FAULT_POINTS=<n> runs about n,
 // SLEEP_FAULT_FULL=1 every point.
 // SLEEP_FAULT_REPORT=<file> appends one line per class and mode for the reliability table.
 
 #include <algorithm>
-#include <cstdlib>
-#include <fstream>
+#include <filesystem>
 #include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
+#include "dependent_messages.h"
 #include "fault_week.h"
 #include "platform_faults.h"
+#include "save_ledger.h"
+#include "sim_driver.h"
 
 namespace OHOS::Sim {
 namespace {
 
 constexpr int kPointsPerMode = 12;
-// The tables that hold the plug-in's buffered observations, written by its saves. Screen states and
-// environment observations are taken whatever the plug-in decides, so a clean run has them all;
-// notification records are kept only while a detected sleep is being recorded, so their number
-// follows the detection and is reported, not compared.
-const std::vector<std::string> kBufferedTables = {
-    "raw_screen_state", "sleep_environment", "sleep_notification_records"};
-const std::set<std::string> kDecisionIndependentTables = {"raw_screen_state", "sleep_environment"};
+// Extra once-mode points of the database class, each at the first operation of a save that stored
+// screen states in the clean run, so that refused saves of buffered rows are exercised.
+constexpr size_t kRefusedSavePoints = 6;
+constexpr size_t kSleepTables = 7; // the plug-in creates seven tables when the database is made
 
 struct LoopTally {
     int points = 0;
-    int tablesNeverCreated = 0; // runs whose failing call was a table creation at the first open
     int survived = 0;
     int injected = 0;
-    std::map<std::string, int64_t> maxLost;
+    int withRefusedSave = 0; // runs in which the plug-in logged a refused save
 };
 
 std::string Describe(const FaultWeekPlan& plan)
@@ -43,8 +43,47 @@ std::string Describe(const FaultWeekPlan& plan)
     return plan.faultClass + " call " + std::to_string(plan.nth) + (plan.persistent ? " and later" : " once");
 }
 
-// Checks one run against the clean run; true when it survived.
-bool CheckRun(const FaultWeekPlan& plan, const FaultWeekOutcome& clean, const FaultWeekOutcome& run, LoopTally& tally)
+bool AnySaveRefused(const std::vector<LoggedSave>& saves)
+{
+    return std::any_of(saves.begin(), saves.end(), [](const LoggedSave& save) {
+        return save.screenStates.refused || save.environments.refused || save.notifications.refused;
+    });
+}
+
+// The time the run cleared its fault, from its timeline's fault entries.
+int64_t ClearedMs(const FaultWeekOutcome& run)
+{
+    int64_t cleared = INT64_MAX;
+    for (const nlohmann::json& fault : run.faults) {
+        cleared = fault.contains("calls") ? fault.value("t", cleared) : cleared;
+    }
+    return cleared;
+}
+
+// For a subscription class, whether the messages its subscription feeds, from the next occasion
+// after the fault cleared to the end, are the clean run's: "" when they are.
+std::string CompareFeedAfterClearing(
+    const FaultWeekPlan& plan, const std::string& timeline, const std::string& cleanTimeline, int64_t clearedMs)
+{
+    const SubscriptionFeed* feed = FeedOf(plan.faultClass);
+    if (feed == nullptr) {
+        return "";
+    }
+    const int64_t occasion = NextSubscriptionOccasion(timeline, plan.faultClass, clearedMs);
+    const std::vector<std::string> messages = FeedMessages(timeline, *feed, occasion);
+    const std::vector<std::string> clean = FeedMessages(cleanTimeline, *feed, occasion);
+    if (messages == clean && !clean.empty()) {
+        return "";
+    }
+    const auto differ = std::mismatch(messages.begin(), messages.end(), clean.begin(), clean.end());
+    return std::to_string(messages.size()) + " messages fed after the subscription came back, the clean run " +
+        std::to_string(clean.size()) + (differ.first != messages.end() ? "; first differing: " + *differ.first : "") +
+        (differ.second != clean.end() ? "; clean: " + *differ.second : "");
+}
+
+// Checks one run against what it logged; true when it survived.
+bool CheckRun(const std::string& dir, const std::string& cleanTimeline, const FaultWeekPlan& plan,
+    const FaultWeekOutcome& run, LoopTally& tally)
 {
     const std::string what = Describe(plan);
     bool ok = true;
@@ -58,18 +97,18 @@ bool CheckRun(const FaultWeekPlan& plan, const FaultWeekOutcome& clean, const Fa
         expect(run.deepStartsByNight.size() == kFaultWeekNights && run.deepStartsByNight[night] > 0,
             "no deep sleep published on night " + std::to_string(night + 1) + " after the fault was cleared");
     }
-    for (const std::string& table : kBufferedTables) {
-        const int64_t lost = clean.Rows(table) - run.Rows(table);
-        tally.maxLost[table] = std::max(tally.maxLost[table], lost);
-        expect(lost <= 0 || run.insertFailures > 0 || kDecisionIndependentTables.count(table) == 0,
-            std::to_string(lost) + " rows of " + table + " lost without a refused save");
+    const std::vector<LoggedSave> saves = ReadLoggedSaves(dir + "/" + LOG_FILE);
+    for (const std::string& problem :
+        CheckSavedBatches(saves, ScreenEventTimes(dir + "/" + TIMELINE_FILE), run.batches)) {
+        expect(false, problem);
     }
+    tally.withRefusedSave += AnySaveRefused(saves) ? 1 : 0;
+    const std::string feed = CompareFeedAfterClearing(plan, dir + "/" + TIMELINE_FILE, cleanTimeline, ClearedMs(run));
+    expect(feed.empty(), feed);
     // The tables are created once, when the database file is first made, and the plug-in does not
     // check the creation results: a failed creation leaves that table missing, and every later save
     // into it is refused. Apart from that, one failing call refuses at most one save.
-    const bool tableMissing = std::any_of(
-        clean.rows.begin(), clean.rows.end(), [&run](const auto& table) { return run.rows.count(table.first) == 0; });
-    tally.tablesNeverCreated += tableMissing ? 1 : 0;
+    const bool tableMissing = run.rows.size() < kSleepTables;
     expect(plan.persistent || tableMissing || run.insertFailures <= 1,
         "one failing call refused " + std::to_string(run.insertFailures) + " saves");
     return ok;
@@ -77,17 +116,35 @@ bool CheckRun(const FaultWeekPlan& plan, const FaultWeekOutcome& clean, const Fa
 
 void AppendReport(const std::string& faultClass, bool persistent, int range, const LoopTally& tally)
 {
-    const char* path = std::getenv("SLEEP_FAULT_REPORT");
-    if (path == nullptr) {
-        return;
-    }
     std::ostringstream line;
     line << faultClass << '\t' << (persistent ? "persistent" : "once") << '\t' << range << '\t' << tally.points << '\t'
-         << tally.survived << '\t' << tally.injected << "\ttablesNeverCreated=" << tally.tablesNeverCreated;
-    for (const std::string& table : kBufferedTables) {
-        line << '\t' << table << '=' << tally.maxLost.at(table);
+         << tally.survived << '\t' << tally.injected << "\trefusedSaves=" << tally.withRefusedSave;
+    AppendFaultReport(line.str());
+}
+
+// The once-mode points of the database class that fall on the first operation of a save of
+// screen states in the clean run (in `dir`), up to kRefusedSavePoints spread over the week.
+std::set<int> RefusedSavePoints(const std::string& dir, const FaultWeekOutcome& clean)
+{
+    std::vector<int> candidates;
+    const std::vector<int64_t> events = ScreenEventTimes(dir + "/" + TIMELINE_FILE);
+    int64_t from = INT64_MIN;
+    for (const LoggedSave& save : ReadLoggedSaves(dir + "/" + LOG_FILE)) {
+        const auto& times = clean.databaseOperationTimes;
+        const auto first = std::lower_bound(times.begin(), times.end(), save.timeMs);
+        const bool savesScreenStates =
+            std::any_of(events.begin(), events.end(), [from, &save](int64_t t) { return t > from && t <= save.timeMs; });
+        const int operation = static_cast<int>(first - times.begin()) + 1;
+        if (savesScreenStates && first != times.end() && *first == save.timeMs && operation <= clean.calls) {
+            candidates.push_back(operation);
+        }
+        from = save.timeMs;
     }
-    std::ofstream(path, std::ios::app) << line.str() << '\n';
+    std::set<int> points;
+    for (size_t i = 0; i < kRefusedSavePoints && !candidates.empty(); ++i) {
+        points.insert(candidates[i * candidates.size() / kRefusedSavePoints]);
+    }
+    return points;
 }
 
 class FaultLoopTest : public ::testing::TestWithParam<std::string> {
@@ -99,22 +156,34 @@ protected:
 TEST_P(FaultLoopTest, WeekSurvivesEveryFailingCall)
 {
     const std::string faultClass = GetParam();
-    const FaultWeekOutcome clean = RunFaultWeek(dir_, FaultWeekPlan{faultClass, 0, false});
+    FaultWeekPlan counting{faultClass, 0, false};
+    counting.recordDatabaseOperationTimes = faultClass == "database";
+    const FaultWeekOutcome clean = RunFaultWeek(dir_, counting);
     ASSERT_EQ(clean.ending, "exit 0");
     ASSERT_EQ(clean.integrity, "ok");
     ASSERT_GT(clean.calls, 0) << "the week never calls " << faultClass;
+    const std::string cleanTimeline = dir_ + "-clean-" + TIMELINE_FILE;
+    std::filesystem::copy_file(
+        dir_ + "/" + TIMELINE_FILE, cleanTimeline, std::filesystem::copy_options::overwrite_existing);
+    std::set<int> oncePoints = counting.recordDatabaseOperationTimes ? RefusedSavePoints(dir_, clean) : std::set<int>{};
     const int stride = FaultStride(clean.calls, kPointsPerMode);
+    std::set<int> strided;
+    for (int nth = 1; nth <= clean.calls; nth += stride) {
+        strided.insert(nth);
+    }
+    oncePoints.insert(strided.begin(), strided.end());
     for (bool persistent : {false, true}) {
         LoopTally tally;
-        for (int nth = 1; nth <= clean.calls; nth += stride) {
+        for (int nth : persistent ? strided : oncePoints) {
             const FaultWeekPlan plan{faultClass, nth, persistent};
             const FaultWeekOutcome run = RunFaultWeek(dir_, plan);
             ++tally.points;
             tally.injected += run.calls >= nth ? 1 : 0;
-            tally.survived += CheckRun(plan, clean, run, tally) ? 1 : 0;
+            tally.survived += CheckRun(dir_, cleanTimeline, plan, run, tally) ? 1 : 0;
         }
         AppendReport(faultClass, persistent, clean.calls, tally);
     }
+    std::filesystem::remove(cleanTimeline);
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryClass, FaultLoopTest, ::testing::ValuesIn(PlatformFaultClasses()),

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 #include "data_root.h"
@@ -42,8 +43,22 @@ std::vector<fs::path> FindFiles(const fs::path& root, const std::string& name)
 
 // ---- Files and folders ----
 
+// The process umask for one scope. The owner-only checks run under the permissive 022, so a file
+// created without owner-only modes shows whatever umask the caller runs the tests with.
+class ScopedUmask {
+public:
+    explicit ScopedUmask(mode_t mask) : previous_(umask(mask)) {}
+    ~ScopedUmask() { umask(previous_); }
+    ScopedUmask(const ScopedUmask&) = delete;
+    ScopedUmask& operator=(const ScopedUmask&) = delete;
+
+private:
+    mode_t previous_;
+};
+
 TEST(SecurityTest, EveryFileAndFolderTheServicesWriteIsReadableByItsOwnerOnly)
 {
+    const ScopedUmask permissive{022};
     Emulator::ScopedTimeZone zone{"CST-8"};
     EngineTestWorld world(Emulator::LocalTimeMs(2024, 3, 12, 13, 0));
     ASSERT_TRUE(Emulator::SleepHistoryBuilder(Emulator::SleepHabit{}, 3).Write(world.Now(), {3, 0, 0}));

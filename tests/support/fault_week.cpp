@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <memory>
+#include <mutex>
 #include <sqlite3.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -11,8 +13,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "builtin_scenarios.h"
 #include "local_calendar.h"
+#include "rdb_faults.h"
 #include "sim_driver.h"
+#include "time_service_client.h"
 
 namespace OHOS::Sim {
 
@@ -34,8 +39,13 @@ std::string Ending(int status)
 
 Scenario FaultWeekScenario(const FaultWeekPlan& plan)
 {
+    // The person of the built-in "four-states" scenario wakes before the alarm and finds a message:
+    // the notification recording after each night has something to record.
     Scenario scenario = DefaultScenario();
+    std::string error;
+    ApplyBuiltinScenario("four-states", scenario, error);
     scenario.days = kFaultWeekNights;
+    scenario.dumps.clear();
     ScenarioFault fault;
     fault.kind = "platform_fault";
     fault.at = "2026-01-05 12:00"; // the start of the default scenario
@@ -190,10 +200,14 @@ ChildRunOutcome RunInChild(const std::string& dataRoot, const std::function<int(
     return outcome;
 }
 
-SimRunOutcome RunSimulationInChild(const Scenario& scenario, const std::string& outDir)
+SimRunOutcome RunSimulationInChild(
+    const Scenario& scenario, const std::string& outDir, const std::function<void()>& prepare)
 {
     SimRunOutcome outcome;
-    static_cast<ChildRunOutcome&>(outcome) = RunInChild(outDir + "/" + DATA_DIR, [&scenario, &outDir] {
+    static_cast<ChildRunOutcome&>(outcome) = RunInChild(outDir + "/" + DATA_DIR, [&scenario, &outDir, &prepare] {
+        if (prepare) {
+            prepare();
+        }
         SimOptions options;
         options.outDir = outDir;
         return RunSimulation(scenario, options).ok ? 0 : kRunFailedExit;
@@ -204,10 +218,56 @@ SimRunOutcome RunSimulationInChild(const Scenario& scenario, const std::string& 
     return outcome;
 }
 
+// A file the child appends lines to from any thread, each line flushed (the child ends with _exit).
+struct ChildRecord {
+    std::mutex mutex;
+    std::ofstream out;
+
+    explicit ChildRecord(const std::string& path) : out(path) {}
+    void Add(const std::string& line)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        out << line << std::endl;
+    }
+};
+
+int64_t VirtualNowMs()
+{
+    return MiscServices::TimeServiceClient::GetInstance()->GetWallTimeMs();
+}
+
+// In the child: records every batch the store writes and, when asked, the time of every database
+// operation, one a line.
+void RecordStoreActivity(const std::string& batchesPath, const std::string& timesPath)
+{
+    auto batches = std::make_shared<ChildRecord>(batchesPath);
+    Emulator::RdbFaults::SetBatchObserver([batches](const std::string& table, int64_t rows) {
+        batches->Add(std::to_string(VirtualNowMs()) + ' ' + table + ' ' + std::to_string(rows));
+    });
+    if (!timesPath.empty()) {
+        auto times = std::make_shared<ChildRecord>(timesPath);
+        Emulator::RdbFaults::SetOperationObserver([times](int) { times->Add(std::to_string(VirtualNowMs())); });
+    }
+}
+
 FaultWeekOutcome RunFaultWeek(const std::string& outDir, const FaultWeekPlan& plan)
 {
     FaultWeekOutcome outcome;
-    static_cast<SimRunOutcome&>(outcome) = RunSimulationInChild(FaultWeekScenario(plan), outDir);
+    const std::string batchesPath = outDir + "-batches.txt";
+    const std::string timesPath = plan.recordDatabaseOperationTimes ? outDir + "-operation-times.txt" : "";
+    static_cast<SimRunOutcome&>(outcome) = RunSimulationInChild(
+        FaultWeekScenario(plan), outDir, [&batchesPath, &timesPath] { RecordStoreActivity(batchesPath, timesPath); });
+    std::ifstream times(timesPath);
+    for (int64_t timeMs = 0; times >> timeMs;) {
+        outcome.databaseOperationTimes.push_back(timeMs);
+    }
+    std::ifstream batches(batchesPath);
+    for (StoredBatch batch; batches >> batch.timeMs >> batch.table >> batch.rows;) {
+        outcome.batches.push_back(batch);
+    }
+    std::error_code ec;
+    std::filesystem::remove(timesPath, ec);
+    std::filesystem::remove(batchesPath, ec);
     for (const nlohmann::json& fault : outcome.faults) {
         outcome.calls = fault.value("calls", outcome.calls);
     }
@@ -225,6 +285,13 @@ int FaultStride(int count, int pointsWanted)
         return 1;
     }
     return (count + pointsWanted - 1) / pointsWanted;
+}
+
+void AppendFaultReport(const std::string& line)
+{
+    if (const char* path = std::getenv("SLEEP_FAULT_REPORT")) {
+        std::ofstream(path, std::ios::app) << line << '\n';
+    }
 }
 
 } // namespace OHOS::Sim

@@ -38,19 +38,32 @@ struct SimRunOutcome : ChildRunOutcome {
 };
 
 // Runs `scenario` with RunSimulation in a forked child (the platform's singletons stay out of this
-// process) with outputs in `outDir`, waits for it and reads its outcome.
-SimRunOutcome RunSimulationInChild(const Scenario& scenario, const std::string& outDir);
+// process) with outputs in `outDir`, waits for it and reads its outcome. `prepare`, when given, runs
+// in the child first.
+SimRunOutcome RunSimulationInChild(
+    const Scenario& scenario, const std::string& outDir, const std::function<void()>& prepare = nullptr);
 
-// One week of the default person with a platform fault class armed at the first phone event and
-// cleared at noon of the fifth day, so the last two nights run without it.
+// One week of the person of the built-in "four-states" scenario (without its dump commands), who
+// wakes before the alarm and finds a message, with a platform fault class armed at the first phone
+// event and cleared at noon of the fifth day, so the last two nights run without it.
 struct FaultWeekPlan {
     std::string faultClass;
     int nth = 0; // 0 only counts the class's calls (armed at a call the week never reaches)
     bool persistent = false;
+    bool recordDatabaseOperationTimes = false; // fills FaultWeekOutcome::databaseOperationTimes
+};
+
+// A batch insert the relational store wrote whole: when (virtual time), into which table, how many rows.
+struct StoredBatch {
+    int64_t timeMs = 0;
+    std::string table;
+    int64_t rows = 0;
 };
 
 struct FaultWeekOutcome : SimRunOutcome {
-    int calls = -1; // calls of the class from arming to clearing
+    int calls = -1;                              // calls of the class from arming to clearing
+    std::vector<int64_t> databaseOperationTimes; // virtual time of database operation n at [n - 1]
+    std::vector<StoredBatch> batches;            // in the order the store wrote them
 };
 
 // Number of nights of a fault week, and the first night after the fault is cleared.
@@ -92,6 +105,9 @@ void ReadDatabase(const std::string& dataRoot, ChildRunOutcome& outcome);
 // variable SLEEP_FAULT_FULL is set (to anything but 0), else about `pointsWanted` (or the number in
 // SLEEP_FAULT_POINTS) spread evenly.
 int FaultStride(int count, int pointsWanted);
+
+// Appends `line` and a line break to the file named by SLEEP_FAULT_REPORT, when it is set.
+void AppendFaultReport(const std::string& line);
 
 } // namespace OHOS::Sim
 

@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
+#include <sys/types.h>
 #include <variant>
 
 // The on-disk form of a preferences file: XML, one element per key named after the value's type,
@@ -52,6 +54,30 @@ void ResetPreferencesFaults();
 // Called before each counted write step with its number (tests stop the process at an exact point
 // with it); nullptr removes it. ResetPreferencesFaults removes it too.
 void SetPreferencesWriteStepObserver(std::function<void(int step)> observer);
+
+// The file-system calls a preferences write makes, one virtual per call, each with the meaning and
+// result of the system call named. The default forwards to the system; a test derives from it to
+// stand between the writer and the disk (to keep unsynced data apart and drop it at a simulated
+// power cut), calling the base to do the real work. Paths are real paths.
+class PreferencesFileCalls {
+public:
+    virtual ~PreferencesFileCalls() = default;
+    // mkstemp: `pattern` ends in XXXXXX, replaced by the created file's name; an fd or -1.
+    virtual int CreateTemporary(std::string& pattern);
+    virtual ssize_t Write(int fd, const void* data, size_t size);
+    virtual int SyncFile(int fd); // fsync
+    virtual int Close(int fd);
+    // renameat2 with RENAME_EXCHANGE: the two names swap files; -1 when either is missing.
+    virtual int Exchange(const std::string& from, const std::string& to);
+    virtual int Rename(const std::string& from, const std::string& to);
+    virtual int Unlink(const std::string& path);
+    // Opens the folder and fsyncs it, so that its names as they are now are on disk.
+    virtual int SyncFolder(const std::string& folder);
+};
+
+// The calls every later preferences write makes; nullptr restores the system's. Not for use while
+// a write is in progress.
+void SetPreferencesFileCalls(std::shared_ptr<PreferencesFileCalls> calls);
 
 } // namespace OHOS::Emulator
 

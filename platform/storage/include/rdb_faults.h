@@ -1,7 +1,9 @@
 #ifndef PLATFORM_INCLUDE_RDB_FAULTS_H
 #define PLATFORM_INCLUDE_RDB_FAULTS_H
 
+#include <cstdint>
 #include <functional>
+#include <string>
 
 namespace OHOS::Emulator {
 
@@ -34,6 +36,12 @@ public:
     // Called before each counted operation with its number (tests stop the process at an exact
     // point with it); nullptr removes it. Reset removes it too.
     static void SetOperationObserver(std::function<void(int operation)> observer);
+
+    // Called by the store each time a batch insert has been written whole, with its table and its
+    // number of rows (tests compare what was stored with what the caller meant to store); nullptr
+    // removes it. Reset removes it too.
+    static void SetBatchObserver(std::function<void(const std::string& table, int64_t rows)> observer);
+    static void OnBatchInserted(const std::string& table, int64_t rows);
 };
 
 } // namespace OHOS::Emulator

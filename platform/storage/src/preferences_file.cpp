@@ -33,12 +33,20 @@ struct WriteFaults {
     bool failLaterSteps = false;
     int stepCount = 0;
     std::function<void(int)> stepObserver;
+    std::shared_ptr<Emulator::PreferencesFileCalls> calls = std::make_shared<Emulator::PreferencesFileCalls>();
 };
 
 WriteFaults& Faults()
 {
     static WriteFaults faults;
     return faults;
+}
+
+std::shared_ptr<Emulator::PreferencesFileCalls> Calls()
+{
+    WriteFaults& faults = Faults();
+    std::lock_guard<std::mutex> lock(faults.mutex);
+    return faults.calls;
 }
 
 // Counts one file-system step of a write; true when it must fail.
@@ -199,12 +207,12 @@ bool WriteBlocks(int fd, const std::string& content)
         size_t length = std::min(WRITE_BLOCK_BYTES, content.size() - offset);
         if (NextStepFails()) {
             // A torn block, as a crash in the middle of the write would leave it.
-            (void)!write(fd, content.data() + offset, length / 2);
+            (void)!Calls()->Write(fd, content.data() + offset, length / 2);
             return false;
         }
         size_t done = 0;
         while (done < length) {
-            ssize_t n = write(fd, content.data() + offset + done, length - done);
+            ssize_t n = Calls()->Write(fd, content.data() + offset + done, length - done);
             if (n < 0 && errno == EINTR) {
                 continue;
             }
@@ -222,16 +230,7 @@ bool SyncFolder(const std::string& folder)
     if (NextStepFails()) {
         return false;
     }
-    if (!Emulator::StorageSyncEnabled()) {
-        return true;
-    }
-    int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) {
-        return false;
-    }
-    bool synced = fsync(fd) == 0;
-    close(fd);
-    return synced;
+    return !Emulator::StorageSyncEnabled() || Calls()->SyncFolder(folder) == 0;
 }
 
 // Puts the written temporary file in the place of `path` in one step. The two names are exchanged
@@ -240,11 +239,11 @@ bool SyncFolder(const std::string& folder)
 // target, or a file system that cannot exchange names, takes a plain rename.
 bool ReplaceWithTemporary(const std::string& tempPath, const std::string& path)
 {
-    if (renameat2(AT_FDCWD, tempPath.c_str(), AT_FDCWD, path.c_str(), RENAME_EXCHANGE) == 0) {
-        unlink(tempPath.c_str()); // the old content; left behind only if this fails
+    if (Calls()->Exchange(tempPath, path) == 0) {
+        Calls()->Unlink(tempPath); // the old content; left behind only if this fails
         return true;
     }
-    return rename(tempPath.c_str(), path.c_str()) == 0;
+    return Calls()->Rename(tempPath, path) == 0;
 }
 
 // Writes `content` to a fresh temporary file in the target's folder and syncs it; its path in
@@ -255,18 +254,19 @@ bool WriteTemporaryFile(const std::string& path, const std::string& content, std
     if (NextStepFails()) {
         return false;
     }
-    int fd = mkstemp(pattern.data());
+    int fd = Calls()->CreateTemporary(pattern);
     if (fd < 0) {
         return false;
     }
     tempPath = pattern;
-    bool written = WriteBlocks(fd, content) && !NextStepFails() && (!Emulator::StorageSyncEnabled() || fsync(fd) == 0);
-    bool closed = !NextStepFails() && close(fd) == 0;
+    bool written =
+        WriteBlocks(fd, content) && !NextStepFails() && (!Emulator::StorageSyncEnabled() || Calls()->SyncFile(fd) == 0);
+    bool closed = !NextStepFails() && Calls()->Close(fd) == 0;
     if (!closed) {
-        close(fd);
+        Calls()->Close(fd);
     }
     if (!written || !closed) {
-        unlink(tempPath.c_str());
+        Calls()->Unlink(tempPath);
         return false;
     }
     return true;
@@ -315,7 +315,7 @@ int WritePreferencesFile(const std::string& path, const PreferencesMap& values)
         return E_WRITE_FAILED;
     }
     if (NextStepFails() || !ReplaceWithTemporary(tempPath, path)) {
-        unlink(tempPath.c_str());
+        Calls()->Unlink(tempPath);
         return E_WRITE_FAILED;
     }
     return SyncFolder(folder) ? E_OK : E_WRITE_FAILED;
@@ -379,6 +379,59 @@ void SetPreferencesWriteStepObserver(std::function<void(int step)> observer)
     auto& faults = NativePreferences::Faults();
     std::lock_guard<std::mutex> lock(faults.mutex);
     faults.stepObserver = std::move(observer);
+}
+
+int PreferencesFileCalls::CreateTemporary(std::string& pattern)
+{
+    return mkstemp(pattern.data());
+}
+
+ssize_t PreferencesFileCalls::Write(int fd, const void* data, size_t size)
+{
+    return write(fd, data, size);
+}
+
+int PreferencesFileCalls::SyncFile(int fd)
+{
+    return fsync(fd);
+}
+
+int PreferencesFileCalls::Close(int fd)
+{
+    return close(fd);
+}
+
+int PreferencesFileCalls::Exchange(const std::string& from, const std::string& to)
+{
+    return renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_EXCHANGE);
+}
+
+int PreferencesFileCalls::Rename(const std::string& from, const std::string& to)
+{
+    return rename(from.c_str(), to.c_str());
+}
+
+int PreferencesFileCalls::Unlink(const std::string& path)
+{
+    return unlink(path.c_str());
+}
+
+int PreferencesFileCalls::SyncFolder(const std::string& folder)
+{
+    int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) {
+        return -1;
+    }
+    const int synced = fsync(fd);
+    close(fd);
+    return synced;
+}
+
+void SetPreferencesFileCalls(std::shared_ptr<PreferencesFileCalls> calls)
+{
+    auto& faults = NativePreferences::Faults();
+    std::lock_guard<std::mutex> lock(faults.mutex);
+    faults.calls = calls != nullptr ? std::move(calls) : std::make_shared<PreferencesFileCalls>();
 }
 
 } // namespace OHOS::Emulator

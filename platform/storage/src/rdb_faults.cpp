@@ -17,6 +17,7 @@ struct FaultState {
     int operations = 0;
     int injected = 0;
     std::function<void(int)> observer;
+    std::function<void(const std::string&, int64_t)> batchObserver;
 };
 
 FaultState& State()
@@ -38,6 +39,7 @@ void RdbFaults::Reset()
     state.operations = 0;
     state.injected = 0;
     state.observer = nullptr;
+    state.batchObserver = nullptr;
 }
 
 void RdbFaults::SetOperationObserver(std::function<void(int operation)> observer)
@@ -45,6 +47,24 @@ void RdbFaults::SetOperationObserver(std::function<void(int operation)> observer
     FaultState& state = State();
     std::lock_guard<std::mutex> lock(state.mutex);
     state.observer = std::move(observer);
+}
+
+void RdbFaults::SetBatchObserver(std::function<void(const std::string& table, int64_t rows)> observer)
+{
+    FaultState& state = State();
+    std::lock_guard<std::mutex> lock(state.mutex);
+    state.batchObserver = std::move(observer);
+}
+
+void RdbFaults::OnBatchInserted(const std::string& table, int64_t rows)
+{
+    FaultState& state = State();
+    std::unique_lock<std::mutex> lock(state.mutex);
+    const auto observer = state.batchObserver;
+    lock.unlock();
+    if (observer) {
+        observer(table, rows);
+    }
 }
 
 void RdbFaults::SetOpenFails(bool fails)

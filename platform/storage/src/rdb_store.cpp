@@ -613,6 +613,7 @@ int RdbStore::BatchInsert(int64_t& outInsertNum, const std::string& table, const
         return error;
     }
     outInsertNum = static_cast<int64_t>(values.size());
+    Emulator::RdbFaults::OnBatchInserted(table, outInsertNum);
     return E_OK;
 }
 
