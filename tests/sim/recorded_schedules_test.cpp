@@ -126,6 +126,11 @@ struct NightCase {
     std::vector<std::pair<double, double>> awakenings;
 };
 
+void PrintTo(const NightCase& c, std::ostream* out)
+{
+    *out << c.name << " (" << c.row << ")";
+}
+
 class RecordedRowTest : public RecordedSchedulesTest, public testing::WithParamInterface<NightCase> {};
 
 // A quiet person: no phone use by day, no calls, bed and sleep latency nearly fixed (15 minutes at most
