@@ -37,9 +37,9 @@ TEST_F(RecordedSchedulesTest, FollowsEachNightAndFillsGapsWithThePersonsMedians)
     std::string error;
     ASSERT_TRUE(Load("B-2,2018-05-02,1400,400,,,,,0,0,\n"
                      "A_1,2018-04-30,1483.0,493.5,507,486,0,21,9,38.5,17.25\n"
-                     "A_1,2018-05-01,1500,,,,,,,,\n"         // wake missing
+                     "A_1,2018-05-01,1500,,,,,,,,\n"           // wake missing
                      "A_1,2018-05-03,1380,420,,,,35,3,10,60\n" // 05-02 has no row
-                     "A_1,2018-05-04,1500,100,,,,,1,2,5\n"   // 1.7 hours: implausible
+                     "A_1,2018-05-04,1500,100,,,,,1,2,5\n"     // 1.7 hours: implausible
                      "B-2,2018-05-01,900,-300,,,,,,,\n",
         persons, error))
         << error;
@@ -56,9 +56,10 @@ TEST_F(RecordedSchedulesTest, FollowsEachNightAndFillsGapsWithThePersonsMedians)
         nights.emplace_back(FormatCivilDate(night.wakeDate), night.onsetMin, night.wakeMin, night.unlocks,
             night.unlockMin, night.firstUnlockMin, night.awakeMin);
     }
-    EXPECT_EQ(nights, (std::vector<Night>{{"2018-04-30", 1483, 493.5, 9, 38.5, 17.25, 21},
-                          {"2018-05-01", 1500, 456.75, 3, 10, 17.25, 28}, {"2018-05-02", 1431.5, 456.75, 3, 10, 17.25, 28},
-                          {"2018-05-03", 1380, 420, 3, 10, 60, 35}, {"2018-05-04", 1431.5, 456.75, 1, 2, 5, 28}}));
+    EXPECT_EQ(
+        nights, (std::vector<Night>{{"2018-04-30", 1483, 493.5, 9, 38.5, 17.25, 21},
+                    {"2018-05-01", 1500, 456.75, 3, 10, 17.25, 28}, {"2018-05-02", 1431.5, 456.75, 3, 10, 17.25, 28},
+                    {"2018-05-03", 1380, 420, 3, 10, 60, 35}, {"2018-05-04", 1431.5, 456.75, 1, 2, 5, 28}}));
 
     const Scenario& b = persons[0];
     EXPECT_EQ(std::make_tuple(b.name, FormatCivilDate(b.startDate)), std::make_tuple("B-2", "2018-04-30"));
@@ -120,9 +121,9 @@ TEST_F(RecordedSchedulesTest, AHeaderWithoutARequiredColumnIsNamed)
 // One recorded night and what the person does in it, in minutes after 00:00 of the wake date.
 struct NightCase {
     std::string name;
-    std::string row; // bedtime_min, waketime_min, awake_min, night_unlocks, night_unlock_min, first unlock
-    std::vector<double> unlocks;                    // between 00:00 and 06:00, the morning's use left out
-    double useMin;                                  // each unlock's screen time
+    std::string row;             // bedtime_min, waketime_min, awake_min, night_unlocks, night_unlock_min, first unlock
+    std::vector<double> unlocks; // between 00:00 and 06:00, the morning's use left out
+    double useMin;               // each unlock's screen time
     std::vector<std::pair<double, double>> awakenings;
 };
 
@@ -170,9 +171,10 @@ std::vector<int64_t> Seconds(const std::vector<double>& minutes)
 TEST_P(RecordedRowTest, OneRowGivesItsUnlocksAndAwakenings)
 {
     const NightCase& c = GetParam();
-    std::ofstream(path_, std::ios::binary)
-        << "pid,date,bedtime_min,waketime_min,awake_min,night_unlocks,night_unlock_min,first_unlock_after_midnight_min\n"
-        << "P," << "2026-01-07," << c.row << "\n";
+    std::ofstream(path_, std::ios::binary) << "pid,date,bedtime_min,waketime_min,awake_min,night_unlocks,night_unlock_"
+                                              "min,first_unlock_after_midnight_min\n"
+                                           << "P,"
+                                           << "2026-01-07," << c.row << "\n";
     std::vector<Scenario> persons;
     std::string error;
     ASSERT_TRUE(LoadPersonsFromCsv(path_, QuietBase(), persons, error)) << error;
@@ -220,9 +222,11 @@ INSTANTIATE_TEST_SUITE_P(Rows, RecordedRowTest,
         NightCase{"UnlocksBeforeTheOnsetStayBeforeIt", "1590,480,20,6,12,0", {0, 60, 120, 180, 240, 300}, 2,
             {AwakeAt(180, 20.0 / 3), AwakeAt(240, 20.0 / 3), AwakeAt(300, 20.0 / 3)}},
         // Asleep 23:00-04:00: of the unlocks at 01:00, 02:40 and 04:20 the last is after the wake.
-        NightCase{"UnlocksAfterTheWakeAreLeftOut", "1380,240,10,3,6,60", {60, 160}, 2, {AwakeAt(60, 5), AwakeAt(160, 5)}},
+        NightCase{
+            "UnlocksAfterTheWakeAreLeftOut", "1380,240,10,3,6,60", {60, 160}, 2, {AwakeAt(60, 5), AwakeAt(160, 5)}},
         // Six unlocks in the sleep, but 7 awake minutes hold two of them (picked evenly).
-        NightCase{"AwakeMinutesLimitTheAwakenings", "1380,420,7,6,12,0", {0, 180}, 2, {AwakeAt(0, 3.5), AwakeAt(180, 3.5)}},
+        NightCase{
+            "AwakeMinutesLimitTheAwakenings", "1380,420,7,6,12,0", {0, 180}, 2, {AwakeAt(0, 3.5), AwakeAt(180, 3.5)}},
         // Up until 05:00 with both unlocks before the onset: the 30 awake minutes lie mid-sleep.
         NightCase{"AwakeMinutesWithoutAnUnlockInTheSleep", "1740,660,30,2,4,60", {60, 210}, 2, {{465, 495}}},
         // No awake minutes recorded: each unlock wakes the person just for its own use.

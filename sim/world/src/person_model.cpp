@@ -22,11 +22,11 @@ constexpr int64_t kRunTailMs = 10 * kMsPerMinute; // after the last morning use,
 constexpr double kRecordedUnlockEndMin = 6 * 60;  // recorded night unlocks count until 06:00
 constexpr double kShortestUnlockMin = 0.2;
 constexpr double kLongestUnlockMin = 30;
-constexpr int64_t kUnlockDelayMs = 5 * kMsPerSecond;           // from picking the phone up to unlocking it
-constexpr int64_t kAwakeBeforePickupMs = 20 * kMsPerSecond;    // a night unlock: awake before reaching out
-constexpr int64_t kAwakeAfterScreenOffMs = 1 * kMsPerMinute;   // and before falling asleep again
-constexpr int64_t kAsleepAfterPhoneDownMs = 1 * kMsPerMinute;  // the least time from phone down to sleep
-constexpr int64_t kCarryToBedMs = 10 * kMsPerSecond;           // screen on, not unlocked, on the way to bed
+constexpr int64_t kUnlockDelayMs = 5 * kMsPerSecond;          // from picking the phone up to unlocking it
+constexpr int64_t kAwakeBeforePickupMs = 20 * kMsPerSecond;   // a night unlock: awake before reaching out
+constexpr int64_t kAwakeAfterScreenOffMs = 1 * kMsPerMinute;  // and before falling asleep again
+constexpr int64_t kAsleepAfterPhoneDownMs = 1 * kMsPerMinute; // the least time from phone down to sleep
+constexpr int64_t kCarryToBedMs = 10 * kMsPerSecond;          // screen on, not unlocked, on the way to bed
 const std::array<const char*, 4> kPackages = {
     "com.example.chat", "com.example.mail", "com.example.news", "com.example.shop"};
 
@@ -286,7 +286,8 @@ private:
         const int64_t onset = LocalTimeMs(evening, scheduled.onsetMin);
         const int64_t wake = LocalTimeMs(AddDays(evening, 1), scheduled.wakeMin);
         const RecordedNight recorded = RecordedNightOf(scheduled, wake);
-        start.bedMs = std::max(onset - Minutes(start.inBed.useMin + start.inBed.latencyMin), start.freeFromMs + kMsPerMinute);
+        start.bedMs =
+            std::max(onset - Minutes(start.inBed.useMin + start.inBed.latencyMin), start.freeFromMs + kMsPerMinute);
         int64_t dayEnd = std::min(start.bedMs, recorded.midnightMs);
         if (!recorded.unlocksMs.empty()) {
             dayEnd = std::min(dayEnd, recorded.unlocksMs.front() - kUnlockDelayMs - kSessionGapMs);
@@ -410,11 +411,13 @@ private:
         return a.pickupMs < b.screenOffMs + kSessionGapMs && b.pickupMs < a.screenOffMs + kSessionGapMs;
     }
 
-    static std::vector<PhoneSession> RecordedUsesBeforeOnset(const RecordedNight& recorded, int64_t bedMs, int64_t onsetMs)
+    static std::vector<PhoneSession> RecordedUsesBeforeOnset(
+        const RecordedNight& recorded, int64_t bedMs, int64_t onsetMs)
     {
         std::vector<PhoneSession> uses;
         for (const int64_t unlock : recorded.unlocksMs) {
-            PhoneSession use = RecordedUnlock(unlock, recorded.useMs, unlock >= bedMs ? RestPlace::NIGHT_SPOT : RestPlace::DESK);
+            PhoneSession use =
+                RecordedUnlock(unlock, recorded.useMs, unlock >= bedMs ? RestPlace::NIGHT_SPOT : RestPlace::DESK);
             use.screenOffMs = std::min(use.screenOffMs, onsetMs - kAsleepAfterPhoneDownMs);
             if (use.screenOffMs <= use.unlockMs) {
                 break;
@@ -428,18 +431,16 @@ private:
     // many unlocks as those minutes hold (picked evenly), each awake for an equal share of them. With
     // no unlock to hold them, the awake minutes are one awakening without the phone mid-sleep. Without
     // recorded awake minutes each unlock wakes the person just for its own use.
-    void AddRecordedAwakenings(const RecordedNight& recorded, const NightTruth& truth, std::vector<Awakening>& awakenings)
+    void AddRecordedAwakenings(
+        const RecordedNight& recorded, const NightTruth& truth, std::vector<Awakening>& awakenings)
     {
         std::vector<int64_t> inSleep;
         std::copy_if(recorded.unlocksMs.begin(), recorded.unlocksMs.end(), std::back_inserter(inSleep),
             [&truth](int64_t unlock) { return unlock >= truth.onsetMs; });
         const int64_t leastAwakeMs = kAwakeBeforePickupMs + kUnlockDelayMs + recorded.useMs + kAwakeAfterScreenOffMs;
         const bool awakeKnown = recorded.awakeMin >= 0;
-        const int64_t awakeMs = Minutes(std::max(recorded.awakeMin, 0.0));
-        size_t count = inSleep.size();
-        if (awakeKnown) {
-            count = std::min(count, static_cast<size_t>(std::llround(static_cast<double>(awakeMs) / leastAwakeMs)));
-        }
+        const int64_t awakeMs = awakeKnown ? Minutes(recorded.awakeMin) : 0;
+        const size_t count = awakeKnown ? UnlocksHeld(inSleep.size(), awakeMs, leastAwakeMs) : inSleep.size();
         if (count == 0) {
             if (awakeMs > 0) {
                 const int64_t begin = truth.onsetMs + (truth.wakeMs - truth.onsetMs - awakeMs) / 2;
@@ -447,15 +448,24 @@ private:
             }
             return;
         }
-        const int64_t eachMs = awakeKnown ? std::max(leastAwakeMs, awakeMs / static_cast<int64_t>(count)) : leastAwakeMs;
+        const int64_t eachMs = std::max(leastAwakeMs, awakeMs / static_cast<int64_t>(count));
         for (size_t i = 0; i < count; ++i) {
             Awakening awakening;
             awakening.withPhone = true;
-            awakening.session = RecordedUnlock(inSleep[i * inSleep.size() / count], recorded.useMs, RestPlace::NIGHT_SPOT);
+            awakening.session =
+                RecordedUnlock(inSleep[i * inSleep.size() / count], recorded.useMs, RestPlace::NIGHT_SPOT);
             awakening.span.beginMs = awakening.session.pickupMs - kAwakeBeforePickupMs;
             awakening.span.endMs = awakening.span.beginMs + eachMs;
             awakenings.push_back(awakening);
         }
+    }
+
+    // How many of `available` unlocks, each needing at least `leastAwakeMs`, the awake time holds:
+    // the nearest whole number.
+    static size_t UnlocksHeld(size_t available, int64_t awakeMs, int64_t leastAwakeMs)
+    {
+        const auto held = static_cast<size_t>(std::llround(static_cast<double>(awakeMs) / leastAwakeMs));
+        return std::min(available, held);
     }
 
     PhoneSession LookAtPhone(int64_t awakeMs)
