@@ -132,6 +132,9 @@ void PrintTo(const NightCase& c, std::ostream* out)
     *out << c.name << " (" << c.row << ")";
 }
 
+const std::string kRowHeader = "pid,date,bedtime_min,waketime_min,awake_min,night_unlocks,night_unlock_min,"
+                               "first_unlock_after_midnight_min\n";
+
 class RecordedRowTest : public RecordedSchedulesTest, public testing::WithParamInterface<NightCase> {};
 
 // A quiet person: no phone use by day, no calls, bed and sleep latency nearly fixed (15 minutes at most
@@ -171,10 +174,7 @@ std::vector<int64_t> Seconds(const std::vector<double>& minutes)
 TEST_P(RecordedRowTest, OneRowGivesItsUnlocksAndAwakenings)
 {
     const NightCase& c = GetParam();
-    std::ofstream(path_, std::ios::binary) << "pid,date,bedtime_min,waketime_min,awake_min,night_unlocks,night_unlock_"
-                                              "min,first_unlock_after_midnight_min\n"
-                                           << "P,"
-                                           << "2026-01-07," << c.row << "\n";
+    std::ofstream(path_, std::ios::binary) << kRowHeader << "P,2026-01-07," << c.row << "\n";
     std::vector<Scenario> persons;
     std::string error;
     ASSERT_TRUE(LoadPersonsFromCsv(path_, QuietBase(), persons, error)) << error;
