@@ -308,7 +308,7 @@ std::vector<int64_t> EventTimes(const Trace& trace, TraceKind kind, int64_t from
 }
 
 // Recorded nights replace the habits on their dates: onset and wake as recorded (also a day sleep
-// given as a negative wake time), with the night's unlocks spread over the sleep from the first one.
+// given as a negative wake time), with the night's unlocks spread evenly from the first one on.
 TEST(RecordedNightTest, NightsFollowTheScheduleAndItsUnlocks)
 {
     Scenario scenario = DefaultScenario();

@@ -19,6 +19,7 @@ constexpr double kShortestNightMin = 2 * 60;
 constexpr double kLongestNightMin = 16 * 60;
 constexpr double kShortestHabitMin = 3 * 60;
 constexpr int32_t kMaxDays = 366;
+constexpr double kAwakeNotRecorded = -1;
 
 // The numeric columns used, with the values they accept.
 struct NumberColumn {
@@ -27,7 +28,7 @@ struct NumberColumn {
     double high;
 };
 
-enum Column { BEDTIME, WAKE, UNLOCKS, UNLOCK_MIN, FIRST_UNLOCK, NUMBER_COLUMNS };
+enum Column { BEDTIME, WAKE, UNLOCKS, UNLOCK_MIN, FIRST_UNLOCK, AWAKE_MIN, NUMBER_COLUMNS };
 
 const std::array<NumberColumn, NUMBER_COLUMNS> kNumberColumns = {{
     {"bedtime_min", 0, 2 * kMinutesPerDay},
@@ -35,6 +36,7 @@ const std::array<NumberColumn, NUMBER_COLUMNS> kNumberColumns = {{
     {"night_unlocks", 0, 500},
     {"night_unlock_min", 0, 360},
     {"first_unlock_after_midnight_min", 0, 360},
+    {"awake_min", 0, kMinutesPerDay},
 }};
 
 struct Row {
@@ -227,7 +229,8 @@ bool PersonalMedians(const Participant& participant, Row& medians, std::string& 
         return false;
     }
     for (size_t c = 0; c < NUMBER_COLUMNS; ++c) {
-        medians.values[c] = columns[c].empty() ? 0 : Median(columns[c]);
+        const double none = c == AWAKE_MIN ? kAwakeNotRecorded : 0; // never recorded: no unlocks, no awake time
+        medians.values[c] = columns[c].empty() ? none : Median(columns[c]);
     }
     return true;
 }
@@ -248,6 +251,7 @@ ScheduledNight NightOf(const CivilDate& wakeDate, const Row* row, const Row& med
     night.unlocks = static_cast<int32_t>(std::lround(value(UNLOCKS)));
     night.unlockMin = value(UNLOCK_MIN);
     night.firstUnlockMin = value(FIRST_UNLOCK);
+    night.awakeMin = value(AWAKE_MIN);
     return night;
 }
 

@@ -30,9 +30,10 @@ struct ScheduledNight {
     CivilDate wakeDate;
     double onsetMin = 0;       // fell asleep: minutes after the midnight that starts the day before wakeDate
     double wakeMin = 0;        // woke up: minutes after the midnight that starts wakeDate (negative: before it)
-    int32_t unlocks = 0;       // phone unlocks between 00:00 and 06:00 of wakeDate, spread over the sleep
+    int32_t unlocks = 0;       // phone unlocks between 00:00 and 06:00 of wakeDate
     double unlockMin = 0;      // their total minutes
     double firstUnlockMin = 0; // minutes after 00:00 of wakeDate of the first one
+    double awakeMin = -1;      // minutes awake between onset and wake; negative: not recorded
 };
 
 enum class ChargingHabit { EVENING, NIGHT, DAY };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <map>
 
 namespace OHOS::Sim {
@@ -21,8 +22,11 @@ constexpr int64_t kRunTailMs = 10 * kMsPerMinute; // after the last morning use,
 constexpr double kRecordedUnlockEndMin = 6 * 60;  // recorded night unlocks count until 06:00
 constexpr double kShortestUnlockMin = 0.2;
 constexpr double kLongestUnlockMin = 30;
-constexpr int64_t kUnlockDelayMs = 5 * kMsPerSecond;   // from picking the phone up to unlocking it
-constexpr int64_t kUnlockSpacingMs = 7 * kMsPerMinute; // leaves room for the awake time around each
+constexpr int64_t kUnlockDelayMs = 5 * kMsPerSecond;          // from picking the phone up to unlocking it
+constexpr int64_t kAwakeBeforePickupMs = 20 * kMsPerSecond;   // a night unlock: awake before reaching out
+constexpr int64_t kAwakeAfterScreenOffMs = 1 * kMsPerMinute;  // and before falling asleep again
+constexpr int64_t kAsleepAfterPhoneDownMs = 1 * kMsPerMinute; // the least time from phone down to sleep
+constexpr int64_t kCarryToBedMs = 10 * kMsPerSecond;          // screen on, not unlocked, on the way to bed
 const std::array<const char*, 4> kPackages = {
     "com.example.chat", "com.example.mail", "com.example.news", "com.example.shop"};
 
@@ -41,7 +45,53 @@ struct NightStart {
     bool weekend = false;
     int64_t bedMs = 0;
     InBed inBed;
+    int64_t freeFromMs = 0; // the end of the previous morning's use: nothing of this night starts before it
 };
+
+// A recorded night's phone unlocks and awake minutes, as the person follows them.
+struct RecordedNight {
+    CivilDate wakeDate;
+    int64_t midnightMs = 0;         // 00:00 of the wake date, where the recorded unlocks start to count
+    std::vector<int64_t> unlocksMs; // in time order, all before the wake
+    int64_t useMs = 0;              // each unlock: from unlocking to switching the screen off
+    double awakeMin = -1;           // awake between onset and wake; negative: not recorded
+};
+
+// The recorded count of unlocks spread evenly over 00:00-06:00 of the wake date from the first one on,
+// each lasting an equal share of the recorded minutes. Those at or after the wake are left out: the
+// morning's use of the phone stands for them.
+RecordedNight RecordedNightOf(const ScheduledNight& scheduled, int64_t wakeMs)
+{
+    RecordedNight night;
+    night.wakeDate = scheduled.wakeDate;
+    night.midnightMs = LocalTimeMs(scheduled.wakeDate, 0);
+    night.awakeMin = scheduled.awakeMin;
+    if (scheduled.unlocks <= 0) {
+        return night;
+    }
+    night.useMs = Minutes(std::clamp(scheduled.unlockMin / scheduled.unlocks, kShortestUnlockMin, kLongestUnlockMin));
+    const double stepMin = (kRecordedUnlockEndMin - scheduled.firstUnlockMin) / scheduled.unlocks;
+    for (int32_t i = 0; i < scheduled.unlocks; ++i) {
+        const int64_t unlock = night.midnightMs + Minutes(scheduled.firstUnlockMin + i * stepMin);
+        if (unlock >= wakeMs) {
+            break;
+        }
+        night.unlocksMs.push_back(unlock);
+    }
+    return night;
+}
+
+// A recorded unlock: the phone picked up from where it lies, unlocked, used, put back.
+PhoneSession RecordedUnlock(int64_t unlockMs, int64_t useMs, RestPlace placeAfter)
+{
+    PhoneSession session;
+    session.pickupMs = unlockMs - kUnlockDelayMs;
+    session.screenOnMs = session.pickupMs + 2 * kMsPerSecond;
+    session.unlockMs = unlockMs;
+    session.screenOffMs = unlockMs + useMs;
+    session.placeAfter = placeAfter;
+    return session;
+}
 
 class Planner {
 public:
@@ -60,14 +110,10 @@ public:
         for (int32_t n = 0; n < scenario_.days; ++n) {
             const CivilDate evening = AddDays(scenario_.startDate, n);
             const CivilDate morning = AddDays(evening, 1);
-            const ScheduledNight* recorded = RecordedNight(morning);
-            const bool weekend = WeekDay(recorded != nullptr ? morning : UsualWakeDate(evening)) >= 6;
-            if (recorded != nullptr) {
-                const InBed inBed = DrawInBed();
-                const int64_t onset = LocalTimeMs(evening, recorded->onsetMin);
-                const int64_t bed = std::max(onset - Minutes(inBed.useMin + inBed.latencyMin), cursor + kMsPerMinute);
-                PlanDay(cursor, bed, evening);
-                cursor = PlanNight(NightStart{weekend, bed, inBed}, LocalTimeMs(morning, recorded->wakeMin), recorded);
+            const ScheduledNight* scheduled = ScheduledNightEnding(morning);
+            const bool weekend = WeekDay(scheduled != nullptr ? morning : UsualWakeDate(evening)) >= 6;
+            if (scheduled != nullptr) {
+                cursor = PlanRecordedNight(*scheduled, NightStart{weekend, 0, DrawInBed(), cursor}, evening);
                 continue;
             }
             const NightHabits& night = weekend ? habits_.weekend : habits_.weekday;
@@ -75,7 +121,7 @@ public:
             bed = std::max(bed, cursor + 10 * kMsPerMinute);
             PlanDay(cursor, bed, evening);
             const InBed inBed = DrawInBed();
-            cursor = PlanNight(NightStart{weekend, bed, inBed}, HabitWake(night, evening), nullptr);
+            cursor = PlanNight(NightStart{weekend, bed, inBed, cursor}, HabitWake(night, evening), nullptr);
         }
         // A night that ends after the closing noon moves the end of the run to after the morning use.
         plan_.endMs = std::max(plan_.endMs, cursor + kRunTailMs);
@@ -202,7 +248,7 @@ private:
 
     PhoneSession DayCall(int64_t ring) { return Call(ring, kAnswerChance); }
 
-    const ScheduledNight* RecordedNight(const CivilDate& wakeDate) const
+    const ScheduledNight* ScheduledNightEnding(const CivilDate& wakeDate) const
     {
         const auto found = recorded_.find(FormatCivilDate(wakeDate));
         return found == recorded_.end() ? nullptr : found->second;
@@ -232,8 +278,26 @@ private:
         return LocalTimeMs(AddDays(evening, WakeDayOffset(night)), night.wakeMin + Spread(night.wakeSpreadMin));
     }
 
+    // A recorded night and the day before it. Between 00:00 and the onset the phone is used only for
+    // the recorded unlocks, so the day ends at midnight, or at the first of them if earlier.
+    // Returns the end of the morning use of the phone.
+    int64_t PlanRecordedNight(const ScheduledNight& scheduled, NightStart start, const CivilDate& evening)
+    {
+        const int64_t onset = LocalTimeMs(evening, scheduled.onsetMin);
+        const int64_t wake = LocalTimeMs(AddDays(evening, 1), scheduled.wakeMin);
+        const RecordedNight recorded = RecordedNightOf(scheduled, wake);
+        start.bedMs =
+            std::max(onset - Minutes(start.inBed.useMin + start.inBed.latencyMin), start.freeFromMs + kMsPerMinute);
+        int64_t dayEnd = std::min(start.bedMs, recorded.midnightMs);
+        if (!recorded.unlocksMs.empty()) {
+            dayEnd = std::min(dayEnd, recorded.unlocksMs.front() - kUnlockDelayMs - kSessionGapMs);
+        }
+        PlanDay(start.freeFromMs, std::max(dayEnd, start.freeFromMs), evening);
+        return PlanNight(start, wake, &recorded);
+    }
+
     // Returns the end of the morning use of the phone, where the next day starts.
-    int64_t PlanNight(const NightStart& start, int64_t wake, const ScheduledNight* recorded)
+    int64_t PlanNight(const NightStart& start, int64_t wake, const RecordedNight* recorded)
     {
         NightTruth truth;
         truth.weekend = start.weekend;
@@ -255,14 +319,7 @@ private:
         if (habits_.charging == ChargingHabit::NIGHT) {
             plan_.charges.push_back(TimeSpan{start.bedMs - kMsPerMinute, 0}); // ends after the morning use
         }
-        PhoneSession inBed;
-        inBed.pickupMs = start.bedMs;
-        inBed.screenOnMs = start.bedMs + 2 * kMsPerSecond;
-        inBed.unlockMs = start.bedMs + 5 * kMsPerSecond;
-        inBed.screenOffMs = truth.phoneDownMs;
-        inBed.placeAfter = RestPlace::NIGHT_SPOT;
-        plan_.sessions.push_back(inBed);
-
+        PlanBedtime(start, truth, recorded);
         PlanAwakenings(truth, recorded);
         AddNotices(truth.phoneDownMs, truth.wakeMs, habits_.nightNotificationsPerHour);
         const int64_t morningEnd = PlanMorning(truth);
@@ -281,7 +338,7 @@ private:
     };
 
     // Awakenings and a possible night call, with the sessions of those that reach for the phone.
-    void PlanAwakenings(NightTruth& truth, const ScheduledNight* recorded)
+    void PlanAwakenings(NightTruth& truth, const RecordedNight* recorded)
     {
         const int64_t earliest = truth.onsetMs + kAwakeningMarginMs;
         const int64_t latest = truth.wakeMs - kAwakeningMarginMs;
@@ -307,41 +364,108 @@ private:
             awakenings.push_back(call);
         }
         if (recorded != nullptr) {
-            AddRecordedUnlocks(*recorded, truth, awakenings);
+            AddRecordedAwakenings(*recorded, truth, awakenings);
         }
         KeepDisjoint(awakenings, truth);
     }
 
-    // The recorded unlocks of 00:00-06:00 that fall into the sleep, evenly spaced from the first one,
-    // each lasting an equal share of the recorded minutes. As many as fit with a few minutes between.
-    void AddRecordedUnlocks(const ScheduledNight& recorded, const NightTruth& truth, std::vector<Awakening>& awakenings)
+    // The uses of the phone from going to bed to falling asleep, in time order, and when it is put down.
+    // On a recorded night the recorded unlocks before the onset join the use in bed, at the desk before
+    // the bed time; one that overlaps another use is part of it, one that would last into the sleep is
+    // cut short. Going to bed after midnight, the phone is only carried to bed, as the recorded
+    // unlocks are all there are.
+    void PlanBedtime(const NightStart& start, NightTruth& truth, const RecordedNight* recorded)
     {
-        if (recorded.unlocks <= 0) {
+        PhoneSession inBed;
+        inBed.pickupMs = start.bedMs;
+        inBed.screenOnMs = start.bedMs + 2 * kMsPerSecond;
+        inBed.unlockMs = start.bedMs + kUnlockDelayMs;
+        inBed.screenOffMs = truth.phoneDownMs;
+        inBed.placeAfter = RestPlace::NIGHT_SPOT;
+        std::vector<PhoneSession> uses;
+        if (recorded != nullptr) {
+            if (start.bedMs >= recorded->midnightMs) {
+                inBed.unlockMs = -1;
+                inBed.screenOffMs = inBed.screenOnMs + kCarryToBedMs;
+            }
+            uses = RecordedUsesBeforeOnset(*recorded, start.bedMs, truth.onsetMs);
+            uses.erase(std::remove_if(uses.begin(), uses.end(),
+                           [&inBed](const PhoneSession& use) { return AreClose(use, inBed); }),
+                uses.end());
+        }
+        uses.insert(std::upper_bound(uses.begin(), uses.end(), inBed,
+                        [](const PhoneSession& a, const PhoneSession& b) { return a.pickupMs < b.pickupMs; }),
+            inBed);
+        int64_t lastEnd = start.freeFromMs - kSessionGapMs;
+        for (const PhoneSession& use : uses) {
+            if (use.pickupMs >= lastEnd + kSessionGapMs) {
+                plan_.sessions.push_back(use);
+                lastEnd = use.screenOffMs;
+            }
+        }
+        truth.phoneDownMs = lastEnd;
+    }
+
+    static bool AreClose(const PhoneSession& a, const PhoneSession& b)
+    {
+        return a.pickupMs < b.screenOffMs + kSessionGapMs && b.pickupMs < a.screenOffMs + kSessionGapMs;
+    }
+
+    static std::vector<PhoneSession> RecordedUsesBeforeOnset(
+        const RecordedNight& recorded, int64_t bedMs, int64_t onsetMs)
+    {
+        std::vector<PhoneSession> uses;
+        for (const int64_t unlock : recorded.unlocksMs) {
+            PhoneSession use =
+                RecordedUnlock(unlock, recorded.useMs, unlock >= bedMs ? RestPlace::NIGHT_SPOT : RestPlace::DESK);
+            use.screenOffMs = std::min(use.screenOffMs, onsetMs - kAsleepAfterPhoneDownMs);
+            if (use.screenOffMs <= use.unlockMs) {
+                break;
+            }
+            uses.push_back(use);
+        }
+        return uses;
+    }
+
+    // The recorded unlocks inside the sleep wake the person, for the recorded awake minutes in all: as
+    // many unlocks as those minutes hold (picked evenly), each awake for an equal share of them. With
+    // no unlock to hold them, the awake minutes are one awakening without the phone mid-sleep. Without
+    // recorded awake minutes each unlock wakes the person just for its own use.
+    void AddRecordedAwakenings(
+        const RecordedNight& recorded, const NightTruth& truth, std::vector<Awakening>& awakenings)
+    {
+        std::vector<int64_t> inSleep;
+        std::copy_if(recorded.unlocksMs.begin(), recorded.unlocksMs.end(), std::back_inserter(inSleep),
+            [&truth](int64_t unlock) { return unlock >= truth.onsetMs; });
+        const int64_t leastAwakeMs = kAwakeBeforePickupMs + kUnlockDelayMs + recorded.useMs + kAwakeAfterScreenOffMs;
+        const bool awakeKnown = recorded.awakeMin >= 0;
+        const int64_t awakeMs = awakeKnown ? Minutes(recorded.awakeMin) : 0;
+        const size_t count = awakeKnown ? UnlocksHeld(inSleep.size(), awakeMs, leastAwakeMs) : inSleep.size();
+        if (count == 0) {
+            if (awakeMs > 0) {
+                const int64_t begin = truth.onsetMs + (truth.wakeMs - truth.onsetMs - awakeMs) / 2;
+                awakenings.push_back(Awakening{TimeSpan{begin, begin + awakeMs}, false, PhoneSession{}});
+            }
             return;
         }
-        const int64_t midnight = LocalTimeMs(recorded.wakeDate, 0);
-        const int64_t from = std::max(midnight + Minutes(recorded.firstUnlockMin), truth.onsetMs + kAwakeningMarginMs);
-        const int64_t to =
-            std::min(midnight + Minutes(kRecordedUnlockEndMin) - kUnlockDelayMs, truth.wakeMs - kAwakeningMarginMs);
-        const double eachMin = std::clamp(recorded.unlockMin / recorded.unlocks, kShortestUnlockMin, kLongestUnlockMin);
-        const int64_t slot = Minutes(eachMin) + kUnlockSpacingMs;
-        if (to <= from) {
-            return;
-        }
-        const int64_t count = std::min<int64_t>(recorded.unlocks, (to - from) / slot + 1);
-        const int64_t step = count > 1 ? (to - from) / (count - 1) : 0;
-        for (int64_t i = 0; i < count; ++i) {
+        const int64_t eachMs = std::max(leastAwakeMs, awakeMs / static_cast<int64_t>(count));
+        for (size_t i = 0; i < count; ++i) {
             Awakening awakening;
             awakening.withPhone = true;
-            PhoneSession& look = awakening.session;
-            look.pickupMs = from + i * step;
-            look.screenOnMs = look.pickupMs + 2 * kMsPerSecond;
-            look.unlockMs = look.pickupMs + kUnlockDelayMs;
-            look.screenOffMs = look.unlockMs + Minutes(eachMin);
-            look.placeAfter = RestPlace::NIGHT_SPOT;
-            awakening.span = TimeSpan{look.pickupMs - 20 * kMsPerSecond, look.screenOffMs + kMsPerMinute};
+            awakening.session =
+                RecordedUnlock(inSleep[i * inSleep.size() / count], recorded.useMs, RestPlace::NIGHT_SPOT);
+            awakening.span.beginMs = awakening.session.pickupMs - kAwakeBeforePickupMs;
+            awakening.span.endMs = awakening.span.beginMs + eachMs;
             awakenings.push_back(awakening);
         }
+    }
+
+    // How many of `available` unlocks, each needing at least `leastAwakeMs`, the awake time holds:
+    // the nearest whole number.
+    static size_t UnlocksHeld(size_t available, int64_t awakeMs, int64_t leastAwakeMs)
+    {
+        const auto held = static_cast<size_t>(std::llround(static_cast<double>(awakeMs) / leastAwakeMs));
+        return std::min(available, held);
     }
 
     PhoneSession LookAtPhone(int64_t awakeMs)

@@ -440,6 +440,7 @@ const std::vector<NightMember>& NightMembers()
             [](const ScheduledNight& night) { return Json(night.unlocks); }},
         NightNumber("unlockMin", 0, 360, &ScheduledNight::unlockMin),
         NightNumber("firstUnlockMin", 0, 360, &ScheduledNight::firstUnlockMin),
+        NightNumber("awakeMin", -1, kMinutesPerDay, &ScheduledNight::awakeMin),
     };
     return members;
 }
@@ -702,11 +703,12 @@ std::string ScenarioFieldHelp()
         << "      Default [].\n"
         << "  schedule\n      recorded nights followed instead of the habits, in date order: a list of objects\n"
         << "      {\"wakeDate\": \"YYYY-MM-DD\", \"onsetMin\": 1483, \"wakeMin\": 493.5, \"unlocks\": 9,\n"
-        << "      \"unlockMin\": 38.6, \"firstUnlockMin\": 17.2}: sleep onset in minutes after the midnight that\n"
-        << "      starts the day before wakeDate (1483 = 00:43), wake in minutes after wakeDate's midnight\n"
-        << "      (2 to 16 hours of sleep), and the phone unlocks of 00:00-06:00 (count, total minutes, first\n"
-        << "      one in minutes after 00:00), spread over the sleep. Nights not listed follow the habits.\n"
-        << "      Default [].\n"
+        << "      \"unlockMin\": 38.6, \"firstUnlockMin\": 17.2, \"awakeMin\": 21}: sleep onset in minutes\n"
+        << "      after the midnight that starts the day before wakeDate (1483 = 00:43), wake in minutes after\n"
+        << "      wakeDate's midnight (2 to 16 hours of sleep), the phone unlocks of 00:00-06:00 (count, total\n"
+        << "      minutes, first one in minutes after 00:00; spread evenly from the first one, those before the\n"
+        << "      onset while awake, none after the wake) and the minutes awake within the sleep (-1: not\n"
+        << "      recorded; docs/recorded-nights.md). Nights not listed follow the habits. Default [].\n"
         << "  persona\n      what kind of sleeper a generated person was drawn as (\"late sleeper\"); the metrics\n"
         << "      break their figures down by it. Accepts a text of at most 64 characters; default none.\n";
     out << ScenarioFaultsHelp();
