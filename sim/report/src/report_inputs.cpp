@@ -6,6 +6,7 @@
 #include <fstream>
 #include <functional>
 
+#include "compressed_file.h"
 #include "night_summary.h"
 #include "trace_reader.h"
 
@@ -28,8 +29,8 @@ bool FileExists(const std::string& path)
 // the line when the file cannot be read or a line is not JSON.
 bool ForEachJsonLine(const std::string& path, const std::function<void(const Json&)>& onLine, std::string& error)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
+    InputFile in(path);
+    if (!in.is_open()) {
         error = "cannot read '" + path + "'" + (FileExists(path) ? "" : ": no such file");
         return false;
     }
@@ -40,14 +41,15 @@ bool ForEachJsonLine(const std::string& path, const std::function<void(const Jso
         }
         const Json line = Json::parse(text, nullptr, false);
         if (line.is_discarded()) {
-            error = path + ":" + std::to_string(number) + ": not a JSON line";
+            error = in.Damage().empty() ? path + ":" + std::to_string(number) + ": not a JSON line" : in.Damage();
             return false;
         }
         if (line.is_object()) {
             onLine(line);
         }
     }
-    return true;
+    error = in.Damage();
+    return error.empty();
 }
 
 template <typename JsonObject> std::string StringField(const JsonObject& line, const char* key)
@@ -480,7 +482,7 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
     SetProcessTimeZone(record.timeZone);
     Scenario scenario;
     Trace parsed;
-    if (runRead == nullptr && !ParseTraceFile(dir + "/trace.jsonl", scenario, parsed, error)) {
+    if (runRead == nullptr && !ParseTraceFile(StoredFormOf(dir + "/trace.jsonl"), scenario, parsed, error)) {
         return false;
     }
     const Trace& trace = runRead != nullptr ? runRead->TraceOfRun() : parsed;
@@ -499,7 +501,7 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
         phone.Finish();
         TimelineReader timeline(record);
         if (!ForEachJsonLine(
-                dir + "/timeline.jsonl", [&timeline](const Json& line) { timeline.Read(line); }, error)) {
+                StoredFormOf(dir + "/timeline.jsonl"), [&timeline](const Json& line) { timeline.Read(line); }, error)) {
             return false;
         }
         timeline.Finish();
