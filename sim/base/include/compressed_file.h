@@ -54,6 +54,9 @@ public:
     // Empty while everything read so far was sound; otherwise why the file cannot be read to its
     // end ("'trace.jsonl.gz' is truncated: ..." or "'trace.jsonl.gz' is corrupt: ...").
     std::string Damage() const;
+    // Reads the rest of the file and returns Damage(): whether a text that reads wrong was damaged
+    // (damaged compressed data may inflate to wrong text before zlib can tell).
+    std::string DamageInRest();
 
 private:
     std::unique_ptr<std::streambuf> buffer_;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <vector>
 
 #include <zlib.h>
@@ -240,6 +241,13 @@ std::string InputFile::Damage() const
 {
     const auto* gzip = dynamic_cast<const GzipReadBuffer*>(buffer_.get());
     return gzip != nullptr ? gzip->Damage() : std::string();
+}
+
+std::string InputFile::DamageInRest()
+{
+    clear();
+    ignore(std::numeric_limits<std::streamsize>::max());
+    return Damage();
 }
 
 bool CompressFileInPlace(const std::string& sourcePath, std::string& error)

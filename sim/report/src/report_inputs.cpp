@@ -41,7 +41,8 @@ bool ForEachJsonLine(const std::string& path, const std::function<void(const Jso
         }
         const Json line = Json::parse(text, nullptr, false);
         if (line.is_discarded()) {
-            error = in.Damage().empty() ? path + ":" + std::to_string(number) + ": not a JSON line" : in.Damage();
+            const std::string damage = in.DamageInRest();
+            error = damage.empty() ? path + ":" + std::to_string(number) + ": not a JSON line" : damage;
             return false;
         }
         if (line.is_object()) {

@@ -228,8 +228,9 @@ bool ParseTraceFile(const std::string& path, Scenario& scenario, Trace& trace, s
             !line.is_discarded() && line.is_object() &&
             (lineNumber == 1 ? ReadHeader(line, readScenario, readTrace, why) : ReadBodyLine(line, readTrace, why));
         if (!read) {
-            // A line cut short by damaged compressed data is the damage's fault, not the line's.
-            error = in.Damage().empty() ? path + " line " + std::to_string(lineNumber) + ": " + why : in.Damage();
+            // A line that damaged compressed data made wrong is the damage's fault, not the line's.
+            const std::string damage = in.DamageInRest();
+            error = damage.empty() ? path + " line " + std::to_string(lineNumber) + ": " + why : damage;
             return false;
         }
     }
