@@ -292,8 +292,8 @@ bool WriteReport(const std::string& outDir, std::string& error)
         return WritePopulationReport(outDir, error);
     }
     if (!HoldsFullOutputs(outDir)) {
-        error = "'" + outDir + "' keeps no timeline to draw its page from; " + RestoreCommand(outDir) +
-                " brings it back";
+        error = "'" + outDir + "' holds no " + TIMELINE_FILE + " to draw its page from (a lean folder?); " +
+                RestoreCommand(outDir) + " brings it back from the trace";
         return false;
     }
     return WriteRunReport(outDir, error);
