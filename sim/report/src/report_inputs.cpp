@@ -49,8 +49,11 @@ bool ForEachJsonLine(const std::string& path, const std::function<void(const Jso
             onLine(line);
         }
     }
-    error = in.Damage();
-    return error.empty();
+    if (!in.Damage().empty()) {
+        error = in.Damage();
+        return false;
+    }
+    return true;
 }
 
 template <typename JsonObject> std::string StringField(const JsonObject& line, const char* key)
