@@ -108,6 +108,8 @@ done
 for person in "$scratch"/whole/persons/*; do
   name=$(basename "$person")
   shard=$(ls -d "$scratch"/out/shard-*/persons/"$name")
-  cmp "$person/timeline.jsonl" "$shard/timeline.jsonl" || fail "person $name ran differently on Slurm"
+  for file in trace.jsonl.gz metrics.json summary.txt; do
+    cmp "$person/$file" "$shard/$file" || fail "person $name ran differently on Slurm ($file)"
+  done
 done
 echo "PASSED: 3 shards on Slurm merged equal one unsharded run"

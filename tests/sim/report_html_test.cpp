@@ -378,7 +378,7 @@ TEST_F(ReportHtmlTest, MissingOrBadFilesAreNamed)
         {"no trace", [](const std::string& dir) { std::filesystem::remove(dir + "/trace.jsonl"); },
             "cannot read the trace file"},
         {"no timeline", [](const std::string& dir) { std::filesystem::remove(dir + "/timeline.jsonl"); },
-            "timeline.jsonl': no such file"},
+            "holds no timeline.jsonl to draw its page from (a lean folder?); sleepsim restore"},
         {"no scenario", [](const std::string& dir) { std::filesystem::remove(dir + "/scenario.json"); },
             "scenario.json' is missing or names no time zone"},
         {"cut line",

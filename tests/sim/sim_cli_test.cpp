@@ -50,6 +50,11 @@ TEST(CommandLineTest, BadArgumentsExitWithTwoAndSayWhy)
         {{"replay", "--no-sync"}, "sleepsim replay: TRACE.jsonl is required"},
         {{"replay", "t.jsonl", "--seed", "3"}, "replay takes the scenario from the trace"},
         {{"replay", "t.jsonl", "--population", "2"}, "replay takes the scenario from the trace"},
+        {{"--population", "2", "--keep", "some"}, "--keep: 'some': expected lean or all"},
+        {{"--keep", "all"}, "--shard, --jobs and --keep need a population"},
+        {{"restore"}, "sleepsim restore: DIR is required"},
+        {{"--days", "3", "restore", "dir"}, "'restore' takes only its own arguments"},
+        {{"restore", "/nonexistent/p001"}, "cannot read the trace file '/nonexistent/p001/trace.jsonl'"},
     };
     // Counts are plain digits, at least 1 and at most nine digits; shards K/N with 1 <= K <= N.
     for (const std::string count : {"-3", "+3", "0x10", "2.5", " 2", "1000000000"}) {
@@ -98,7 +103,7 @@ TEST(CommandLineTest, HelpNamesEveryOptionAndCommand)
     for (const char* word : {"--scenario FILE", "--out DIR", "--builtin NAME", "--person SOURCE:NAME", "--seed N",
              "--days N", "--print-scenario", "--quiet", "--no-sync", "--population N", "--population-file FILE",
              "--persons-from CSV", "--shard K/N", "--jobs N", "replay TRACE.jsonl", "merge --out DIR SHARD_DIR...",
-             "report DIR", "dump WORDS...", "Exit codes:", "Built-in scenarios", "Scenario fields"}) {
+             "report DIR", "restore DIR", "--keep WHAT", "--compress", "dump WORDS...", "Exit codes:", "Built-in scenarios", "Scenario fields"}) {
         EXPECT_NE(help.str().find(word), std::string::npos) << word;
     }
     std::ostringstream mergeHelp;

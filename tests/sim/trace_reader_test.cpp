@@ -25,6 +25,7 @@ namespace OHOS::Sim {
 namespace {
 
 using Emulator::ReadFile;
+using Emulator::ExpectSameTrees;
 
 // Eight days with a clock set back an hour mid-night: the trace's event times then step back.
 Scenario ShortScenario()
@@ -46,38 +47,6 @@ SimOptions OptionsFor(const std::string& outDir, bool noSync)
     options.endDumpWords = {"-D", "--strategy"};
     options.noSync = noSync;
     return options;
-}
-
-bool EndsWith(const std::string& text, const std::string& end)
-{
-    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
-// Every regular file below `folder` by its relative path, with its bytes; not SQLite's write-ahead
-// log and its index, which carry random salts (the database files themselves are compared).
-std::map<std::string, std::string> ReadTree(const std::string& folder)
-{
-    std::map<std::string, std::string> files;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-        const std::string name = entry.path().string();
-        if (entry.is_regular_file() && !EndsWith(name, "-wal") && !EndsWith(name, "-shm")) {
-            files[std::filesystem::relative(entry.path(), folder).string()] = ReadFile(name);
-        }
-    }
-    return files;
-}
-
-void ExpectSameTrees(const std::string& expected, const std::string& actual)
-{
-    const auto want = ReadTree(expected);
-    const auto got = ReadTree(actual);
-    ASSERT_FALSE(want.empty());
-    ASSERT_EQ(want.size(), got.size());
-    for (const auto& [name, bytes] : want) {
-        SCOPED_TRACE(name);
-        ASSERT_EQ(got.count(name), 1U);
-        EXPECT_TRUE(got.at(name) == bytes) << "differs from the first run";
-    }
 }
 
 std::vector<std::string> SplitLines(const std::string& text)

@@ -15,10 +15,12 @@ std::vector<std::string> PopulationPersons(const std::string& dir);
 bool WritePopulationReport(const std::string& dir, std::string& error);
 
 // Builds <outDir>/report.html for any output folder: a population's page (see above) or a single
-// run's (WriteRunReport). False with an error naming the missing or bad file.
+// run's (WriteRunReport). False with an error naming the missing or bad file; for a lean single-run
+// folder, with the command that restores what its page is drawn from.
 bool WriteReport(const std::string& outDir, std::string& error);
 
-// Like WriteReport, and for a population rebuilds every person's page first.
+// Like WriteReport, and for a population rebuilds every person's page first, except that a lean
+// person's folder (see KeepOutputs) keeps the page its run wrote.
 bool RebuildReports(const std::string& outDir, std::string& error);
 
 } // namespace OHOS::Sim

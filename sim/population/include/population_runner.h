@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "kept_outputs.h"
 #include "report_html.h"
 #include "scenario.h"
 #include "sim_driver.h"
@@ -49,6 +50,7 @@ struct PopulationOptions {
     Shard shard;
     int32_t jobs = 1;                 // persons simulated at once, each in its own process
     SimOptions run;                   // options of every person's run; outDir and progress are set per person
+    OutputChoice outputs;             // what each person's folder keeps once its run is over
     std::ostream* progress = nullptr; // progress of the whole population; nullptr for none
     std::ostream* messages = nullptr; // a line per failed person; nullptr for none
     PersonRunner runPerson = RunPersonSimulation;
@@ -66,7 +68,8 @@ bool CheckPersonNames(const std::vector<Scenario>& persons, std::string& error);
 
 // Runs the shard's persons, each in a forked child process (the platform keeps process-wide state,
 // so one simulation per process) writing OUT/persons/<name>/, at most `jobs` at once. A failed or
-// crashed child is reported and the others go on. Writes OUT/population.json. The outputs do not
+// crashed child is reported and the others go on. Each child trims its folder to `outputs` when its
+// run succeeded (a failure to do so fails the person). Writes OUT/population.json. The outputs do not
 // depend on the job count.
 PopulationResult RunPopulation(const std::vector<Scenario>& persons, const PopulationOptions& options);
 

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <map>
 
+#include "kept_outputs.h"
 #include "night_svg.h"
 #include "population_runner.h"
 #include "report_html.h"
@@ -265,14 +266,24 @@ bool WriteReport(const std::string& outDir, std::string& error)
         error = "'" + outDir + "' is not an output folder";
         return false;
     }
-    return IsPopulation(outDir) ? WritePopulationReport(outDir, error) : WriteRunReport(outDir, error);
+    if (IsPopulation(outDir)) {
+        return WritePopulationReport(outDir, error);
+    }
+    if (!HoldsFullOutputs(outDir)) {
+        error = "'" + outDir + "' holds no " + TIMELINE_FILE + " to draw its page from (a lean folder?); " +
+                RestoreCommand(outDir) + " brings it back from the trace";
+        return false;
+    }
+    return WriteRunReport(outDir, error);
 }
 
 bool RebuildReports(const std::string& outDir, std::string& error)
 {
     if (IsPopulation(outDir)) {
         for (const std::string& name : PopulationPersons(outDir)) {
-            if (!WriteRunReport(outDir + "/" + PERSONS_DIR + "/" + name, error)) {
+            const std::string personDir = outDir + "/" + PERSONS_DIR + "/" + name;
+            // A lean person's page is the one its run drew from the files it no longer keeps.
+            if (HoldsFullOutputs(personDir) && !WriteRunReport(personDir, error)) {
                 return false;
             }
         }

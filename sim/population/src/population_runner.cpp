@@ -15,6 +15,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "kept_outputs.h"
 #include "night_metrics.h"
 #include "progress_meter.h"
 #include "text_file.h"
@@ -142,7 +143,7 @@ private:
         std::cerr.flush();
         const pid_t pid = fork();
         if (pid == 0) {
-            const int code = options_.runPerson(persons_[entry.index], run);
+            const int code = RunPerson(persons_[entry.index], run);
             std::cout.flush();
             std::cerr.flush();
             _exit(code);
@@ -152,6 +153,18 @@ private:
             return;
         }
         running_[pid] = slot;
+    }
+
+    // In the child: the person's run, then its folder trimmed to what the population keeps.
+    int RunPerson(const Scenario& person, const SimOptions& run) const
+    {
+        const int code = options_.runPerson(person, run);
+        std::string error;
+        if (code == EXIT_RUN_OK && !ApplyOutputChoice(run.outDir, options_.outputs, error)) {
+            std::cerr << "sleepsim: person " << person.name << ": " << error << "\n";
+            return EXIT_RUN_FAILED;
+        }
+        return code;
     }
 
     void ReapOne()

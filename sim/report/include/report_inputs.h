@@ -108,7 +108,8 @@ private:
     std::unique_ptr<Parts> parts_;
 };
 
-// Reads trace.jsonl, timeline.jsonl, scenario.json (for the time zone and the person's name) and,
+// Reads trace.jsonl, timeline.jsonl (either plain or compressed, as trace.jsonl.gz and
+// timeline.jsonl.gz), scenario.json (for the time zone and the person's name) and,
 // when present, metrics.json of a single-run folder. Sets the process time zone to the scenario's.
 // Lines of unknown shape are skipped; a line that is not JSON is named in the error. With
 // `runRead`, the trace and the timeline's lines come from it instead of trace.jsonl and

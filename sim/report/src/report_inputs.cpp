@@ -6,6 +6,7 @@
 #include <fstream>
 #include <functional>
 
+#include "compressed_file.h"
 #include "night_summary.h"
 #include "trace_reader.h"
 
@@ -25,8 +26,8 @@ bool FileExists(const std::string& path)
 bool ForEachJsonLine(
     const std::string& path, const std::function<void(const TimelineLine&)>& onLine, std::string& error)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
+    InputFile in(path);
+    if (!in.is_open()) {
         error = "cannot read '" + path + "'" + (FileExists(path) ? "" : ": no such file");
         return false;
     }
@@ -37,12 +38,17 @@ bool ForEachJsonLine(
         }
         const TimelineLine line = TimelineLine::parse(text, nullptr, false);
         if (line.is_discarded()) {
-            error = path + ":" + std::to_string(number) + ": not a JSON line";
+            const std::string damage = in.DamageInRest();
+            error = damage.empty() ? path + ":" + std::to_string(number) + ": not a JSON line" : damage;
             return false;
         }
         if (line.is_object()) {
             onLine(line);
         }
+    }
+    if (!in.Damage().empty()) {
+        error = in.Damage();
+        return false;
     }
     return true;
 }
@@ -333,7 +339,7 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
     SetProcessTimeZone(record.timeZone);
     Scenario scenario;
     Trace parsed;
-    if (runRead == nullptr && !ParseTraceFile(dir + "/trace.jsonl", scenario, parsed, error)) {
+    if (runRead == nullptr && !ParseTraceFile(StoredFormOf(dir + "/trace.jsonl"), scenario, parsed, error)) {
         return false;
     }
     const Trace& trace = runRead != nullptr ? runRead->TraceOfRun() : parsed;
@@ -352,8 +358,8 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
         phone.Finish();
         TimelineReader timeline(record);
         if (!ForEachJsonLine(
-                dir + "/timeline.jsonl", [&timeline](const TimelineLine& line) { timeline.Read(ReadTimelineFact(line)); },
-                error)) {
+                StoredFormOf(dir + "/timeline.jsonl"),
+                [&timeline](const TimelineLine& line) { timeline.Read(ReadTimelineFact(line)); }, error)) {
             return false;
         }
         timeline.Finish();

@@ -8,8 +8,9 @@
 
 namespace OHOS::Sim {
 
-// Reads a trace file as WriteTraceFile writes it: the header with the effective scenario, the
-// nights, then the events in time order. Event kinds are matched by their TraceKindName. On
+// Reads a trace file as WriteTraceFile writes it, plain or gzip-compressed: the header with the
+// effective scenario, the nights, then the events in time order. A truncated or corrupt compressed
+// file is an error naming it. Event kinds are matched by their TraceKindName. On
 // failure returns false, leaves `scenario` and `trace` unchanged and says in `error` which line is
 // wrong and why. Sets the process time zone to the scenario's.
 bool ParseTraceFile(const std::string& path, Scenario& scenario, Trace& trace, std::string& error);

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <map>
 
 #include <nlohmann/json.hpp>
+
+#include "compressed_file.h"
 
 namespace OHOS::Sim {
 
@@ -210,8 +211,8 @@ bool ReadBodyLine(const Json& line, Trace& trace, std::string& why)
 
 bool ParseTraceFile(const std::string& path, Scenario& scenario, Trace& trace, std::string& error)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
+    InputFile in(path);
+    if (!in.is_open()) {
         error = "cannot read the trace file '" + path + "'";
         return false;
     }
@@ -227,9 +228,15 @@ bool ParseTraceFile(const std::string& path, Scenario& scenario, Trace& trace, s
             !line.is_discarded() && line.is_object() &&
             (lineNumber == 1 ? ReadHeader(line, readScenario, readTrace, why) : ReadBodyLine(line, readTrace, why));
         if (!read) {
-            error = path + " line " + std::to_string(lineNumber) + ": " + why;
+            // A line that damaged compressed data made wrong is the damage's fault, not the line's.
+            const std::string damage = in.DamageInRest();
+            error = damage.empty() ? path + " line " + std::to_string(lineNumber) + ": " + why : damage;
             return false;
         }
+    }
+    if (!in.Damage().empty()) {
+        error = in.Damage();
+        return false;
     }
     if (lineNumber == 0) {
         error = path + " is empty: a trace starts with its header line";

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "builtin_scenarios.h"
+#include "kept_outputs.h"
 #include "population.h"
 #include "population_page.h"
 #include "population_runner.h"
@@ -47,6 +48,11 @@ struct CliOptions {
     std::string mergeOut; // the merged output folder
     std::vector<std::string> shardDirs;
     std::string reportDir; // sleepsim report DIR
+    std::string restoreDir; // sleepsim restore DIR
+    std::optional<KeepOutputs> keep; // --keep WHAT (populations only); lean by default
+    bool compress = false;           // --compress
+
+    OutputChoice Outputs(KeepOutputs byDefault) const { return OutputChoice{keep.value_or(byDefault), compress}; }
 };
 
 // The commands besides a plain run, as the parser knows them.
@@ -54,6 +60,7 @@ struct Commands {
     CLI::App* replay = nullptr;
     CLI::App* merge = nullptr;
     CLI::App* report = nullptr;
+    CLI::App* restore = nullptr;
     CLI::App* dump = nullptr;
 };
 
@@ -105,13 +112,21 @@ const CLI::Validator kShardText(
     },
     "", "shard");
 
+const CLI::Validator kKeepText(
+    [](const std::string& text) {
+        KeepOutputs keep = KeepOutputs::ALL;
+        return ParseKeepOutputs(text, keep) ? std::string() : "'" + text + "': expected lean or all";
+    },
+    "", "kept outputs");
+
 const char* const kUsageForms =
     "Usage: sleepsim [options] [SCENARIO.json] [dump WORDS...]\n"
-    "       sleepsim replay TRACE.jsonl [--out DIR] [--no-sync] [-q] [dump WORDS...]\n"
+    "       sleepsim replay TRACE.jsonl[.gz] [--out DIR] [--no-sync] [-q] [dump WORDS...]\n"
     "       sleepsim [options] (--population N | --population-file FILE | --persons-from CSV)\n"
     "                [--shard K/N] [--jobs N]\n"
     "       sleepsim merge --out DIR SHARD_DIR...\n"
     "       sleepsim report DIR\n"
+    "       sleepsim restore DIR\n"
     "\n"
     "Simulates a person and their phone over days and nights on virtual time and runs the sleep\n"
     "detection plug-in through it. Same scenario and seed give byte-identical outputs.\n";
@@ -207,9 +222,12 @@ void DefineRunOptions(CLI::App& app, CliOptions& options)
         "writes the SQLite stores and preferences files without syncing them\n"
         "to disk (PRAGMA synchronous=OFF, no fsync): same outputs, much\n"
         "faster; a crash of the machine may lose the data folder's last writes");
+    app.add_flag("--compress", options.compress,
+        "keeps the trace and the timeline gzip-compressed (trace.jsonl.gz,\n"
+        "timeline.jsonl.gz); replay, report and restore read either form");
 }
 
-void DefinePopulationOptions(CLI::App& app, PopulationCli& population)
+void DefinePopulationOptions(CLI::App& app, PopulationCli& population, std::optional<KeepOutputs>& keep)
 {
     const std::string group = "Populations (the scenario and the options above are the base every person varies)";
     CLI::Option* count = app.add_option("--population", population.count, "N generated persons, drawn from the seed")
@@ -241,15 +259,25 @@ void DefinePopulationOptions(CLI::App& app, PopulationCli& population)
         ->check(kPositiveCount)
         ->option_text("N")
         ->group(group);
+    app.add_option_function<std::string>(
+           "--keep", [&keep](const std::string& text) { ParseKeepOutputs(text, keep.emplace()); },
+           "what each person's folder keeps: lean (default: metrics.json,\n"
+           "summary.txt, scenario.json, report.html and trace.jsonl.gz; the page\n"
+           "shows the 'sleepsim restore DIR' that brings the rest back, byte for\n"
+           "byte) or all (every file, as a single run keeps them)")
+        ->check(kKeepText)
+        ->option_text("WHAT")
+        ->group(group);
 }
 
 Commands DefineCommands(CLI::App& app, CliOptions& options)
 {
     Commands commands;
-    commands.replay = app.add_subcommand("replay", "replays the trace.jsonl of an earlier run (its scenario included)\n"
-                                                   "instead of generating one: the outputs are byte-identical to that\n"
-                                                   "run's; a bad line is named with its line number and nothing runs\n"
-                                                   "(replay TRACE.jsonl; --out, --no-sync, -q and dump apply)");
+    commands.replay = app.add_subcommand("replay", "replays the trace.jsonl (or trace.jsonl.gz) of an earlier run (its\n"
+                                                   "scenario included) instead of generating one: the outputs are\n"
+                                                   "byte-identical to that run's; a bad line or damaged compressed\n"
+                                                   "data is named and nothing runs (replay TRACE.jsonl; --out,\n"
+                                                   "--no-sync, --keep, --compress, -q and dump apply)");
     commands.replay->add_option("TRACE.jsonl", options.replayPath, "the trace of an earlier run")->required();
     commands.replay->fallthrough(); // the run's own options may follow the trace
 
@@ -267,6 +295,13 @@ Commands DefineCommands(CLI::App& app, CliOptions& options)
                                      "(report DIR)");
     commands.report->add_option("DIR", options.reportDir, "a finished output folder")->required();
 
+    commands.restore =
+        app.add_subcommand("restore", "replays the trace of a lean run folder (such as a population's\n"
+                                      "DIR/persons/p001) into it: the folder then holds every file as\n"
+                                      "--keep all writes it, plain; a trace that cannot be read is named\n"
+                                      "and nothing runs (restore DIR)");
+    commands.restore->add_option("DIR", options.restoreDir, "a single run's output folder")->required();
+
     commands.dump =
         app.add_subcommand("dump", "passes the words that follow to the plug-in's dump command at the\n"
                                    "end of the run and prints its answer, e.g. sleepsim dump -D --strategy");
@@ -282,16 +317,16 @@ Commands DefineCommandLine(CLI::App& app, CliOptions& options)
     formatter->column_width(HELP_COLUMN);
     app.formatter(formatter);
     DefineRunOptions(app, options);
-    DefinePopulationOptions(app, options.population);
+    DefinePopulationOptions(app, options.population, options.keep);
     const Commands commands = DefineCommands(app, options);
     app.footer(FooterHelp()); // after the commands, which would inherit it
     return commands;
 }
 
-// The merge or report command if one was given; either takes nothing but its own arguments.
+// The merge, report or restore command if one was given; each takes nothing but its own arguments.
 CLI::App* SoleCommand(const CLI::App& app, const Commands& commands, std::string& error)
 {
-    for (CLI::App* command : {commands.merge, commands.report}) {
+    for (CLI::App* command : {commands.merge, commands.report, commands.restore}) {
         if (!command->parsed()) {
             continue;
         }
@@ -405,7 +440,7 @@ bool BuildPopulationOptions(const CliOptions& options, PopulationOptions& run, s
 {
     const PopulationCli& population = options.population;
     if (!population.Requested()) {
-        error = "--shard and --jobs need a population: --population, --population-file or --persons-from";
+        error = "--shard, --jobs and --keep need a population: --population, --population-file or --persons-from";
         return false;
     }
     if (!options.run.endDumpWords.empty()) {
@@ -417,6 +452,7 @@ bool BuildPopulationOptions(const CliOptions& options, PopulationOptions& run, s
     run.outDir = options.run.outDir;
     run.run = options.run;
     run.run.noSync = true; // the persons' data folders are not kept for their durability
+    run.outputs = options.Outputs(KeepOutputs::LEAN);
     return true;
 }
 
@@ -478,6 +514,24 @@ int RunReportCommand(const CliOptions& options, std::ostream& out, std::ostream&
     return EXIT_RUN_OK;
 }
 
+// "sleepsim restore DIR": a lean run folder's full outputs, replayed from its trace.
+int RunRestoreCommand(const CliOptions& options, std::ostream& out, std::ostream& err)
+{
+    Scenario scenario;
+    Trace trace;
+    std::string error;
+    if (!ParseTraceFile(StoredTracePath(options.restoreDir), scenario, trace, error)) {
+        err << "sleepsim restore: " << error << "\n";
+        return EXIT_BAD_INPUT;
+    }
+    if (!RestoreRunFolder(options.restoreDir, scenario, trace, error)) {
+        err << "sleepsim restore: " << error << "\n";
+        return EXIT_RUN_FAILED;
+    }
+    out << "sleepsim: restored every output of " << options.restoreDir << "\n";
+    return EXIT_RUN_OK;
+}
+
 // Parses `args`; on a request for help prints it and sets `exitCode`, on a bad argument names it.
 bool ParseCommandLine(
     const std::vector<std::string>& args, CLI::App& app, std::ostream& out, std::ostream& err, int& exitCode)
@@ -516,15 +570,15 @@ int RunSimulationCli(CliOptions& options, std::ostream& out, std::ostream& err)
         out << ScenarioToJson(scenario);
         return EXIT_RUN_OK;
     }
-    if (options.population.AnyGiven()) {
+    if (options.population.AnyGiven() || options.keep) {
         return RunPopulationCli(options, scenario, out, err);
     }
     out << "sleepsim: " << scenario.days << " days from " << FormatCivilDate(scenario.startDate) << " ("
         << scenario.timeZone << "), seed " << scenario.seed << ", output in " << options.run.outDir << "\n";
     options.run.progress = options.quiet ? nullptr : &err;
     const SimResult result = replay ? RunTrace(scenario, trace, options.run) : RunSimulation(scenario, options.run);
-    if (!result.ok) {
-        err << "sleepsim: " << result.error << "\n";
+    if (!result.ok || !ApplyOutputChoice(options.run.outDir, options.Outputs(KeepOutputs::ALL), error)) {
+        err << "sleepsim: " << (result.ok ? error : result.error) << "\n";
         return EXIT_RUN_FAILED;
     }
     out << "\n" << FormatSummaryTable(result.nights) << "\n" << FormatMetricsSummary(result.metrics);
@@ -562,6 +616,9 @@ int RunSleepsimCli(const std::vector<std::string>& args, std::ostream& out, std:
     }
     if (command == commands.report) {
         return RunReportCommand(options, out, err);
+    }
+    if (command == commands.restore) {
+        return RunRestoreCommand(options, out, err);
     }
     options.run.endDumpWords = commands.dump->remaining();
     if (commands.dump->parsed() && options.run.endDumpWords.empty()) {
