@@ -8,6 +8,9 @@ namespace OHOS::DevStandbyMgr {
 
 // The host's standby mode; strategies only compare it with numbers (0 by default).
 extern int32_t STANDBT_MODE;
+// Detector variants the simulator or a test turned on, one bit each (0, none, by default; a phone's
+// host never sets it).
+extern uint32_t SLEEP_DETECTOR_VARIANTS;
 // Sensor batching the host asks for, in nanoseconds: sampling period 200 ms, reporting delay 0
 // (every sample reported at once).
 extern int64_t SENSOR_SAMPLING_RATE;
