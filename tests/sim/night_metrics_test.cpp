@@ -98,7 +98,7 @@ TEST(StatsTest, TailsPointAtTheBadEndAndSignedErrorsShowTheirSize)
 }
 
 // Hand-made nights and the class the plug-in's own conditions give them: deep sleep starts only
-// after 21:00 or before 07:49:48, off the charger, after the first week.
+// after 21:00 or before 07:49:48, off the charger, with the screen off, after the first week.
 TEST(ClassifyNightTest, ClassesFollowTheConditionsOfDeepSleep)
 {
     ScopedTimeZone zone("UTC0");
@@ -107,22 +107,31 @@ TEST(ClassifyNightTest, ClassesFollowTheConditionsOfDeepSleep)
         int32_t index;
         TimeSpan sleep;
         SpanList charging;
+        SpanList screenOff;
         NightClass expected;
     };
     const double nightEnd = 24 + 7.83F; // 07:49:48 as the plug-in computes it
+    const SpanList dark = {Hours(12, 36)};
     const std::vector<Case> cases = {
-        {"ordinary night", 9, Hours(23, 31), {}, NightClass::ELIGIBLE},
-        {"first week, whatever else", 6, Hours(23, 31), {}, NightClass::FIRST_WEEK},
-        {"charged all night", 9, Hours(23, 31), {Hours(22, 32)}, NightClass::CHARGING},
-        {"unplugged an hour before waking", 9, Hours(23, 31), {Hours(22, 30)}, NightClass::ELIGIBLE},
-        {"day sleeper", 9, Hours(32.5, 39.5), {}, NightClass::OUTSIDE_WINDOW},
-        {"asleep from the end of the night hours", 9, TimeSpan{At(nightEnd), At(36)}, {}, NightClass::OUTSIDE_WINDOW},
-        {"asleep a minute before it", 9, TimeSpan{At(nightEnd - 1.0 / 60), At(36)}, {}, NightClass::ELIGIBLE},
-        {"evening nap until 21:00", 9, Hours(19, 21), {}, NightClass::OUTSIDE_WINDOW},
-        {"charged only in the night hours", 9, Hours(20, 21.5), {Hours(21, 22)}, NightClass::CHARGING},
+        {"ordinary night", 9, Hours(23, 31), {}, dark, NightClass::ELIGIBLE},
+        {"first week, whatever else", 6, Hours(23, 31), {}, dark, NightClass::FIRST_WEEK},
+        {"charged all night", 9, Hours(23, 31), {Hours(22, 32)}, dark, NightClass::CHARGING},
+        {"unplugged an hour before waking", 9, Hours(23, 31), {Hours(22, 30)}, dark, NightClass::ELIGIBLE},
+        {"day sleeper", 9, Hours(32.5, 39.5), {}, dark, NightClass::OUTSIDE_WINDOW},
+        {"asleep from the end of the night hours", 9, TimeSpan{At(nightEnd), At(36)}, {}, dark,
+            NightClass::OUTSIDE_WINDOW},
+        {"asleep a minute before it", 9, TimeSpan{At(nightEnd - 1.0 / 60), At(36)}, {}, dark, NightClass::ELIGIBLE},
+        {"evening nap until 21:00", 9, Hours(19, 21), {}, dark, NightClass::OUTSIDE_WINDOW},
+        {"charged only in the night hours", 9, Hours(20, 21.5), {Hours(21, 22)}, dark, NightClass::CHARGING},
+        {"screen on all night", 9, Hours(23, 31), {}, {}, NightClass::SCREEN_ON},
+        {"screen off only while charging", 9, Hours(23, 31), {Hours(23, 30)}, {Hours(23, 30)}, NightClass::SCREEN_ON},
+        {"screen off only outside the night hours", 9, Hours(23, 33), {}, {Hours(32, 33)}, NightClass::SCREEN_ON},
+        {"screen off for the last minutes", 9, Hours(23, 31), {}, {Hours(30.9, 36)}, NightClass::ELIGIBLE},
+        {"charging wins over the screen", 9, Hours(23, 31), {Hours(22, 32)}, {}, NightClass::CHARGING},
     };
     for (const Case& c : cases) {
-        EXPECT_EQ(ClassifyNight(c.index, Hours(12, 36), {c.sleep}, c.charging), c.expected) << c.what;
+        EXPECT_EQ(ClassifyNight(c.index, Hours(12, 36), {c.sleep}, PhoneSpans{c.charging, c.screenOff}), c.expected)
+            << c.what;
     }
 }
 
@@ -371,7 +380,7 @@ TEST(MetricsFromJsonTest, NamesTheBadFieldAndLeavesTheMetricsUnchanged)
         std::string text = night;
         text.replace(text.find("SLEEP"), 5, sleep);
         text.replace(text.find("RULES"), 5, ruleText);
-        return R"({"version":3,"nights":[)" + text + "]}";
+        return R"({"version":4,"nights":[)" + text + "]}";
     };
     struct Case {
         std::string text;
@@ -379,15 +388,15 @@ TEST(MetricsFromJsonTest, NamesTheBadFieldAndLeavesTheMetricsUnchanged)
     };
     const std::vector<Case> cases = {
         {"{", "metrics: not valid JSON"},
-        {R"({"version":1,"nights":[]})", "metrics.version 1 is not supported (expected 3)"},
-        {R"({"version":3})", "metrics.nights is missing"},
+        {R"({"version":1,"nights":[]})", "metrics.version 1 is not supported (expected 4)"},
+        {R"({"version":4})", "metrics.nights is missing"},
         {file("[[10,5]]", rules), "metrics.nights[0].sleep[0] must be [beginMs, endMs] with beginMs <= endMs"},
         {file("[]", R"({"plugin":{"asleep":[]},"idle":{"asleep":[]}})"),
             "metrics.nights[0].rules.time_of_day is missing"},
         {file("[]", R"({"plugin":{"asleep":[[1,2]],"light":5},"idle":{"asleep":[]},"time_of_day":{"asleep":[]}})"),
             "metrics.nights[0].rules.plugin.light must be a list of [beginMs, endMs]"},
         {std::regex_replace(file("[]", rules), std::regex("\"class\":\"charging\""), "\"class\":\"asleep\""),
-            "metrics.nights[0].class must be one of eligible, firstWeek, outsideWindow, charging"},
+            "metrics.nights[0].class must be one of eligible, firstWeek, outsideWindow, charging, screenOn"},
     };
     // The file reader reads the same way, a night at a time, and names the file.
     const std::string path = testing::TempDir() + "metrics_from_json_test.json";

@@ -29,18 +29,25 @@ const char* RuleName(Rule rule);
 constexpr int32_t kFirstWeekNights = 7;
 
 // Whether the plug-in may detect a night's sleep at all. It starts deep sleep only at night (after
-// 21:00 or before about 07:50 local), with the phone off the charger, and only once it has learned
-// from a week of history. A night is eligible when some of its true sleep meets all three; the other
-// classes name the first condition that fails, in this order: first week, sleep outside the night
-// hours, charging through all of the sleep in the night hours.
-enum class NightClass { ELIGIBLE, FIRST_WEEK, OUTSIDE_WINDOW, CHARGING };
-constexpr size_t kNightClassCount = 4;
-// "eligible", "firstWeek", "outsideWindow", "charging".
+// 21:00 or before about 07:50 local), with the phone off the charger and its screen off, and only
+// once it has learned from a week of history. A night is eligible when some of its true sleep meets
+// all of these; the other classes name the first condition that fails, in this order: first week,
+// sleep outside the night hours, charging through all of the sleep in the night hours, the screen on
+// through all of what is left. What else decides a night (the model's verdict, active use, the alarm)
+// is the plug-in's judgement, not a condition of the night, so it makes no class.
+enum class NightClass { ELIGIBLE, FIRST_WEEK, OUTSIDE_WINDOW, CHARGING, SCREEN_ON };
+constexpr size_t kNightClassCount = 5;
+// "eligible", "firstWeek", "outsideWindow", "charging", "screenOn".
 const char* NightClassName(NightClass nightClass);
+// What the phone did during the night, as the trace says (normal lists).
+struct PhoneSpans {
+    SpanList charging;
+    SpanList screenOff;
+};
 // The class of the night with 0-based `index`, judged in `window` (noon to noon), from its true
-// sleep and the spans in which the phone was charging (both normal lists).
+// sleep (a normal list) and what the phone did.
 // REQUIRES: the process time zone is the night's.
-NightClass ClassifyNight(int32_t index, const TimeSpan& window, const SpanList& sleep, const SpanList& charging);
+NightClass ClassifyNight(int32_t index, const TimeSpan& window, const SpanList& sleep, const PhoneSpans& phone);
 
 // What one rule said about one night, cut to the night's window.
 struct RuleVerdict {
@@ -182,7 +189,7 @@ RunMetrics ComputeRunMetrics(const MetricsPerson& person, const Trace& trace, co
 // grouping gives the same result as merging its persons one by one.
 RunMetrics MergeMetrics(std::vector<RunMetrics> parts);
 
-// metrics.json text: {"version":2, "rules":[...], "persons":[...], "nights":[...], "summary":{...}}.
+// metrics.json text: {"version":4, "rules":[...], "persons":[...], "nights":[...], "summary":{...}}.
 // Field names are stable; see "Reading the metrics" in the README.
 std::string MetricsToJson(const RunMetrics& metrics);
 // One night of metrics.json, as its line there holds it.
@@ -222,7 +229,7 @@ std::vector<SummaryRow> GroupSummaryRows(const GroupSummary& group);
 // "-" without values.
 std::string FormatStats(const Stats& stats, int32_t decimals, Tail tail = Tail::HIGH_IS_BAD);
 
-// "nights by class: eligible N, firstWeek N, outsideWindow N, charging N".
+// "nights by class: eligible N, firstWeek N, outsideWindow N, charging N, screenOn N".
 std::string FormatClassCounts(const MetricsSummary& summary);
 // A breakdown of the eligible nights: its name in metrics.json, its title, its groups.
 struct Breakdown {

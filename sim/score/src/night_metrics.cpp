@@ -24,7 +24,7 @@ using Json = nlohmann::ordered_json;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 // 2: nights carry their class, the summary groups by class; 3: nights carry their person's persona
 // and charging habit, the summary breaks the eligible nights down by them.
-constexpr int32_t kMetricsVersion = 3;
+constexpr int32_t kMetricsVersion = 4;
 constexpr double kAwakeBandBeginMin = 21 * 60;
 constexpr double kAwakeBandEndMin = 32 * 60; // 08:00 the next morning
 constexpr double kDaysPerWeek = 7;
@@ -402,7 +402,7 @@ public:
                 return static_cast<NightClass>(nightClass);
             }
         }
-        Fail(Field(key), "one of eligible, firstWeek, outsideWindow, charging");
+        Fail(Field(key), "one of eligible, firstWeek, outsideWindow, charging, screenOn");
         return NightClass::ELIGIBLE;
     }
 
@@ -605,11 +605,13 @@ const char* NightClassName(NightClass nightClass)
         return "outsideWindow";
     case NightClass::CHARGING:
         return "charging";
+    case NightClass::SCREEN_ON:
+        return "screenOn";
     }
     return "unknown";
 }
 
-NightClass ClassifyNight(int32_t index, const TimeSpan& window, const SpanList& sleep, const SpanList& charging)
+NightClass ClassifyNight(int32_t index, const TimeSpan& window, const SpanList& sleep, const PhoneSpans& phone)
 {
     if (index < kFirstWeekNights) {
         return NightClass::FIRST_WEEK;
@@ -620,7 +622,11 @@ NightClass ClassifyNight(int32_t index, const TimeSpan& window, const SpanList& 
     if (sleepAtNight.empty()) {
         return NightClass::OUTSIDE_WINDOW;
     }
-    return SubtractSpans(sleepAtNight, charging).empty() ? NightClass::CHARGING : NightClass::ELIGIBLE;
+    const SpanList offCharger = SubtractSpans(sleepAtNight, phone.charging);
+    if (offCharger.empty()) {
+        return NightClass::CHARGING;
+    }
+    return IntersectSpans(offCharger, phone.screenOff).empty() ? NightClass::SCREEN_ON : NightClass::ELIGIBLE;
 }
 
 const std::vector<ScoreField>& ScoreFields()
@@ -676,7 +682,7 @@ RunMetrics ComputeRunMetrics(const MetricsPerson& person, const Trace& trace, co
 {
     const SpanList screenOff = phone.ScreenOff(trace.endMs);
     const SpanList idle = phone.Idle(trace.endMs);
-    const SpanList charging = phone.Charging(trace.endMs);
+    const PhoneSpans phoneSpans{phone.Charging(trace.endMs), screenOff};
     const std::vector<TimeSpan> timeOfDay = TimeOfDayRuleSpans(trace.nights, screenOff);
     std::vector<NightRecord> nights;
     for (size_t i = 0; i < trace.nights.size(); ++i) {
@@ -693,7 +699,7 @@ RunMetrics ComputeRunMetrics(const MetricsPerson& person, const Trace& trace, co
         night.awakeScreenOff = AwakeScreenOff(screenOff, night);
         night.wakeLockMs = i < wakeLockMsPerNight.size() ? wakeLockMsPerNight[i] : -1;
         night.trainings = static_cast<int32_t>(reports[i].trainingMs.size());
-        night.nightClass = ClassifyNight(night.index, night.window, night.sleep, charging);
+        night.nightClass = ClassifyNight(night.index, night.window, night.sleep, phoneSpans);
         night.verdicts[static_cast<size_t>(Rule::PLUGIN)] = PluginVerdict(reports[i]);
         night.verdicts[static_cast<size_t>(Rule::IDLE)].asleep = ClipSpans(idle, night.window);
         night.verdicts[static_cast<size_t>(Rule::TIME_OF_DAY)] = TimeOfDayVerdict(timeOfDay[i], night.window);
