@@ -122,6 +122,7 @@ TEST(TimeOfDayRuleTest, LearnsMedianBedAndWakeTimesFromEarlierNightsOfTheSameKin
         const CivilDate evening = AddDays(firstEvening, static_cast<int32_t>(i));
         NightTruth night;
         night.wakeDate = AddDays(evening, 1);
+        night.window = NoonToNoon(night.wakeDate);
         trace.nights.push_back(night);
         trace.events.push_back(EventAt(LocalTimeMs(evening, kNoonMin), TraceKind::SCREEN_ON));
         trace.events.push_back(EventAt(LocalTimeMs(evening, rests[i].bedMin), TraceKind::SCREEN_OFF));

@@ -247,6 +247,7 @@ TEST(RunMetricsTest, ANightAcrossTheSpringDaylightSavingChange)
     const auto local = [&saturday](double hour) { return LocalTimeMs(saturday, hour * 60); };
     NightTruth night;
     night.wakeDate = CivilDate{2026, 3, 29};
+    night.window = NoonToNoon(night.wakeDate);
     night.weekend = true;
     night.onsetMs = local(25); // 01:00 winter time
     night.wakeMs = local(31);  // 07:00 summer time: five real hours later

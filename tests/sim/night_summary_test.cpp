@@ -22,6 +22,7 @@ protected:
     {
         SetProcessTimeZone("UTC0");
         night_.wakeDate = CivilDate{2026, 1, 6};
+        night_.window = NoonToNoon(night_.wakeDate);
         night_.onsetMs = At(23, 0);
         night_.wakeMs = At(30, 45); // 06:45 the next morning
     }
@@ -151,6 +152,7 @@ TEST_P(NightWindowTest, EachNightReadsOnlyTheLinesOfItsWindow)
     std::vector<NightTruth> nights(3);
     for (size_t i = 0; i < nights.size(); ++i) {
         nights[i].wakeDate = CivilDate{2026, 1, static_cast<int32_t>(6 + i)};
+        nights[i].window = NoonToNoon(nights[i].wakeDate);
     }
     Timeline timeline;
     for (const auto& [hour, on] : GetParam().deep) {
@@ -191,6 +193,7 @@ TEST(NightCarryTest, AStateOnAtNoonCountsFromTheWindowsStart)
     std::vector<NightTruth> nights(3);
     for (size_t i = 0; i < nights.size(); ++i) {
         nights[i].wakeDate = CivilDate{2026, 1, static_cast<int32_t>(6 + i)};
+        nights[i].window = NoonToNoon(nights[i].wakeDate);
     }
     const auto published = [&at](int32_t hour, const std::string& action, bool on) {
         return TimelineLine{{"t", at(hour)}, {"type", TIMELINE_COMMON_EVENT}, {"action", action},

@@ -77,6 +77,7 @@ public:
     {
         NightTruth night;
         night.wakeDate = wakeDate;
+        night.window = NoonToNoon(wakeDate);
         night.bedMs = onsetMs - 20 * kMsPerMinute;
         night.phoneDownMs = onsetMs - 10 * kMsPerMinute;
         night.onsetMs = onsetMs;

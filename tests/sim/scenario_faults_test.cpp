@@ -229,8 +229,8 @@ TEST(ScenarioFaultsTest, EachNightIsJudgedInTheZoneOfItsOwnNight)
                 expected = {LocalTimeMs(AddDays(night.wakeDate, -1), kNoonMin), LocalTimeMs(night.wakeDate, kNoonMin)};
             }
             for (const Trace* trace : {&traces.faulty, &readBack}) {
-                EXPECT_EQ(trace->nights[i].Window().beginMs, expected.beginMs) << at << ", night " << i;
-                EXPECT_EQ(trace->nights[i].Window().endMs, expected.endMs) << at << ", night " << i;
+                EXPECT_EQ(trace->nights[i].window.beginMs, expected.beginMs) << at << ", night " << i;
+                EXPECT_EQ(trace->nights[i].window.endMs, expected.endMs) << at << ", night " << i;
             }
         }
         EXPECT_GT(inNewZone, 0u) << at;

@@ -12,6 +12,7 @@
 #include "report_html.h"
 #include "report_inputs.h"
 #include "report_page.h"
+#include "run_files.h"
 #include "statistics.h"
 #include "text_file.h"
 
@@ -238,7 +239,7 @@ std::vector<std::string> PopulationPersons(const std::string& dir)
 bool WritePopulationReport(const std::string& dir, std::string& error)
 {
     RunMetrics metrics;
-    if (!ReadMetricsFile(dir + "/metrics.json", metrics, error)) {
+    if (!ReadMetricsFile(dir + "/" + METRICS_FILE, metrics, error)) {
         return false;
     }
     PersonTallies tallies(dir);

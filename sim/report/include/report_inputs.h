@@ -75,8 +75,10 @@ struct RunRecord {
     std::vector<Moment> deepEnds; // note: why deep sleep stopped
     std::vector<Announcement> announcements;
     std::vector<Moment> trainings;          // note: "ok" or "failed"
-    // The run's metrics, read from metrics.json or given by the run; null when the folder has none.
-    std::shared_ptr<const RunMetrics> metrics;
+    // The run's metrics: those read from metrics.json (held in readMetrics) or those of the run that
+    // wrote the page; null when there are none.
+    const RunMetrics* metrics = nullptr;
+    std::unique_ptr<const RunMetrics> readMetrics;
 };
 
 // What the report takes from a run while it runs, so that its files need not be parsed again once
@@ -93,8 +95,9 @@ public:
     void Read(const TimelineFact& fact);
     // Reads the run's phone events, as the run passes them in order.
     void ReadEvent(const TraceEvent& event);
-    // The metrics the run wrote to metrics.json, read from memory instead of the file.
-    void UseMetrics(std::shared_ptr<const RunMetrics> metrics) { metrics_ = std::move(metrics); }
+    // The metrics the run wrote to metrics.json, read from memory instead of the file; they must
+    // outlive the record the digest fills.
+    void UseMetrics(const RunMetrics* metrics) { metrics_ = metrics; }
     // Completes the reading and moves its results (the bands of the truth and of the published
     // states, observations, deep-sleep ends, announcements, trainings, and the metrics given to
     // UseMetrics) into `record`.
@@ -104,7 +107,7 @@ public:
 private:
     struct Parts;
     const Trace& trace_;
-    std::shared_ptr<const RunMetrics> metrics_;
+    const RunMetrics* metrics_ = nullptr;
     std::unique_ptr<Parts> parts_;
 };
 

@@ -8,6 +8,7 @@
 
 #include "compressed_file.h"
 #include "night_summary.h"
+#include "run_files.h"
 #include "trace_reader.h"
 
 namespace OHOS::Sim {
@@ -358,19 +359,20 @@ bool ReadRunFolder(const std::string& dir, RunRecord& record, std::string& error
         phone.Finish();
         TimelineReader timeline(record);
         if (!ForEachJsonLine(
-                StoredFormOf(dir + "/timeline.jsonl"),
+                StoredFormOf(dir + "/" + TIMELINE_FILE),
                 [&timeline](const TimelineLine& line) { timeline.Read(ReadTimelineFact(line)); }, error)) {
             return false;
         }
         timeline.Finish();
     }
-    const std::string metricsPath = dir + "/metrics.json";
+    const std::string metricsPath = dir + "/" + METRICS_FILE;
     if (record.metrics == nullptr && FileExists(metricsPath)) {
-        auto metrics = std::make_shared<RunMetrics>();
+        auto metrics = std::make_unique<RunMetrics>();
         if (!ReadMetricsFile(metricsPath, *metrics, error)) {
             return false;
         }
-        record.metrics = std::move(metrics);
+        record.metrics = metrics.get();
+        record.readMetrics = std::move(metrics);
     }
     if (record.metrics != nullptr) {
         AttachMetrics(record);

@@ -8,6 +8,7 @@
 
 #include "night_metrics.h"
 #include "night_summary.h"
+#include "run_files.h"
 #include "scenario.h"
 #include "trace.h"
 
@@ -42,14 +43,7 @@ struct SimResult {
     RunMetrics metrics; // the plug-in and the yardstick rules against the truth
 };
 
-// Output files inside SimOptions::outDir.
-inline const std::string TIMELINE_FILE = "timeline.jsonl";
-inline const std::string TRACE_FILE = "trace.jsonl";
-inline const std::string SUMMARY_FILE = "summary.txt";
-inline const std::string METRICS_FILE = "metrics.json";
-inline const std::string SCENARIO_FILE = "scenario.json";
-inline const std::string LOG_FILE = "sleepsim.log";
-inline const std::string DATA_DIR = "data";
+// Output files inside SimOptions::outDir: see run_files.h.
 
 // Runs one scenario end to end on virtual time: generates the person's trace, installs a virtual
 // clock and handler for the host, the simulated phone and the notification service, sets the time

@@ -140,8 +140,7 @@ private:
         if (!ReadInRun()) {
             return WriteRunReport(options_.outDir, result.error);
         }
-        // Not owned: the result outlives the page written from it.
-        runRead_.UseMetrics(std::shared_ptr<const RunMetrics>(std::shared_ptr<const RunMetrics>(), &result.metrics));
+        runRead_.UseMetrics(&result.metrics);
         return WriteRunReport(options_.outDir, result.error, &runRead_);
     }
 
@@ -329,8 +328,8 @@ private:
     {
         if (lockBoundaries_.empty()) {
             for (const NightTruth& night : trace_.nights) {
-                lockBoundaries_.insert(night.Window().beginMs);
-                lockBoundaries_.insert(night.Window().endMs);
+                lockBoundaries_.insert(night.window.beginMs);
+                lockBoundaries_.insert(night.window.endMs);
             }
         }
         for (auto it = lockBoundaries_.upper_bound(lastLockSampleMs_); it != lockBoundaries_.end() && *it <= untilMs;
@@ -348,8 +347,8 @@ private:
     {
         std::vector<int64_t> perNight;
         for (const NightTruth& night : trace_.nights) {
-            const auto begin = lockHeldAtMs_.find(night.Window().beginMs);
-            const auto end = lockHeldAtMs_.find(night.Window().endMs);
+            const auto begin = lockHeldAtMs_.find(night.window.beginMs);
+            const auto end = lockHeldAtMs_.find(night.window.endMs);
             const bool known = begin != lockHeldAtMs_.end() && end != lockHeldAtMs_.end();
             perNight.push_back(known ? end->second - begin->second : -1);
         }

@@ -204,18 +204,6 @@ bool MetricsFromJson(const std::string& text, RunMetrics& metrics, std::string& 
 // False with an error naming the file when it is missing, not JSON, or has a bad field.
 bool ReadMetricsFile(const std::string& path, RunMetrics& metrics, std::string& error);
 
-// MetricsFromJson in parts: each entry of "nights" as it is read, then the rest of the file (its
-// "nights" holding them or emptied of them: only its kind is checked).
-class MetricsJsonReader {
-public:
-    void AddNight(const nlohmann::ordered_json& entry);
-    bool Finish(const nlohmann::ordered_json& rest, RunMetrics& metrics, std::string& error);
-
-private:
-    std::vector<NightRecord> nights_;
-    std::string nightError_; // the first bad night's
-};
-
 // One line of a group's summary table: what it shows and its text for each rule (missed nights,
 // every score as "median / tail (count)" and a signed error's size as "median / p90 (count)",
 // nights with each state).

@@ -185,7 +185,7 @@ std::vector<TimeSpan> TimeOfDayRuleSpans(const std::vector<NightTruth>& nights, 
     std::vector<LearnedRest> history;
     std::vector<TimeSpan> guesses;
     for (const NightTruth& night : nights) {
-        const TimeSpan window = night.Window();
+        const TimeSpan window = night.window;
         guesses.push_back(GuessFromHistory(history, window));
         const std::optional<TimeSpan> rest = ScreenRestOfNight(screenOff, window);
         if (rest) {

@@ -535,6 +535,50 @@ std::string FormatPair(int32_t count, double middle, double tail, int32_t decima
     return text;
 }
 
+// MetricsFromJson in parts: each entry of "nights" as it is read, then the rest of the file (its
+// "nights" holding them or emptied of them: only its kind is checked).
+class MetricsJsonReader {
+public:
+    void AddNight(const Json& entry)
+    {
+        if (!nightError_.empty()) {
+            return;
+        }
+        const std::string where = "metrics.nights[" + std::to_string(nights_.size()) + "]";
+        NightRecord night = ReadNight(entry, where, nightError_);
+        if (nightError_.empty()) {
+            nights_.push_back(std::move(night));
+        }
+    }
+
+    bool Finish(const Json& rest, RunMetrics& metrics, std::string& error)
+    {
+        error.clear();
+        FieldReader reader(rest, "metrics", error);
+        const int64_t version = reader.Integer("version");
+        if (error.empty() && version != kMetricsVersion) {
+            error = "metrics.version " + std::to_string(version) + " is not supported (expected " +
+                    std::to_string(kMetricsVersion) + ")";
+        }
+        const Json* list = reader.Find("nights");
+        if (error.empty() && list != nullptr && !list->is_array()) {
+            error = "metrics.nights must be a list";
+        }
+        if (error.empty()) {
+            error = nightError_;
+        }
+        if (!error.empty()) {
+            return false;
+        }
+        metrics = ::OHOS::Sim::Finish(std::move(nights_));
+        return true;
+    }
+
+private:
+    std::vector<NightRecord> nights_;
+    std::string nightError_; // the first bad night's
+};
+
 } // namespace
 
 std::string FormatStats(const Stats& stats, int32_t decimals, Tail tail)
@@ -694,7 +738,7 @@ RunMetrics ComputeRunMetrics(const MetricsPerson& person, const Trace& trace, co
         night.night = FormatCivilDate(truth.wakeDate);
         night.index = static_cast<int32_t>(i);
         night.weekend = truth.weekend;
-        night.window = truth.Window();
+        night.window = truth.window;
         night.sleep = NormaliseSpans(truth.SleepSpans());
         night.awakeScreenOff = AwakeScreenOff(screenOff, night);
         night.wakeLockMs = i < wakeLockMsPerNight.size() ? wakeLockMsPerNight[i] : -1;
@@ -795,41 +839,6 @@ bool ReadMetricsFile(const std::string& path, RunMetrics& metrics, std::string& 
         error = "'" + path + "': " + error;
         return false;
     }
-    return true;
-}
-
-void MetricsJsonReader::AddNight(const Json& entry)
-{
-    if (!nightError_.empty()) {
-        return;
-    }
-    const std::string where = "metrics.nights[" + std::to_string(nights_.size()) + "]";
-    NightRecord night = ReadNight(entry, where, nightError_);
-    if (nightError_.empty()) {
-        nights_.push_back(std::move(night));
-    }
-}
-
-bool MetricsJsonReader::Finish(const Json& rest, RunMetrics& metrics, std::string& error)
-{
-    error.clear();
-    FieldReader reader(rest, "metrics", error);
-    const int64_t version = reader.Integer("version");
-    if (error.empty() && version != kMetricsVersion) {
-        error = "metrics.version " + std::to_string(version) + " is not supported (expected " +
-                std::to_string(kMetricsVersion) + ")";
-    }
-    const Json* list = reader.Find("nights");
-    if (error.empty() && list != nullptr && !list->is_array()) {
-        error = "metrics.nights must be a list";
-    }
-    if (error.empty()) {
-        error = nightError_;
-    }
-    if (!error.empty()) {
-        return false;
-    }
-    metrics = ::OHOS::Sim::Finish(std::move(nights_));
     return true;
 }
 

@@ -133,7 +133,7 @@ void NightSummaries::Read(const TimelineFact& fact)
         waiting_.push_back(fact);
     }
     const int64_t t = fact.timeMs;
-    while (reports_.size() < nights_.size() && t >= nights_[reports_.size()].Window().endMs) {
+    while (reports_.size() < nights_.size() && t >= nights_[reports_.size()].window.endMs) {
         SummariseNext();
     }
 }
@@ -151,7 +151,7 @@ void NightSummaries::SummariseNext()
 {
     NightReport report;
     report.truth = nights_[reports_.size()];
-    const auto [begin, end] = report.truth.Window();
+    const auto [begin, end] = report.truth.window;
     NightReport before; // what facts before the window would say: only the states they leave on count
     while (!waiting_.empty() && waiting_.front().timeMs < begin) {
         TrackState(waiting_.front(), begin, open_, before);

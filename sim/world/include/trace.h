@@ -58,14 +58,13 @@ struct NightTruth {
     int64_t wakeMs = 0;               // woke up for the day
     int64_t alarmMs = -1;             // the morning alarm, -1 when none
     std::vector<TimeSpan> awakenings; // awake periods within [onsetMs, wakeMs], in order, disjoint
-    TimeSpan window{0, 0};            // where PlaceNightWindows placed it; empty until then
+    // The window the night is judged in, placed by PlaceNightWindows: from the noon before it to
+    // the noon of the day it ends, local wall-clock noons (so 23 or 25 hours across a daylight-saving
+    // change) in the zone in force that night. Empty until placed.
+    TimeSpan window{0, 0};
 
     // The asleep spans: [onset, wake] with the awakenings cut out.
     std::vector<TimeSpan> SleepSpans() const;
-    // The window the night is judged in: from the noon before it to the noon of the day it ends,
-    // local wall-clock noons (so 23 or 25 hours across a daylight-saving change) in the zone in force
-    // that night. A night not placed takes the noons of the process's zone.
-    TimeSpan Window() const;
 };
 
 using TraceEventVisitor = std::function<void(const TraceEvent&)>;
@@ -82,6 +81,8 @@ struct Trace {
     void ForEachEvent(const TraceEventVisitor& visit) const;
 };
 
+// From the noon before `wakeDate` to its noon, in the process's time zone.
+TimeSpan NoonToNoon(const CivilDate& wakeDate);
 // Places every night's window in the zone in force at its true onset: `startZone`, or the zone of the
 // last time-zone event before the onset.
 void PlaceNightWindows(Trace& trace, const std::string& startZone);

@@ -41,11 +41,8 @@ Json NightInstantsJson(const NightTruth& night)
 }
 } // namespace
 
-TimeSpan NightTruth::Window() const
+TimeSpan NoonToNoon(const CivilDate& wakeDate)
 {
-    if (window.endMs > window.beginMs) {
-        return window;
-    }
     return TimeSpan{LocalTimeMs(AddDays(wakeDate, -1), kNoonMin), LocalTimeMs(wakeDate, kNoonMin)};
 }
 
@@ -64,8 +61,7 @@ void PlaceNightWindows(Trace& trace, const std::string& startZone)
             zone = zoneOfNight;
             SetProcessTimeZone(zone);
         }
-        night.window = TimeSpan{};
-        night.window = night.Window();
+        night.window = NoonToNoon(night.wakeDate);
     }
 }
 
