@@ -173,11 +173,13 @@ void SleepDetection::PostSelfTask(void (SleepDetection::*method)(), const std::s
 
 void SleepDetection::HandleScreenOn()
 {
+    mNightWakeBridge.OnScreenOn(Now(), mLastSleepState);
     mHandler->RemoveTask(LOOP_TASK_NAME);
 }
 
 void SleepDetection::HandleScreenOff()
 {
+    mNightWakeBridge.OnScreenOff(Now());
     std::shared_ptr<SleepDetection> self = LockSelf();
     mHandler->PostTask(
         [self]() {
@@ -352,6 +354,7 @@ void SleepDetection::HandleFinishCollect(SleepDataRecord& record)
     } else {
         SendSleepStateMessage(mLastSleepState, mWakeUpTimestamp);
     }
+    mNightWakeBridge.OnJudged(mNowCollectedData);
     if (mDeviceState->IsCharging()) {
         CountUnsleepReason(UNSLEEP_REASON_CHARGING);
     }
@@ -369,20 +372,22 @@ void SleepDetection::HandleFinishCollect(SleepDataRecord& record)
 
 void SleepDetection::GetSleepMetholdPredictResult()
 {
-    mUserSleepPredict->UpdateSleepProByWeekType(mNowCollectedData.weekType);
-    mBaselineResult = mUserSleepPredict->SleepBaselinePredict(mLastCollectedData, mNowCollectedData);
+    SleepDataRecord judged = mNightWakeBridge.JudgedRecord(mNowCollectedData);
+    mUserSleepPredict->UpdateSleepProByWeekType(judged.weekType);
+    mBaselineResult = mUserSleepPredict->SleepBaselinePredict(mLastCollectedData, judged);
     float notificationProbability = GetNotiProbThisNight();
     bool isNegativeFeedback = IsEnableNegativeFeedbackMode();
-    mWakeUpTimestamp = mUserSleepPredict->WakeUpPredict(mNowCollectedData, notificationProbability, isNegativeFeedback);
-    mBayesResult = DoBayesPredict();
+    mWakeUpTimestamp = mUserSleepPredict->WakeUpPredict(judged, notificationProbability, isNegativeFeedback);
+    mBayesResult = DoBayesPredict(judged);
+    mNowCollectedData.timeSleepProbability = judged.timeSleepProbability;
 }
 
-int32_t SleepDetection::DoBayesPredict()
+int32_t SleepDetection::DoBayesPredict(SleepDataRecord& judged)
 {
     if (mLoadModelResult != 0) {
         return BAYES_UNAVAILABLE;
     }
-    return mUserSleepPredict->SleepBayesPredict(mLastCollectedData, mNowCollectedData);
+    return mUserSleepPredict->SleepBayesPredict(mLastCollectedData, judged);
 }
 
 bool SleepDetection::IsBayesAvailable()
