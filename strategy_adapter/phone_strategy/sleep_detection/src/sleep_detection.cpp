@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "device_state.h"
+#include "night_clock.h"
 #include "sleep_data_collecter.h"
 #include "sleep_database_manager.h"
 #include "sleep_log.h"
@@ -259,7 +260,7 @@ void SleepDetection::HandleScreenStateChange(int32_t state)
 
 bool SleepDetection::IsPredictTime(int64_t timestamp)
 {
-    float hour = TimeProviderExt::TimestampToDayHour(timestamp);
+    float hour = NightClock::NightHour(timestamp);
     if (hour >= NIGHT_START_HOUR || hour < NIGHT_END_HOUR) {
         return true;
     }
@@ -303,7 +304,7 @@ bool SleepDetection::IsMeetDayDataCollectCondition()
     if (now < mLastDayCollectTime + COLLECT_INTERVAL_MS) {
         return false;
     }
-    float hour = TimeProviderExt::TimestampToDayHour(now);
+    float hour = NightClock::NightHour(now);
     if (hour <= NIGHT_END_HOUR || hour >= NIGHT_START_HOUR) {
         return false;
     }
@@ -414,7 +415,7 @@ bool SleepDetection::IsEnhanceModelSleep()
     }
     int32_t longest = std::max(mNowCollectedData.stationaryDuration, mNowCollectedData.screenOffDuration);
     return longest >= ENHANCE_MIN_STILL_OR_DARK_SEC &&
-           TimeProviderExt::TimestampToDayHour(mNowCollectedData.timestamp) < ENHANCE_END_HOUR;
+           NightClock::NightHour(mNowCollectedData.timestamp) < ENHANCE_END_HOUR;
 }
 
 void SleepDetection::UpdateIsEnhanceModelBetter()

@@ -5,6 +5,7 @@
 #include "common_event_manager.h"
 #include "detector_variants.h"
 #include "device_state.h"
+#include "night_clock.h"
 #include "notification_helper.h"
 #include "parameters.h"
 #include "sleep_data_record.h"
@@ -476,7 +477,7 @@ bool UserSleepStrategy::IsMeetStartDeepSleepNotCareChargingByAICondition()
 
 bool UserSleepStrategy::IsDayTime()
 {
-    float hour = TimeProviderExt::TimestampToDayHour(Now());
+    float hour = NightClock::NightHour(Now());
     return hour >= kDayStartHour && hour <= kNightStartHour;
 }
 
