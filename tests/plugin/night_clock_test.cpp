@@ -16,8 +16,6 @@
 namespace OHOS::DevStandbyMgr {
 namespace {
 
-namespace Emulator = OHOS::Emulator;
-
 constexpr int32_t kSlotsPerHour = 12;
 constexpr int64_t kHourMs = 3600000;
 constexpr int64_t kWednesdayMs = 1736899200000; // 2025-01-15 00:00 UTC
