@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -15,6 +16,7 @@
 #include "hisysevent.h"
 #include "notification_helper.h"
 #include "parameters.h"
+#include "scoped_detector_variants.h"
 #include "scoped_time_zone.h"
 #include "simulated_phone.h"
 #include "sleep_database_manager.h"
@@ -349,6 +351,35 @@ TEST_P(StopTest, LightSleepEnds)
     EXPECT_TRUE(log_.HasText(std::string("stop user light slp because of ") + stopCase.reasonText));
 }
 
+// With not-care-charge from behaviour on, the state that an asleep verdict started on the charger
+// ends wherever deep sleep would end, with the same wake time, and takes its day clock with it. A
+// light-sleep or deep-sleep verdict cannot start either state on the charger, so it ends nothing.
+TEST_P(StopTest, NotCareChargeFromBehaviourEndsWhereDeepSleepWould)
+{
+    const StopCase& stopCase = GetParam();
+    ScopedDetectorVariants variants{DetectorVariant::NOT_CARE_CHARGE_FROM_BEHAVIOUR};
+    Start();
+    SetCharging(true);
+    ScreenOff();
+    Asleep(kWakeup);
+    ASSERT_EQ(published_, (Events{{kNotCareAction, true, kWakeup}}));
+    ASSERT_TRUE(handler_->HasTask(kDayClockTask));
+    published_.clear();
+    const int64_t stopAt = Now();
+    stopCase.stop(*this);
+    const std::string name = stopCase.name;
+    if (stopCase.deepReason == 0 || name == "LightSleepStarts") {
+        EXPECT_TRUE(published_.empty());
+        EXPECT_EQ(Param(kNotCareParam), "sleep");
+        EXPECT_TRUE(handler_->HasTask(kDayClockTask));
+        return;
+    }
+    EXPECT_EQ(published_, (Events{{kNotCareAction, false, stopCase.wakeTimeIsNow ? stopAt : -1}}));
+    EXPECT_EQ(Param(kNotCareParam), "unsleep");
+    EXPECT_FALSE(Pref(SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI));
+    EXPECT_FALSE(handler_->HasTask(kDayClockTask));
+}
+
 INSTANTIATE_TEST_SUITE_P(Reasons, StopTest,
     ::testing::Values(StopCase{"Awake", [](StrategyTest& t) { t.Send<int64_t>(2002, "", "wakeupTime", -1); }, -1, -1,
                           "SleepDetection", false},
@@ -402,6 +433,79 @@ TEST_F(StrategyTest, ChargingBlocksDeepSleepButNotTheNotCareChargeState)
         EXPECT_EQ(Param(kNotCareParam), "unsleep");
         EXPECT_FALSE(Pref(SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI));
     }
+}
+
+// An asleep or light-sleep verdict under each switch and situation, and what it publishes.
+struct BehaviourStartCase {
+    const char* name;
+    bool switchOn, charging, screenOff, lightVerdict;
+    int hour;
+    Events expected;
+};
+
+class NotCareChargeFromBehaviourStartTest : public StrategyTest,
+                                            public ::testing::WithParamInterface<BehaviourStartCase> {};
+
+TEST_P(NotCareChargeFromBehaviourStartTest, StartsOnlyWhenTheChargerAloneKeepsDeepSleepAway)
+{
+    const BehaviourStartCase& c = GetParam();
+    std::optional<ScopedDetectorVariants> variants;
+    if (c.switchOn) {
+        variants.emplace(std::initializer_list<DetectorVariant>{DetectorVariant::NOT_CARE_CHARGE_FROM_BEHAVIOUR});
+    }
+    clock_.Get().SetWallTimeMs(LocalMs(2024, 3, 11, c.hour, 0));
+    Start();
+    SetCharging(c.charging);
+    if (c.screenOff) {
+        ScreenOff();
+    }
+    c.lightVerdict ? LightAsleep() : Asleep(kWakeup);
+    EXPECT_EQ(published_, c.expected);
+    const bool notCareCharge = !c.expected.empty() && std::get<0>(c.expected[0]) == kNotCareAction;
+    EXPECT_EQ(Param(kNotCareParam), notCareCharge ? "sleep" : "<unset>");
+    EXPECT_EQ(Pref(SleepSharedPref::USER_SLEEPING_NOT_CARE_CHARGE_AI), notCareCharge);
+    EXPECT_EQ(handler_->HasTask(kDayClockTask), !c.expected.empty() && !c.lightVerdict);
+}
+
+INSTANTIATE_TEST_SUITE_P(Situations, NotCareChargeFromBehaviourStartTest,
+    ::testing::Values(BehaviourStartCase{"SwitchOff", false, true, true, false, 23, {}},
+        BehaviourStartCase{"ChargingAtNight", true, true, true, false, 23, {{kNotCareAction, true, kWakeup}}},
+        BehaviourStartCase{"OffTheCharger", true, false, true, false, 23, {{kDeepAction, true, kWakeup}}},
+        BehaviourStartCase{"OffTheChargerSwitchOff", false, false, true, false, 23, {{kDeepAction, true, kWakeup}}},
+        BehaviourStartCase{"ScreenOn", true, true, false, false, 23, {}},
+        BehaviourStartCase{"DayTime", true, true, true, false, 12, {}},
+        BehaviourStartCase{"LightVerdict", true, true, true, true, 23, {}},
+        BehaviourStartCase{"LightVerdictOffTheCharger", true, false, true, true, 23, {{kLightAction, true, -2}}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// Unplugged, the not-care-charge state that behaviour started ends at once and the ordinary rules
+// take over: the next asleep verdict starts deep sleep. Without the switch an unplug, an awake
+// verdict or an unlock leave a not-care-charge state alone (only the dump ends it).
+TEST_F(StrategyTest, UnplugHandsNotCareChargeFromBehaviourOverToDeepSleep)
+{
+    {
+        ScopedDetectorVariants variants{DetectorVariant::NOT_CARE_CHARGE_FROM_BEHAVIOUR};
+        Start();
+        SetCharging(true);
+        ScreenOff();
+        Asleep(kWakeup);
+        SetCharging(false);
+        const int64_t unpluggedAt = Now();
+        SendCommonEvent(CommonEventSupport::COMMON_EVENT_POWER_DISCONNECTED);
+        EXPECT_FALSE(handler_->HasTask(kDayClockTask));
+        Asleep(kWakeup);
+        EXPECT_EQ(published_, (Events{{kNotCareAction, true, kWakeup}, {kNotCareAction, false, unpluggedAt},
+                                  {kDeepAction, true, kWakeup}}));
+    }
+    SetCharging(true);
+    SleepDump("exit");
+    SleepDump("into");
+    published_.clear();
+    SendCommonEvent(CommonEventSupport::COMMON_EVENT_POWER_DISCONNECTED);
+    Send(2002);
+    Unlock();
+    EXPECT_TRUE(published_.empty());
+    EXPECT_EQ(Param(kNotCareParam), "sleep");
 }
 
 // A deep sleep that nothing else ends is ended at the next 07:15 on the local wall clock, spread by

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "event_handler.h"
+#include "night_wake_bridge.h"
 #include "sleep_data_record.h"
 #include "sleep_log.h"
 #include "sleep_table.h"
@@ -91,8 +92,9 @@ public:
     // Prediction of one observation.
     // The whole decision for one observation: predictions, sleep message, reasons, buffering.
     void HandleFinishCollect(SleepDataRecord& record);
+    // Runs the predictors on the observation as judged (see NightWakeBridge).
     void GetSleepMetholdPredictResult();
-    int32_t DoBayesPredict();
+    int32_t DoBayesPredict(SleepDataRecord& judged);
     bool IsBayesAvailable();
     bool IsUserSleep();
     bool IsEnhanceModelSleep();
@@ -224,6 +226,8 @@ private:
     std::shared_ptr<AppExecFwk::EventHandler> mHandler;
     std::shared_ptr<SleepDataCollecter> mDataCollecter;
     std::shared_ptr<UserSleepPredict> mUserSleepPredict;
+    // Short night wakes, for the quick-resume variant.
+    NightWakeBridge mNightWakeBridge;
 };
 
 } // namespace OHOS::DevStandbyMgr

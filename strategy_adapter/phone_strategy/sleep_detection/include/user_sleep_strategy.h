@@ -111,6 +111,12 @@ private:
     void RestoreStatesAfterRestart(SleepLogSite site = SleepLogSite::Caller());
     void EndEasyWakeupSleep(const char* reasonLog, SleepLogSite site = SleepLogSite::Caller());
     void ReportDeepSleepChange(int32_t value);
+    // Not-care-charge from behaviour (an opt-in detector variant): an asleep verdict that only the
+    // charger keeps from deep sleep starts the not-care-charge state with its own day clock; every
+    // deep-sleep stop and a power disconnect end it. Without the variant these do nothing.
+    bool IsMeetStartNotCareChargeFromBehaviourCondition();
+    void StartNotCareChargeFromBehaviour(int64_t wakeupTime);
+    void StopNotCareChargeFromBehaviour(int64_t wakeupTime);
 
     bool isUserDeepSleep_ = false;
     bool isUserDeepSleepNotCareCharge_ = false;

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "device_state.h"
+#include "night_clock.h"
 #include "sleep_data_collecter.h"
 #include "sleep_database_manager.h"
 #include "sleep_log.h"
@@ -173,11 +174,13 @@ void SleepDetection::PostSelfTask(void (SleepDetection::*method)(), const std::s
 
 void SleepDetection::HandleScreenOn()
 {
+    mNightWakeBridge.OnScreenOn(Now(), mLastSleepState);
     mHandler->RemoveTask(LOOP_TASK_NAME);
 }
 
 void SleepDetection::HandleScreenOff()
 {
+    mNightWakeBridge.OnScreenOff(Now());
     std::shared_ptr<SleepDetection> self = LockSelf();
     mHandler->PostTask(
         [self]() {
@@ -257,7 +260,7 @@ void SleepDetection::HandleScreenStateChange(int32_t state)
 
 bool SleepDetection::IsPredictTime(int64_t timestamp)
 {
-    float hour = TimeProviderExt::TimestampToDayHour(timestamp);
+    float hour = NightClock::NightHour(timestamp);
     if (hour >= NIGHT_START_HOUR || hour < NIGHT_END_HOUR) {
         return true;
     }
@@ -301,7 +304,7 @@ bool SleepDetection::IsMeetDayDataCollectCondition()
     if (now < mLastDayCollectTime + COLLECT_INTERVAL_MS) {
         return false;
     }
-    float hour = TimeProviderExt::TimestampToDayHour(now);
+    float hour = NightClock::NightHour(now);
     if (hour <= NIGHT_END_HOUR || hour >= NIGHT_START_HOUR) {
         return false;
     }
@@ -352,6 +355,7 @@ void SleepDetection::HandleFinishCollect(SleepDataRecord& record)
     } else {
         SendSleepStateMessage(mLastSleepState, mWakeUpTimestamp);
     }
+    mNightWakeBridge.OnJudged(mNowCollectedData);
     if (mDeviceState->IsCharging()) {
         CountUnsleepReason(UNSLEEP_REASON_CHARGING);
     }
@@ -369,20 +373,22 @@ void SleepDetection::HandleFinishCollect(SleepDataRecord& record)
 
 void SleepDetection::GetSleepMetholdPredictResult()
 {
-    mUserSleepPredict->UpdateSleepProByWeekType(mNowCollectedData.weekType);
-    mBaselineResult = mUserSleepPredict->SleepBaselinePredict(mLastCollectedData, mNowCollectedData);
+    SleepDataRecord judged = mNightWakeBridge.JudgedRecord(mNowCollectedData);
+    mUserSleepPredict->UpdateSleepProByWeekType(judged.weekType);
+    mBaselineResult = mUserSleepPredict->SleepBaselinePredict(mLastCollectedData, judged);
     float notificationProbability = GetNotiProbThisNight();
     bool isNegativeFeedback = IsEnableNegativeFeedbackMode();
-    mWakeUpTimestamp = mUserSleepPredict->WakeUpPredict(mNowCollectedData, notificationProbability, isNegativeFeedback);
-    mBayesResult = DoBayesPredict();
+    mWakeUpTimestamp = mUserSleepPredict->WakeUpPredict(judged, notificationProbability, isNegativeFeedback);
+    mBayesResult = DoBayesPredict(judged);
+    mNowCollectedData.timeSleepProbability = judged.timeSleepProbability;
 }
 
-int32_t SleepDetection::DoBayesPredict()
+int32_t SleepDetection::DoBayesPredict(SleepDataRecord& judged)
 {
     if (mLoadModelResult != 0) {
         return BAYES_UNAVAILABLE;
     }
-    return mUserSleepPredict->SleepBayesPredict(mLastCollectedData, mNowCollectedData);
+    return mUserSleepPredict->SleepBayesPredict(mLastCollectedData, judged);
 }
 
 bool SleepDetection::IsBayesAvailable()
@@ -409,7 +415,7 @@ bool SleepDetection::IsEnhanceModelSleep()
     }
     int32_t longest = std::max(mNowCollectedData.stationaryDuration, mNowCollectedData.screenOffDuration);
     return longest >= ENHANCE_MIN_STILL_OR_DARK_SEC &&
-           TimeProviderExt::TimestampToDayHour(mNowCollectedData.timestamp) < ENHANCE_END_HOUR;
+           NightClock::NightHour(mNowCollectedData.timestamp) < ENHANCE_END_HOUR;
 }
 
 void SleepDetection::UpdateIsEnhanceModelBetter()

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "night_clock.h"
 #include "sleep_database_manager.h"
 #include "sleep_log.h"
 #include "sleep_table.h"
@@ -83,6 +84,7 @@ int32_t UserSleepPredict::LoadModel()
 
 int32_t UserSleepPredict::LoadProbability()
 {
+    NightClock::Forget();
     if (LoadProbabilityByWeekType(timeSleepProbaWeekday, WEEKDAY_COLUMN) != MODEL_LOAD_OK) {
         STANDBYSERVICE_LOGE("meet error when load slp Proba Times of weekday type");
         return MODEL_TABLE_UNAVAILABLE;
@@ -91,6 +93,7 @@ int32_t UserSleepPredict::LoadProbability()
         STANDBYSERVICE_LOGE("meet error when load slp Proba Times of weekend type");
         return MODEL_TABLE_UNAVAILABLE;
     }
+    NightClock::LearnSleepCentre(timeSleepProbaWeekday, timeSleepProbaWeekend);
     return MODEL_LOAD_OK;
 }
 
@@ -189,7 +192,7 @@ int32_t UserSleepPredict::SleepBayesPredict(const SleepDataRecord& last, SleepDa
     if (IsNearClock(cur.timestamp, cur.nextAlarmClockTime)) {
         return 0;
     }
-    float hour = TimeProviderExt::TimestampToDayHour(cur.timestamp);
+    float hour = NightClock::NightHour(cur.timestamp);
     if (IsDayTime(hour)) {
         return 0;
     }
@@ -274,7 +277,7 @@ bool UserSleepPredict::IsUnsleepWhenUserStatValid(const SleepDataRecord& cur) co
     constexpr int32_t shortStillSec = 600;
     constexpr int32_t shortScreenOffSec = 3600;
     constexpr int32_t halfHourSec = 1800;
-    float hour = TimeProviderExt::TimestampToDayHour(cur.timestamp);
+    float hour = NightClock::NightHour(cur.timestamp);
     if (cur.stationaryDuration < shortStillSec && cur.screenOffDuration < shortScreenOffSec) {
         return true;
     }
@@ -295,7 +298,7 @@ bool UserSleepPredict::IsUnsleepForBayes(const SleepDataRecord& cur) const
             return true;
         }
         float proba = SlotProbability(cur.timestamp);
-        float hour = TimeProviderExt::TimestampToDayHour(cur.timestamp);
+        float hour = NightClock::NightHour(cur.timestamp);
         if (proba < likelySleepProba && (hour >= MORNING_HOUR || proba < SLEEP_SLOT_THRESHOLD)) {
             return true;
         }
@@ -328,7 +331,7 @@ int32_t UserSleepPredict::TryUseAmbientForBayesPredict(
     if (cur.proximity <= COVERED_PROXIMITY && cur.light <= coveredDarkLux) {
         return -1;
     }
-    float hour = TimeProviderExt::TimestampToDayHour(cur.timestamp);
+    float hour = NightClock::NightHour(cur.timestamp);
     if (hour >= MORNING_HOUR && hour < NIGHT_START_HOUR) {
         return -1;
     }
@@ -386,7 +389,7 @@ int32_t UserSleepPredict::CalculateBayesPredictResult(float a, float b) const
 
 int32_t UserSleepPredict::SleepBaselinePredict(const SleepDataRecord& last, const SleepDataRecord& cur)
 {
-    float hour = TimeProviderExt::TimestampToDayHour(cur.timestamp);
+    float hour = NightClock::NightHour(cur.timestamp);
     if (IsNearClock(cur.timestamp, cur.nextAlarmClockTime) || IsDayTime(hour)) {
         return 0;
     }

@@ -3,7 +3,9 @@
 #include <map>
 
 #include "common_event_manager.h"
+#include "detector_variants.h"
 #include "device_state.h"
+#include "night_clock.h"
 #include "notification_helper.h"
 #include "parameters.h"
 #include "sleep_data_record.h"
@@ -262,6 +264,8 @@ void UserSleepStrategy::HandleCommonEvent(const StandbyMessage& message)
     } else if (action == CommonEventSupport::COMMON_EVENT_POWER_CONNECTED) {
         HandleStopDeepSleepByAI(Now(), kReasonUsbConnected);
         HandleStopLightSleepByAI(kReasonUsbConnected);
+    } else if (action == CommonEventSupport::COMMON_EVENT_POWER_DISCONNECTED) {
+        StopNotCareChargeFromBehaviour(Now());
     } else if (action == CommonEventSupport::COMMON_EVENT_CALL_STATE_CHANGED) {
         HandleCallStateChanged(message);
     } else if (action == CommonEventSupport::COMMON_EVENT_USER_SWITCHED ||
@@ -339,6 +343,8 @@ void UserSleepStrategy::HandleStartDeepSleepByAI(int64_t wakeupTime)
         STANDBYSERVICE_LOGI("starting device long standby AI");
         ReportDeepSleepChange(kReportDeepSleepStarted);
         SetDayClockMessageByAI();
+    } else if (IsMeetStartNotCareChargeFromBehaviourCondition()) {
+        StartNotCareChargeFromBehaviour(wakeupTime);
     }
     if (IsDayTime()) {
         HandleStopDeepSleepByAI(wakeupTime, kReasonSleepDetection);
@@ -356,6 +362,7 @@ void UserSleepStrategy::HandleStartDeepSleepByAI(int64_t wakeupTime)
 
 void UserSleepStrategy::HandleStopDeepSleepByAI(int64_t wakeupTime, int32_t reason)
 {
+    StopNotCareChargeFromBehaviour(wakeupTime);
     if (!isUserDeepSleep_) {
         return;
     }
@@ -421,6 +428,31 @@ void UserSleepStrategy::HandleStopDeepSleepNotCareChargingByAI(int64_t wakeupTim
     UpdateUserDeepSleepStateNotCareChargingByAI(false);
 }
 
+bool UserSleepStrategy::IsMeetStartNotCareChargeFromBehaviourCondition()
+{
+    return IsDetectorVariantOn(DetectorVariant::NOT_CARE_CHARGE_FROM_BEHAVIOUR) && !isUserDeepSleep_ && IsCharging() &&
+           IsMeetStartDeepSleepNotCareChargingByAICondition();
+}
+
+void UserSleepStrategy::StartNotCareChargeFromBehaviour(int64_t wakeupTime)
+{
+    HandleStartDeepSleepNotCareChargingByAI(wakeupTime);
+    STANDBYSERVICE_LOGI("starting not care charge sleep because the user sleeps while charging");
+    SetDayClockMessageByAI();
+}
+
+void UserSleepStrategy::StopNotCareChargeFromBehaviour(int64_t wakeupTime)
+{
+    if (!IsDetectorVariantOn(DetectorVariant::NOT_CARE_CHARGE_FROM_BEHAVIOUR) || !isUserDeepSleepNotCareCharge_) {
+        return;
+    }
+    HandleStopDeepSleepNotCareChargingByAI(wakeupTime);
+    STANDBYSERVICE_LOGI("stopping not care charge sleep where deep sleep would stop");
+    if (!isUserDeepSleep_) {
+        CancelDayClockMessageByAI();
+    }
+}
+
 void UserSleepStrategy::HandleStopEasyWakeupSleep()
 {
     EndEasyWakeupSleep("stop easy wakeup sleep state");
@@ -445,7 +477,7 @@ bool UserSleepStrategy::IsMeetStartDeepSleepNotCareChargingByAICondition()
 
 bool UserSleepStrategy::IsDayTime()
 {
-    float hour = TimeProviderExt::TimestampToDayHour(Now());
+    float hour = NightClock::NightHour(Now());
     return hour >= kDayStartHour && hour <= kNightStartHour;
 }
 
