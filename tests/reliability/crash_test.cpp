@@ -49,12 +49,6 @@ INSTANTIATE_TEST_SUITE_P(EveryKillPoint, StoreKillTest,
         StoreKill{"Database", StopBatchesEverywhere, StopWay::STORAGE_CALL_KILL}),
     [](const testing::TestParamInfo<StoreKill>& info) { return info.param.store + StopWayName(info.param.way); });
 
-TEST(StoreFailureTest, DatabaseHoldsExactlyTheAcknowledgedBatchesWhenAnyStatementStepFails)
-{
-    const ScratchFolder scratch{"crash-fail"};
-    AppendFaultReport(ExpectNoProblems(FailBatchesEverywhere(scratch.Path()), "fail\tDatabase_statement_step"));
-}
-
 class NightKillTest : public testing::TestWithParam<StopWay> {
 protected:
     const ScratchFolder scratch_{"crash-night"};

@@ -26,8 +26,8 @@ namespace OHOS::Sim {
 namespace {
 
 constexpr int kPointsPerMode = 12;
-// Extra once-mode points of the database class, each at the first operation of a save that stored
-// screen states in the clean run, so that refused saves of buffered rows are exercised.
+// Extra once-mode points of the database class per kind of refused save (RefusedSavePoints), so that
+// refused saves of buffered rows are exercised.
 constexpr size_t kRefusedSavePoints = 6;
 constexpr size_t kSleepTables = 7; // the plug-in creates seven tables when the database is made
 
@@ -35,7 +35,8 @@ struct LoopTally {
     int points = 0;
     int survived = 0;
     int injected = 0;
-    int withRefusedSave = 0; // runs in which the plug-in logged a refused save
+    int withRefusedSave = 0;         // runs in which the plug-in logged a refused save
+    int withRefusedObservations = 0; // runs in which a save of observations was refused
 };
 
 std::string Describe(const FaultWeekPlan& plan)
@@ -102,7 +103,12 @@ bool CheckRun(const std::string& dir, const std::string& cleanTimeline, const Fa
         CheckSavedBatches(saves, ScreenEventTimes(dir + "/" + TIMELINE_FILE), run.batches)) {
         expect(false, problem);
     }
+    for (const std::string& problem : CheckRefusedRecordsAbsent(saves, FindSleepDatabase(dir + "/" + DATA_DIR))) {
+        expect(false, problem);
+    }
     tally.withRefusedSave += AnySaveRefused(saves) ? 1 : 0;
+    tally.withRefusedObservations += std::any_of(saves.begin(), saves.end(),
+        [](const LoggedSave& save) { return save.environments.refused && !save.environments.recordTimes.empty(); });
     const std::string feed = CompareFeedAfterClearing(plan, dir + "/" + TIMELINE_FILE, cleanTimeline, ClearedMs(run));
     expect(feed.empty(), feed);
     // The tables are created once, when the database file is first made, and the plug-in does not
@@ -118,32 +124,49 @@ void AppendReport(const std::string& faultClass, bool persistent, int range, con
 {
     std::ostringstream line;
     line << faultClass << '\t' << (persistent ? "persistent" : "once") << '\t' << range << '\t' << tally.points << '\t'
-         << tally.survived << '\t' << tally.injected << "\trefusedSaves=" << tally.withRefusedSave;
+         << tally.survived << '\t' << tally.injected << "\trefusedSaves=" << tally.withRefusedSave
+         << "\trefusedObservationSaves=" << tally.withRefusedObservations;
     AppendFaultReport(line.str());
 }
 
-// The once-mode points of the database class that fall on the first operation of a save of
-// screen states in the clean run (in `dir`), up to kRefusedSavePoints spread over the week.
-std::set<int> RefusedSavePoints(const std::string& dir, const FaultWeekOutcome& clean)
+// Up to kRefusedSavePoints of `candidates`, spread over them.
+std::set<int> Spread(const std::vector<int>& candidates)
 {
-    std::vector<int> candidates;
-    const std::vector<int64_t> events = ScreenEventTimes(dir + "/" + TIMELINE_FILE);
-    int64_t from = INT64_MIN;
-    for (const LoggedSave& save : ReadLoggedSaves(dir + "/" + LOG_FILE)) {
-        const auto& times = clean.databaseOperationTimes;
-        const auto first = std::lower_bound(times.begin(), times.end(), save.timeMs);
-        const bool savesScreenStates =
-            std::any_of(events.begin(), events.end(), [from, &save](int64_t t) { return t > from && t <= save.timeMs; });
-        const int operation = static_cast<int>(first - times.begin()) + 1;
-        if (savesScreenStates && first != times.end() && *first == save.timeMs && operation <= clean.calls) {
-            candidates.push_back(operation);
-        }
-        from = save.timeMs;
-    }
     std::set<int> points;
     for (size_t i = 0; i < kRefusedSavePoints && !candidates.empty(); ++i) {
         points.insert(candidates[i * candidates.size() / kRefusedSavePoints]);
     }
+    return points;
+}
+
+// Once-mode points of the database class, from the clean run (in `dir`), spread over the week: at the
+// first operation of a save of screen states (its batch is refused whole), and at the second row of
+// a save of observations alone (its batch fails part-way, after one row was written; the operations
+// of a batch are its savepoint and then one per row).
+std::set<int> RefusedSavePoints(const std::string& dir, const FaultWeekOutcome& clean)
+{
+    std::vector<int> screenBatches;
+    std::vector<int> observationRows;
+    const std::vector<int64_t> events = ScreenEventTimes(dir + "/" + TIMELINE_FILE);
+    const auto& times = clean.databaseOperationTimes;
+    int64_t from = INT64_MIN;
+    for (const LoggedSave& save : ReadLoggedSaves(dir + "/" + LOG_FILE)) {
+        const auto first = std::lower_bound(times.begin(), times.end(), save.timeMs);
+        const bool savesScreenStates =
+            std::any_of(events.begin(), events.end(), [from, &save](int64_t t) { return t > from && t <= save.timeMs; });
+        const int operation = static_cast<int>(first - times.begin()) + 1;
+        if (first != times.end() && *first == save.timeMs && operation + 2 <= clean.calls) {
+            if (savesScreenStates) {
+                screenBatches.push_back(operation);
+            } else if (save.environments.recordTimes.size() >= 2) {
+                observationRows.push_back(operation + 2);
+            }
+        }
+        from = save.timeMs;
+    }
+    std::set<int> points = Spread(screenBatches);
+    const std::set<int> partWay = Spread(observationRows);
+    points.insert(partWay.begin(), partWay.end());
     return points;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <set>
 
 #include <nlohmann/json.hpp>
 
@@ -33,12 +34,14 @@ bool Has(const std::string& line, const std::string& text)
     return line.find(text) != std::string::npos;
 }
 
-void ReadStep(const std::string& line, const std::string& function, LoggedBuffer& buffer)
+bool From(const std::string& line, const std::string& function)
 {
-    if (Has(line, "[" + function + ":")) {
-        buffer.empty |= Has(line, "records is empty");
-        buffer.refused |= Has(line, "Faired to save");
-    }
+    return Has(line, "[" + function + ":");
+}
+
+void ReadRefusal(const std::string& line, const std::string& function, LoggedBuffer& buffer)
+{
+    buffer.refused |= From(line, function) && Has(line, "Faired to save");
 }
 
 // The batches of one table, in the order written.
@@ -51,7 +54,7 @@ std::vector<StoredBatch> BatchesOf(const std::vector<StoredBatch>& batches, cons
 }
 
 // Matches each save's step of one table, in order, with the table's batches. `expectedRows` gives
-// the rows a save must write (0: none), or -1 when any positive number will do.
+// the rows a save must write (0: none).
 void MatchTable(const std::vector<LoggedSave>& saves, const std::vector<StoredBatch>& all, const std::string& table,
     const std::function<int64_t(size_t save)>& expectedRows, std::vector<std::string>& problems)
 {
@@ -64,9 +67,9 @@ void MatchTable(const std::vector<LoggedSave>& saves, const std::vector<StoredBa
         }
         const bool written = next < batches.size() && batches[next].timeMs == saves[i].timeMs;
         const int64_t rows = written ? batches[next].rows : 0;
-        if (rows == 0 || (expected > 0 && rows != expected)) {
+        if (rows != expected) {
             problems.push_back("the save at " + FormatLocalTime(saves[i].timeMs) + " wrote " + std::to_string(rows) +
-                " rows of " + table + (expected > 0 ? ", not " + std::to_string(expected) : ""));
+                " rows of " + table + ", not " + std::to_string(expected));
         }
         next += written ? 1 : 0;
     }
@@ -76,9 +79,38 @@ void MatchTable(const std::vector<LoggedSave>& saves, const std::vector<StoredBa
     }
 }
 
-int64_t AnyRowsUnlessEmptyOrRefused(const LoggedBuffer& buffer)
+int64_t RowsSaved(const LoggedBuffer& buffer)
 {
-    return buffer.empty || buffer.refused ? 0 : -1;
+    return buffer.refused ? 0 : static_cast<int64_t>(buffer.recordTimes.size());
+}
+
+// Adds the record time of a log line from `function` that holds "`marker`timestamp: <ms>".
+void ReadRecord(const std::string& line, const std::string& function, const std::string& marker, LoggedBuffer& buffer)
+{
+    const std::string field = marker + "timestamp: ";
+    const size_t at = line.find(field);
+    if (From(line, function) && at != std::string::npos) {
+        buffer.recordTimes.push_back(std::atoll(line.c_str() + at + field.size()));
+    }
+}
+
+// The problems of one table: each stored row whose timestamp is that of a record of a refused save.
+void FindRefusedRows(const std::vector<LoggedSave>& saves, LoggedBuffer LoggedSave::*buffer, const std::string& table,
+    const std::string& databasePath, std::vector<std::string>& problems)
+{
+    std::set<int64_t> stored;
+    for (const auto& row : QueryDatabase(databasePath, "SELECT timestamp FROM " + table)) {
+        stored.insert(std::atoll(row[0].c_str()));
+    }
+    for (const LoggedSave& save : saves) {
+        const LoggedBuffer& refused = save.*buffer;
+        const auto kept = std::count_if(refused.recordTimes.begin(), refused.recordTimes.end(),
+            [&stored](int64_t t) { return stored.count(t) > 0; });
+        if (refused.refused && kept > 0) {
+            problems.push_back("the refused save at " + FormatLocalTime(save.timeMs) + " left " +
+                std::to_string(kept) + " rows of " + table);
+        }
+    }
 }
 
 } // namespace
@@ -89,9 +121,11 @@ std::vector<LoggedSave> ReadLoggedSaves(const std::string& logPath)
     LoggedSave current;
     std::ifstream in(logPath);
     for (std::string line; std::getline(in, line);) {
-        ReadStep(line, "SaveScreenStates", current.screenStates);
-        ReadStep(line, "SaveSleepEnvironments", current.environments);
-        ReadStep(line, "SaveSleepNotificationRecords", current.notifications);
+        ReadRecord(line, "PrintSleepPredictResult", "predict result ", current.environments);
+        ReadRecord(line, "HandleNotificationAfterStopSleep", "record{", current.notifications);
+        ReadRefusal(line, "SaveScreenStates", current.screenStates);
+        ReadRefusal(line, "SaveSleepEnvironments", current.environments);
+        ReadRefusal(line, "SaveSleepNotificationRecords", current.notifications);
         if (Has(line, "[SaveDataToDatabase:") && Has(line, "save data to sleep.db")) {
             current.timeMs = LogLineTime(line);
             saves.push_back(current);
@@ -130,10 +164,18 @@ std::vector<std::string> CheckSavedBatches(const std::vector<LoggedSave>& saves,
         return saves[i].screenStates.refused ? 0 : events;
     };
     MatchTable(saves, batches, "raw_screen_state", screenRows, problems);
-    MatchTable(saves, batches, "sleep_environment",
-        [&saves](size_t i) { return AnyRowsUnlessEmptyOrRefused(saves[i].environments); }, problems);
+    MatchTable(saves, batches, "sleep_environment", [&saves](size_t i) { return RowsSaved(saves[i].environments); },
+        problems);
     MatchTable(saves, batches, "sleep_notification_records",
-        [&saves](size_t i) { return AnyRowsUnlessEmptyOrRefused(saves[i].notifications); }, problems);
+        [&saves](size_t i) { return RowsSaved(saves[i].notifications); }, problems);
+    return problems;
+}
+
+std::vector<std::string> CheckRefusedRecordsAbsent(const std::vector<LoggedSave>& saves, const std::string& databasePath)
+{
+    std::vector<std::string> problems;
+    FindRefusedRows(saves, &LoggedSave::environments, "sleep_environment", databasePath, problems);
+    FindRefusedRows(saves, &LoggedSave::notifications, "sleep_notification_records", databasePath, problems);
     return problems;
 }
 

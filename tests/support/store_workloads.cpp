@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -12,7 +11,6 @@
 #include "fault_week.h"
 #include "preferences_file.h"
 #include "preferences_helper.h"
-#include "rdb_faults.h"
 #include "sleep_database_manager.h"
 #include "sleep_table.h"
 
@@ -127,19 +125,9 @@ std::string CheckBatches(const std::string&, const ChildRunOutcome& child, int a
             std::to_string(acknowledged) + " batches acknowledged";
 }
 
-// A batch refused by a failing statement must leave nothing behind.
-std::string CheckRefusedBatches(const std::string& root, const ChildRunOutcome& child, int acknowledged)
-{
-    const int64_t rows = child.Rows(DevStandbyMgr::ScreenStateRecord::TABLE_NAME);
-    return rows == int64_t{acknowledged} * kBatchRows ? CheckBatches(root, child, acknowledged)
-                                                      : std::to_string(rows) + " rows with " +
-            std::to_string(acknowledged) + " batches acknowledged";
-}
-
-// Runs `workload` once to count (point 0), then once for every point, each in a child in a fresh
-// folder: `arm(point)` prepares the child, `count()` gives the counting run's number of points.
-StoreStopLoop RunAtEveryPoint(const std::string& dir, const std::function<void(int point)>& arm,
-    const std::function<int()>& count, Workload workload, StopCheck check)
+// Runs `workload` once to count the calls of `way` (point 0), then once stopped at every call, each
+// in a child in a fresh folder.
+StoreStopLoop StopEverywhere(const std::string& dir, StopWay way, Workload workload, StopCheck check)
 {
     StoreStopLoop loop;
     const std::string acknowledged = dir + "/acknowledged.txt";
@@ -148,10 +136,10 @@ StoreStopLoop RunAtEveryPoint(const std::string& dir, const std::function<void(i
         std::error_code ec;
         std::filesystem::remove_all(dir, ec);
         const ChildRunOutcome child = RunInChild(dir, [&] {
-            arm(point);
+            ArmStop(way, point);
             const int result = workload(dir, acknowledged);
             if (point == 0) {
-                std::ofstream(countFile) << count();
+                std::ofstream(countFile) << CountedCalls(way);
             }
             return result;
         });
@@ -168,12 +156,6 @@ StoreStopLoop RunAtEveryPoint(const std::string& dir, const std::function<void(i
     return loop;
 }
 
-StoreStopLoop StopEverywhere(const std::string& dir, StopWay way, Workload workload, StopCheck check)
-{
-    return RunAtEveryPoint(
-        dir, [way](int point) { ArmStop(way, point); }, [way] { return CountedCalls(way); }, workload, check);
-}
-
 } // namespace
 
 StoreStopLoop StopFlushesEverywhere(const std::string& dir, StopWay way)
@@ -184,13 +166,6 @@ StoreStopLoop StopFlushesEverywhere(const std::string& dir, StopWay way)
 StoreStopLoop StopBatchesEverywhere(const std::string& dir, StopWay way)
 {
     return StopEverywhere(dir, way, InsertBatches, CheckBatches);
-}
-
-StoreStopLoop FailBatchesEverywhere(const std::string& dir)
-{
-    return RunAtEveryPoint(
-        dir, [](int point) { Emulator::RdbFaults::FailNthOperation(point); },
-        [] { return Emulator::RdbFaults::OperationCount(); }, InsertBatches, CheckRefusedBatches);
 }
 
 std::string ExpectNoProblems(const StoreStopLoop& loop, const std::string& name)

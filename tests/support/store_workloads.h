@@ -37,9 +37,6 @@ struct StoreStopLoop {
 };
 StoreStopLoop StopFlushesEverywhere(const std::string& dir, StopWay way);
 StoreStopLoop StopBatchesEverywhere(const std::string& dir, StopWay way);
-// The batches again, with the statement step at every point failing once instead of a stop: each
-// refused batch must leave no row, so the table holds exactly the acknowledged batches.
-StoreStopLoop FailBatchesEverywhere(const std::string& dir);
 
 // Adds a test failure for every problem of the loop; returns a report line naming it: the range
 // (every point ran) and the points that kept the promise.

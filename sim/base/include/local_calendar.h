@@ -2,8 +2,9 @@
 #define SIM_INCLUDE_LOCAL_CALENDAR_H
 
 #include <cstdint>
-#include <optional>
 #include <string>
+
+#include "process_time_zone.h"
 
 namespace OHOS::Sim {
 
@@ -21,19 +22,9 @@ constexpr int64_t kMsPerDay = 24 * kMsPerHour;
 constexpr double kMinutesPerDay = 24 * 60;
 constexpr double kNoonMin = 12 * 60;
 
-// Sets the process time zone (TZ) and re-reads it. Every local conversion below uses it.
-void SetProcessTimeZone(const std::string& zone);
-// Sets the process time zone back to what it was when the guard was made.
-class TimeZoneGuard {
-public:
-    TimeZoneGuard();
-    ~TimeZoneGuard();
-    TimeZoneGuard(const TimeZoneGuard&) = delete;
-    TimeZoneGuard& operator=(const TimeZoneGuard&) = delete;
-
-private:
-    std::optional<std::string> previous_;
-};
+// The process time zone every local conversion below uses, and its save-and-restore.
+using Emulator::SetProcessTimeZone;
+using Emulator::TimeZoneGuard;
 
 // Whether `zone` names a zone the C library understands: a POSIX TZ string, or a name found under
 // /usr/share/zoneinfo. An empty string is not valid.

@@ -3,7 +3,6 @@
 #include <cctype>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <sys/stat.h>
 
@@ -82,30 +81,6 @@ bool IsPosixZoneString(const std::string& zone)
 }
 
 } // namespace
-
-void SetProcessTimeZone(const std::string& zone)
-{
-    setenv("TZ", zone.c_str(), 1);
-    tzset();
-}
-
-TimeZoneGuard::TimeZoneGuard()
-{
-    const char* zone = std::getenv("TZ");
-    if (zone != nullptr) {
-        previous_ = zone;
-    }
-}
-
-TimeZoneGuard::~TimeZoneGuard()
-{
-    if (previous_) {
-        SetProcessTimeZone(*previous_);
-    } else {
-        unsetenv("TZ");
-        tzset();
-    }
-}
 
 bool IsKnownTimeZone(const std::string& zone)
 {
