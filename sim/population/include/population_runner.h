@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "detector_variants.h"
 #include "kept_outputs.h"
 #include "report_html.h"
 #include "scenario.h"
@@ -44,6 +45,9 @@ using PersonRunner = std::function<int(const Scenario& person, const SimOptions&
 
 // The ordinary runner: RunSimulation, its error (if any) on stderr, EXIT_RUN_OK or EXIT_RUN_FAILED.
 int RunPersonSimulation(const Scenario& person, const SimOptions& options);
+// The same for the definition and detector variants on the same trace (RunSimulationWithVariants).
+int RunPersonWithVariants(
+    const Scenario& person, const SimOptions& options, const std::vector<DevStandbyMgr::DetectorVariant>& variants);
 
 struct PopulationOptions {
     std::string outDir = "sleepsim-out";
@@ -83,7 +87,8 @@ std::string PopulationToJson(const PopulationRecord& record);
 bool ReadPopulationFile(const std::string& dir, PopulationRecord& record, std::string& error);
 
 // Reads each folder's metrics.json (in the given order), merges them and writes OUT/metrics.json and
-// OUT/summary.txt, whose text is also put in `summary`. A missing or unreadable file is named in `error`.
+// OUT/summary.txt, whose text is also put in `summary`; the folders' variants are gathered beside
+// them (GatherVariantMetrics). A missing or unreadable file is named in `error`.
 bool GatherMetrics(
     const std::vector<std::string>& personDirs, const std::string& outDir, std::string& summary, std::string& error);
 

@@ -12,6 +12,7 @@
 #include "report_html.h"
 #include "sim_driver.h"
 #include "text_file.h"
+#include "variant_runs.h"
 
 namespace OHOS::Sim {
 
@@ -146,7 +147,9 @@ bool RestoreRunFolder(const std::string& runDir, const Scenario& scenario, const
         SimOptions options;
         options.outDir = runDir;
         options.noSync = true;
-        const SimResult result = RunTrace(scenario, trace, options);
+        SimResult result = RunTrace(scenario, trace, options);
+        std::string comparisons;
+        result.ok = result.ok && AddVariantComparisons(runDir, result.metrics, comparisons, result.error);
         if (!result.ok) {
             std::cerr << "sleepsim: " << result.error << "\n" << std::flush;
         }

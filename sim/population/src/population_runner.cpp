@@ -19,6 +19,7 @@
 #include "night_metrics.h"
 #include "progress_meter.h"
 #include "text_file.h"
+#include "variant_runs.h"
 
 namespace OHOS::Sim {
 
@@ -50,7 +51,7 @@ bool PrepareOutput(const std::string& outDir, std::string& error)
 {
     std::error_code ec;
     std::filesystem::create_directories(outDir, ec);
-    for (const std::string& name : {PERSONS_DIR, POPULATION_FILE, METRICS_FILE, SUMMARY_FILE}) {
+    for (const std::string& name : {PERSONS_DIR, POPULATION_FILE, METRICS_FILE, SUMMARY_FILE, VARIANTS_DIR}) {
         std::filesystem::remove_all(outDir + "/" + name, ec);
     }
     if (!std::filesystem::create_directories(outDir + "/" + PERSONS_DIR, ec)) {
@@ -263,7 +264,13 @@ std::vector<PersonEntry> ShardEntries(const std::vector<Scenario>& persons, cons
 
 int RunPersonSimulation(const Scenario& person, const SimOptions& options)
 {
-    const SimResult result = RunSimulation(person, options);
+    return RunPersonWithVariants(person, options, {});
+}
+
+int RunPersonWithVariants(
+    const Scenario& person, const SimOptions& options, const std::vector<DevStandbyMgr::DetectorVariant>& variants)
+{
+    const SimResult result = RunSimulationWithVariants(person, options, variants).definition;
     if (!result.ok) {
         std::cerr << "sleepsim: person " << person.name << ": " << result.error << "\n";
         return EXIT_RUN_FAILED;
@@ -361,7 +368,8 @@ bool GatherMetrics(
     }
     const RunMetrics merged = MergeMetrics(std::move(all));
     summary = FormatMetricsSummary(merged);
-    return WriteFileAtomically(
+    return GatherVariantMetrics(personDirs, merged, outDir, summary, error) &&
+           WriteFileAtomically(
                outDir + "/" + METRICS_FILE, [&merged](std::ostream& out) { WriteMetricsJson(merged, out); }, error) &&
            WriteTextFileAtomically(outDir + "/" + SUMMARY_FILE, summary, error);
 }

@@ -17,6 +17,7 @@
 #include "scenario.h"
 #include "sim_driver.h"
 #include "trace_reader.h"
+#include "variant_runs.h"
 
 namespace OHOS::Sim {
 
@@ -51,6 +52,8 @@ struct CliOptions {
     std::string restoreDir; // sleepsim restore DIR
     std::optional<KeepOutputs> keep; // --keep WHAT (populations only); lean by default
     bool compress = false;           // --compress
+    std::vector<std::string> variantNames; // --variant NAME, repeatable
+    std::vector<DetectorVariant> variants;
 
     OutputChoice Outputs(KeepOutputs byDefault) const { return OutputChoice{keep.value_or(byDefault), compress}; }
 };
@@ -118,6 +121,14 @@ const CLI::Validator kKeepText(
         return ParseKeepOutputs(text, keep) ? std::string() : "'" + text + "': expected lean or all";
     },
     "", "kept outputs");
+
+const CLI::Validator kVariantName(
+    [](const std::string& text) {
+        std::vector<DetectorVariant> variants;
+        std::string error;
+        return ParseVariantNames({text}, variants, error) ? std::string() : error;
+    },
+    "", "variant");
 
 const char* const kUsageForms =
     "Usage: sleepsim [options] [SCENARIO.json] [dump WORDS...]\n"
@@ -222,6 +233,16 @@ void DefineRunOptions(CLI::App& app, CliOptions& options)
         "writes the SQLite stores and preferences files without syncing them\n"
         "to disk (PRAGMA synchronous=OFF, no fsync): same outputs, much\n"
         "faster; a crash of the machine may lose the data folder's last writes");
+    app.add_option("--variant", options.variantNames,
+           "also runs a detector variant on the same trace, in its own process,\n"
+           "writing DIR/variants/NAME/ (metrics.json with a comparison with\n"
+           "the definition, summary.txt); repeatable; all: every variant.\n"
+           "Variants: " + VariantNameList() + ". The definition's files\n"
+           "stay as without variants; summary.txt and report.html end with\n"
+           "the comparison (see docs/variants.md)")
+        ->check(kVariantName)
+        ->option_text("NAME")
+        ->allow_extra_args(false);
     app.add_flag("--compress", options.compress,
         "keeps the trace and the timeline gzip-compressed (trace.jsonl.gz,\n"
         "timeline.jsonl.gz); replay, report and restore read either form");
@@ -453,6 +474,9 @@ bool BuildPopulationOptions(const CliOptions& options, PopulationOptions& run, s
     run.run = options.run;
     run.run.noSync = true; // the persons' data folders are not kept for their durability
     run.outputs = options.Outputs(KeepOutputs::LEAN);
+    run.runPerson = [variants = options.variants](const Scenario& person, const SimOptions& personRun) {
+        return RunPersonWithVariants(person, personRun, variants);
+    };
     return true;
 }
 
@@ -566,6 +590,10 @@ int RunSimulationCli(CliOptions& options, std::ostream& out, std::ostream& err)
         err << "sleepsim: " << error << "\n";
         return EXIT_BAD_INPUT;
     }
+    if (!ParseVariantNames(options.variantNames, options.variants, error)) {
+        err << "sleepsim: " << error << "\n";
+        return EXIT_BAD_INPUT;
+    }
     if (options.printScenario) {
         out << ScenarioToJson(scenario);
         return EXIT_RUN_OK;
@@ -576,12 +604,15 @@ int RunSimulationCli(CliOptions& options, std::ostream& out, std::ostream& err)
     out << "sleepsim: " << scenario.days << " days from " << FormatCivilDate(scenario.startDate) << " ("
         << scenario.timeZone << "), seed " << scenario.seed << ", output in " << options.run.outDir << "\n";
     options.run.progress = options.quiet ? nullptr : &err;
-    const SimResult result = replay ? RunTrace(scenario, trace, options.run) : RunSimulation(scenario, options.run);
+    const VariantsRunResult run = replay ? RunTraceWithVariants(scenario, trace, options.run, options.variants)
+                                         : RunSimulationWithVariants(scenario, options.run, options.variants);
+    const SimResult& result = run.definition;
     if (!result.ok || !ApplyOutputChoice(options.run.outDir, options.Outputs(KeepOutputs::ALL), error)) {
         err << "sleepsim: " << (result.ok ? error : result.error) << "\n";
         return EXIT_RUN_FAILED;
     }
     out << "\n" << FormatSummaryTable(result.nights) << "\n" << FormatMetricsSummary(result.metrics);
+    out << (run.comparisons.empty() ? "" : "\n" + run.comparisons);
     PrintDumps(result, out);
     return EXIT_RUN_OK;
 }
