@@ -34,6 +34,9 @@ TEST(BootstrapMeanTest, KnownAnswers)
         {"two persons", {{1}, {3}}, 2, 1, 3, 2, 2},
         // Means are pooled over the drawn nights: {1,1,1} twice is 1, with {5} 2, {5} twice 5.
         {"pooled by nights", {{1, 1, 1}, {5}}, 2, 1, 5, 2, 4},
+        // Draws of three persons are all {0} a 27th of the time (3.7 %): above the 2.5 % tail, so
+        // the interval reaches down to 0, and the mean of the values is 2/3.
+        {"three persons", {{0}, {1}, {1}}, 2.0 / 3, 0, 1, 3, 3},
         // A person without values takes no part in the draws.
         {"person without values", {{}, {2}, {}}, 2, 2, 2, 1, 1},
     };
