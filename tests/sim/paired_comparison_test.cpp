@@ -9,6 +9,7 @@
 
 #include "local_calendar.h"
 #include "paired_comparison.h"
+#include "scoped_time_zone.h"
 
 namespace OHOS::Sim {
 namespace {
@@ -78,6 +79,33 @@ NightRecord Night(const std::string& person, int32_t index, double coverage, boo
     score.missed = coverage == 0;
     score.onsetLatencyMin = coverage == 0 ? std::nan("") : 10;
     return night;
+}
+
+// The not-care-charge state is a deep sleep whatever the charger: the plug-in is asleep in either.
+TEST(PairedValuesTest, NotCareChargeCountsAsAsleep)
+{
+    const Emulator::ScopedTimeZone zone("CET-1CEST,M3.5.0,M10.5.0/3");
+    const auto at = [](double hour) { return LocalTimeMs(CivilDate{2026, 1, 5}, hour * 60); };
+    Trace trace;
+    trace.startMs = at(0);
+    trace.endMs = at(48);
+    NightTruth truth;
+    truth.wakeDate = CivilDate{2026, 1, 6};
+    truth.onsetMs = at(23);
+    truth.wakeMs = at(31);
+    trace.nights = {truth};
+    NightReport report;
+    report.truth = truth;
+    report.deepSpans = {{at(23.5), at(25)}};
+    report.notCareChargeSpans = {{at(24), at(26)}};
+    const RunMetrics metrics = ComputeRunMetrics(MetricsPerson{"a", "", "night"}, trace, {report}, {});
+    ASSERT_EQ(metrics.nights.size(), 1u);
+    const auto values = PairedValues(metrics.nights[0]);
+    EXPECT_DOUBLE_EQ(values[kCoverage], 2.5 / 8);
+    EXPECT_DOUBLE_EQ(values[kOnset], 30);
+    EXPECT_DOUBLE_EQ(values[static_cast<size_t>(PairedMetric::WAKE_LATENCY)], -5 * 60);
+    EXPECT_DOUBLE_EQ(values[kMissed], 0);
+    EXPECT_TRUE(std::isnan(values[kWakeLock]));
 }
 
 TEST(PairNightsTest, PairsByPersonAndIndexAndTakesEligibilityFromTheDefinition)
