@@ -91,6 +91,9 @@ std::vector<std::string> VariantsIn(const std::string& runDir);
 bool CompareVariantsIn(const std::string& runDir, const RunMetrics& definition,
     std::vector<PairedComparison>& comparisons, std::string& error);
 
+// "mean [low, high] (count)" with signs and `decimals` decimals; "-" without values.
+std::string FormatInterval(const MeanInterval& interval, int32_t decimals);
+
 // The text tables of the comparisons, one per set of nights (eligible, all): a row per variant and
 // metric with "mean [low, high]".
 std::string FormatComparisons(const std::vector<PairedComparison>& comparisons);

@@ -88,15 +88,6 @@ std::string FormatNumber(double value, int32_t decimals)
     return text;
 }
 
-std::string FormatInterval(const MeanInterval& interval, int32_t decimals)
-{
-    if (interval.count == 0) {
-        return "-";
-    }
-    return FormatNumber(interval.mean, decimals) + " [" + FormatNumber(interval.low, decimals) + ", " +
-           FormatNumber(interval.high, decimals) + "] (" + std::to_string(interval.count) + ")";
-}
-
 std::string FormatSet(const std::vector<PairedComparison>& comparisons, const ComparisonSet PairedComparison::*set)
 {
     constexpr int kLabelWidth = 26;
@@ -263,6 +254,15 @@ bool CompareVariantsIn(const std::string& runDir, const RunMetrics& definition,
         comparisons.push_back(ComparePaired(name, definition, variant));
     }
     return true;
+}
+
+std::string FormatInterval(const MeanInterval& interval, int32_t decimals)
+{
+    if (interval.count == 0) {
+        return "-";
+    }
+    return FormatNumber(interval.mean, decimals) + " [" + FormatNumber(interval.low, decimals) + ", " +
+           FormatNumber(interval.high, decimals) + "] (" + std::to_string(interval.count) + ")";
 }
 
 std::string FormatComparisons(const std::vector<PairedComparison>& comparisons)
