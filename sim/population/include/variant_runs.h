@@ -51,12 +51,21 @@ VariantsRunResult RunSimulationWithVariants(
 bool AddVariantComparisons(
     const std::string& runDir, const RunMetrics& definition, std::string& comparisons, std::string& error);
 
-// For a population: gathers each variant's metrics from the persons' folders (every folder must hold
-// the same variants) into <outDir>/variants/<name>/ (the merged metrics.json with the comparison
-// recomputed from all the nights against `definition`, and the merged summary.txt), and appends the
-// comparisons to `summary`. Removes <outDir>/variants first.
-bool GatherVariantMetrics(const std::vector<std::string>& personDirs, const RunMetrics& definition,
-    const std::string& outDir, std::string& summary, std::string& error);
+// For a population: gathers each variant's metrics from the persons' folders (every person must have
+// the same variants, in its folder or in one of its `variantHomes`, which holds for each person the
+// further folders whose variants/ belong to it, e.g. from variants-only runs) into
+// <outDir>/variants/<name>/ (the merged metrics.json with the comparison recomputed from all the
+// nights against `definition`, and the merged summary.txt), and appends the comparisons to
+// `summary`. Removes <outDir>/variants first.
+bool GatherVariantMetrics(const std::vector<std::string>& personDirs,
+    const std::vector<std::vector<std::string>>& variantHomes, const RunMetrics& definition, const std::string& outDir,
+    std::string& summary, std::string& error);
+
+// A person's variants without the definition, for a sweep that runs them apart: RunTraceWithVariants
+// without the definition's run and the comparison (which a merge makes), the trace generated from the
+// scenario. False with an error when a variant's run failed.
+bool RunVariantsOnly(const Scenario& scenario, const SimOptions& options, const std::vector<DetectorVariant>& variants,
+    std::string& error);
 
 } // namespace OHOS::Sim
 

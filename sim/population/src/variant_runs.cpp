@@ -1,6 +1,7 @@
 #include "variant_runs.h"
 
 #include <filesystem>
+#include <map>
 #include <iostream>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -96,30 +97,70 @@ bool RunVariantInChild(
     return finished;
 }
 
-// The metrics of one variant over all the persons' folders.
+// Each variant in its own child process, after removing an earlier run's variants.
+bool RunVariants(const Scenario& scenario, const Trace& trace, const SimOptions& options,
+    const std::vector<DetectorVariant>& variants, std::string& error)
+{
+    if (!RemoveAll(VariantsDir(options.outDir), error)) {
+        return false;
+    }
+    for (DetectorVariant variant : variants) {
+        if (!RunVariantInChild(scenario, trace, options, variant, error)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Each variant's folder of one person, by name: in the person's folder or in one of its `homes`.
+using VariantFolders = std::map<std::string, std::string>;
+
+VariantFolders VariantFoldersOf(const std::string& personDir, const std::vector<std::string>& homes)
+{
+    VariantFolders folders;
+    for (const std::string& home : homes) {
+        for (const std::string& name : VariantsIn(home)) {
+            folders.emplace(name, VariantsDir(home) + "/" + name);
+        }
+    }
+    for (const std::string& name : VariantsIn(personDir)) {
+        folders[name] = VariantsDir(personDir) + "/" + name;
+    }
+    return folders;
+}
+
+bool SameVariantsEverywhere(
+    const std::vector<VariantFolders>& persons, const std::vector<std::string>& personDirs, std::string& error)
+{
+    const auto names = [](const VariantFolders& folders) {
+        std::vector<std::string> list;
+        for (const auto& [name, folder] : folders) {
+            list.push_back(name);
+        }
+        return list;
+    };
+    for (size_t i = 0; i < persons.size(); ++i) {
+        if (names(persons[i]) != names(persons.front())) {
+            error = "the persons of '" + personDirs[i] + "' and '" + personDirs.front() + "' have different variants";
+            return false;
+        }
+    }
+    return true;
+}
+
+// The metrics of one variant over all the persons.
 bool MergeVariant(
-    const std::vector<std::string>& personDirs, const std::string& name, RunMetrics& merged, std::string& error)
+    const std::vector<VariantFolders>& persons, const std::string& name, RunMetrics& merged, std::string& error)
 {
     std::vector<RunMetrics> all;
-    for (const std::string& dir : personDirs) {
+    for (const VariantFolders& folders : persons) {
         RunMetrics metrics;
-        if (!ReadMetricsFile(VariantsDir(dir) + "/" + name + "/" + METRICS_FILE, metrics, error)) {
+        if (!ReadMetricsFile(folders.at(name) + "/" + METRICS_FILE, metrics, error)) {
             return false;
         }
         all.push_back(std::move(metrics));
     }
     merged = MergeMetrics(std::move(all));
-    return true;
-}
-
-bool SameVariantsEverywhere(const std::vector<std::string>& personDirs, std::string& error)
-{
-    for (const std::string& dir : personDirs) {
-        if (VariantsIn(dir) != VariantsIn(personDirs.front())) {
-            error = "'" + dir + "' and '" + personDirs.front() + "' hold different variants";
-            return false;
-        }
-    }
     return true;
 }
 
@@ -175,13 +216,8 @@ VariantsRunResult RunTraceWithVariants(const Scenario& scenario, const Trace& tr
     const std::vector<DetectorVariant>& variants)
 {
     VariantsRunResult result;
-    if (!RemoveAll(VariantsDir(options.outDir), result.definition.error)) {
+    if (!RunVariants(scenario, trace, options, variants, result.definition.error)) {
         return result;
-    }
-    for (DetectorVariant variant : variants) {
-        if (!RunVariantInChild(scenario, trace, options, variant, result.definition.error)) {
-            return result;
-        }
     }
     result.definition = RunTrace(scenario, trace, options);
     if (result.definition.ok && !variants.empty()) {
@@ -196,6 +232,13 @@ VariantsRunResult RunSimulationWithVariants(
 {
     SetProcessTimeZone(scenario.timeZone);
     return RunTraceWithVariants(scenario, GenerateStreamedTrace(scenario), options, variants);
+}
+
+bool RunVariantsOnly(const Scenario& scenario, const SimOptions& options, const std::vector<DetectorVariant>& variants,
+    std::string& error)
+{
+    SetProcessTimeZone(scenario.timeZone);
+    return RunVariants(scenario, GenerateStreamedTrace(scenario), options, variants, error);
 }
 
 bool AddVariantComparisons(
@@ -225,16 +268,21 @@ bool AddVariantComparisons(
     return WriteTextFileAtomically(runDir + "/" + SUMMARY_FILE, summary + "\n" + comparisons, error);
 }
 
-bool GatherVariantMetrics(const std::vector<std::string>& personDirs, const RunMetrics& definition,
-    const std::string& outDir, std::string& summary, std::string& error)
+bool GatherVariantMetrics(const std::vector<std::string>& personDirs,
+    const std::vector<std::vector<std::string>>& variantHomes, const RunMetrics& definition, const std::string& outDir,
+    std::string& summary, std::string& error)
 {
-    if (!RemoveAll(VariantsDir(outDir), error) || personDirs.empty() || !SameVariantsEverywhere(personDirs, error)) {
+    std::vector<VariantFolders> persons;
+    for (size_t i = 0; i < personDirs.size(); ++i) {
+        persons.push_back(VariantFoldersOf(personDirs[i], i < variantHomes.size() ? variantHomes[i] : std::vector<std::string>{}));
+    }
+    if (!RemoveAll(VariantsDir(outDir), error) || persons.empty() || !SameVariantsEverywhere(persons, personDirs, error)) {
         return error.empty();
     }
     std::vector<PairedComparison> compared;
-    for (const std::string& name : VariantsIn(personDirs.front())) {
+    for (const auto& [name, unused] : persons.front()) {
         RunMetrics merged;
-        if (!MergeVariant(personDirs, name, merged, error)) {
+        if (!MergeVariant(persons, name, merged, error)) {
             return false;
         }
         compared.push_back(ComparePaired(name, definition, merged));

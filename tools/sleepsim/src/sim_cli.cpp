@@ -30,9 +30,10 @@ struct PopulationCli {
     std::string csv;   // --persons-from CSV
     std::optional<Shard> shard;
     int32_t jobs = 0; // --jobs N; 0: not given
+    bool variantsOnly = false; // --variants-only
 
     bool Requested() const { return count > 0 || !file.empty() || !csv.empty(); }
-    bool AnyGiven() const { return Requested() || shard.has_value() || jobs > 0; }
+    bool AnyGiven() const { return Requested() || shard.has_value() || jobs > 0 || variantsOnly; }
 };
 
 struct CliOptions {
@@ -280,6 +281,11 @@ void DefinePopulationOptions(CLI::App& app, PopulationCli& population, std::opti
         ->check(kPositiveCount)
         ->option_text("N")
         ->group(group);
+    app.add_flag("--variants-only", population.variantsOnly,
+           "runs only the --variant runs of each person, not the definition\n"
+           "(for a sweep that runs them apart, e.g. on Slurm): give the folder\n"
+           "to 'sleepsim merge' with the definition's shards")
+        ->group(group);
     app.add_option_function<std::string>(
            "--keep", [&keep](const std::string& text) { ParseKeepOutputs(text, keep.emplace()); },
            "what each person's folder keeps: lean (default: metrics.json,\n"
@@ -461,7 +467,12 @@ bool BuildPopulationOptions(const CliOptions& options, PopulationOptions& run, s
 {
     const PopulationCli& population = options.population;
     if (!population.Requested()) {
-        error = "--shard, --jobs and --keep need a population: --population, --population-file or --persons-from";
+        error = "--shard, --jobs, --keep and --variants-only need a population: --population, --population-file or "
+                "--persons-from";
+        return false;
+    }
+    if (population.variantsOnly && options.variants.empty()) {
+        error = "--variants-only needs at least one --variant";
         return false;
     }
     if (!options.run.endDumpWords.empty()) {
@@ -474,10 +485,25 @@ bool BuildPopulationOptions(const CliOptions& options, PopulationOptions& run, s
     run.run = options.run;
     run.run.noSync = true; // the persons' data folders are not kept for their durability
     run.outputs = options.Outputs(KeepOutputs::LEAN);
-    run.runPerson = [variants = options.variants](const Scenario& person, const SimOptions& personRun) {
-        return RunPersonWithVariants(person, personRun, variants);
+    run.variantsOnly = population.variantsOnly;
+    run.runPerson = [variants = options.variants, variantsOnly = run.variantsOnly](
+                        const Scenario& person, const SimOptions& personRun) {
+        return variantsOnly ? RunPersonVariantsOnly(person, personRun, variants)
+                            : RunPersonWithVariants(person, personRun, variants);
     };
     return true;
+}
+
+// A variants-only population: its persons' variants are compared once merged with the definition's.
+int ReportVariantsOnly(const PopulationResult& result, const std::string& outDir, std::ostream& out, std::ostream& err)
+{
+    if (!result.ok) {
+        err << "sleepsim: " << result.error << "\n";
+        return EXIT_RUN_FAILED;
+    }
+    out << "sleepsim: variants written into " << outDir << "; 'sleepsim merge' compares them with the definition's "
+        << "shards\n";
+    return result.failures.empty() ? EXIT_RUN_OK : EXIT_RUN_FAILED;
 }
 
 int RunPopulationCli(const CliOptions& options, const Scenario& base, std::ostream& out, std::ostream& err)
@@ -495,6 +521,9 @@ int RunPopulationCli(const CliOptions& options, const Scenario& base, std::ostre
     out << "sleepsim: " << persons.size() << " persons, shard " << run.shard.index << "/" << run.shard.count << ", "
         << run.jobs << " at once, output in " << run.outDir << "\n";
     const PopulationResult result = RunPopulation(persons, run);
+    if (run.variantsOnly) {
+        return ReportVariantsOnly(result, run.outDir, out, err);
+    }
     std::string summary;
     if (!result.ok || !GatherPopulationMetrics(run.outDir, {run.shard, result.persons}, summary, error) ||
         !WriteReport(run.outDir, error)) {
