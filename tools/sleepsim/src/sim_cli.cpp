@@ -467,8 +467,8 @@ bool BuildPopulationOptions(const CliOptions& options, PopulationOptions& run, s
 {
     const PopulationCli& population = options.population;
     if (!population.Requested()) {
-        error = "--shard, --jobs, --keep and --variants-only need a population: --population, --population-file or "
-                "--persons-from";
+        error = std::string(population.variantsOnly ? "--variants-only needs" : "--shard, --jobs and --keep need") +
+                " a population: --population, --population-file or --persons-from";
         return false;
     }
     if (population.variantsOnly && options.variants.empty()) {
