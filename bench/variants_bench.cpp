@@ -14,18 +14,7 @@
 
 namespace {
 
-using OHOS::Sim::DefaultScenario;
-using OHOS::Sim::DetectorVariant;
-using OHOS::Sim::EXIT_RUN_OK;
-using OHOS::Sim::GatherPopulationMetrics;
-using OHOS::Sim::GeneratePopulation;
-using OHOS::Sim::ParseVariantNames;
-using OHOS::Sim::PopulationOptions;
-using OHOS::Sim::PopulationResult;
-using OHOS::Sim::RunPersonWithVariants;
-using OHOS::Sim::RunPopulation;
-using OHOS::Sim::Scenario;
-using OHOS::Sim::SimOptions;
+namespace Sim = OHOS::Sim;
 
 // The turnaround of an experiment: a generated population of state.range(0) persons over
 // state.range(1) days, two persons at once, the definition alone (state.range(2) = 0) or with every
@@ -33,27 +22,26 @@ using OHOS::Sim::SimOptions;
 // --jobs 2 [--variant all]` does. The iteration time is the wall time.
 void BM_PopulationWithVariants(benchmark::State& state)
 {
-    Scenario base = DefaultScenario();
+    Sim::Scenario base = Sim::DefaultScenario();
     base.days = static_cast<int32_t>(state.range(1));
-    const std::vector<Scenario> persons = GeneratePopulation(base, static_cast<int32_t>(state.range(0)));
-    std::vector<DetectorVariant> variants;
+    const std::vector<Sim::Scenario> persons = Sim::GeneratePopulation(base, static_cast<int32_t>(state.range(0)));
+    std::vector<Sim::DetectorVariant> variants;
     std::string error;
-    ParseVariantNames(state.range(2) != 0 ? std::vector<std::string>{"all"} : std::vector<std::string>{}, variants,
-        error);
-    PopulationOptions options;
-    options.outDir =
-        (std::filesystem::temp_directory_path() / ("variants_bench_" + std::to_string(getpid()))).string();
+    Sim::ParseVariantNames(
+        state.range(2) != 0 ? std::vector<std::string>{"all"} : std::vector<std::string>{}, variants, error);
+    Sim::PopulationOptions options;
+    options.outDir = (std::filesystem::temp_directory_path() / ("variants_bench_" + std::to_string(getpid()))).string();
     options.jobs = 2;
     options.run.noSync = true;
-    options.runPerson = [&variants](const Scenario& person, const SimOptions& run) {
-        return RunPersonWithVariants(person, run, variants);
+    options.runPerson = [&variants](const Sim::Scenario& person, const Sim::SimOptions& run) {
+        return Sim::RunPersonWithVariants(person, run, variants);
     };
     for (auto _ : state) {
         const auto started = std::chrono::steady_clock::now();
-        const PopulationResult result = RunPopulation(persons, options);
+        const Sim::PopulationResult result = Sim::RunPopulation(persons, options);
         std::string summary;
         if (!result.ok || !result.failures.empty() ||
-            !GatherPopulationMetrics(options.outDir, {options.shard, result.persons}, summary, error)) {
+            !Sim::GatherPopulationMetrics(options.outDir, {options.shard, result.persons}, summary, error)) {
             state.SkipWithError("the population run failed");
             break;
         }

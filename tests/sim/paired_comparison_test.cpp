@@ -124,7 +124,7 @@ TEST(PairNightsTest, PairsByPersonAndIndexAndTakesEligibilityFromTheDefinition)
     EXPECT_EQ(paired[2].person + std::to_string(paired[2].index), "b0");
     EXPECT_DOUBLE_EQ(paired[0].values[kCoverage], 0);
     EXPECT_DOUBLE_EQ(paired[1].values[kCoverage], 0.6);
-    EXPECT_DOUBLE_EQ(paired[1].values[kMissed], -1); // the variant detected a night the definition missed
+    EXPECT_DOUBLE_EQ(paired[1].values[kMissed], -1);   // the variant detected a night the definition missed
     EXPECT_TRUE(std::isnan(paired[1].values[kOnset])); // the definition's missed night has no latency
     EXPECT_DOUBLE_EQ(paired[1].values[kWakeLock], 30);
     EXPECT_TRUE(paired[1].eligible);
@@ -186,8 +186,8 @@ TEST(FormatComparisonsTest, ShowsEachVariantsIntervalsOnBothSetsOfNights)
                         "[+0.250, +0.250] (1)"),
         std::string::npos)
         << text;
-    EXPECT_NE(text.find("All nights:\n  not-care-charge (2 nights)\n    coverage of true sleep    +0.125"),
-        std::string::npos)
+    EXPECT_NE(
+        text.find("All nights:\n  not-care-charge (2 nights)\n    coverage of true sleep    +0.125"), std::string::npos)
         << text;
     EXPECT_EQ(FormatComparisons({}), "");
 }

@@ -47,9 +47,8 @@ TEST(ParseVariantNamesTest, TakesNamesAndAllInVariantOrderOnce)
         {{"quick-resume"}, {DetectorVariant::QUICK_RESUME}},
         {{"learned-window", "not-care-charge", "learned-window"},
             {DetectorVariant::NOT_CARE_CHARGE_FROM_BEHAVIOUR, DetectorVariant::LEARNED_NIGHT_WINDOW}},
-        {{"quick-resume", "all"},
-            {DetectorVariant::NOT_CARE_CHARGE_FROM_BEHAVIOUR, DetectorVariant::QUICK_RESUME,
-                DetectorVariant::LEARNED_NIGHT_WINDOW}},
+        {{"quick-resume", "all"}, {DetectorVariant::NOT_CARE_CHARGE_FROM_BEHAVIOUR, DetectorVariant::QUICK_RESUME,
+                                      DetectorVariant::LEARNED_NIGHT_WINDOW}},
     };
     for (const Case& c : cases) {
         std::vector<DetectorVariant> variants;
@@ -166,10 +165,10 @@ TEST_F(VariantRunTest, DefinitionOutputsAreThoseOfARunWithoutVariants)
     for (const auto& [path, bytes] : variantFiles) {
         kept.push_back(path);
     }
-    EXPECT_EQ(kept, (std::vector<std::string>{"variants/learned-window/metrics.json",
-                        "variants/learned-window/summary.txt", "variants/not-care-charge/metrics.json",
-                        "variants/not-care-charge/summary.txt", "variants/quick-resume/metrics.json",
-                        "variants/quick-resume/summary.txt"}));
+    EXPECT_EQ(
+        kept, (std::vector<std::string>{"variants/learned-window/metrics.json", "variants/learned-window/summary.txt",
+                  "variants/not-care-charge/metrics.json", "variants/not-care-charge/summary.txt",
+                  "variants/quick-resume/metrics.json", "variants/quick-resume/summary.txt"}));
 
     // The same folder run again without variants holds no variants.
     ASSERT_TRUE(Run(person, withVariants, {}));
@@ -222,23 +221,22 @@ TEST_F(VariantRunTest, ShardsWithVariantsMergeIntoTheUnshardedRun)
     }
     const std::vector<DetectorVariant> variants = {
         DetectorVariant::NOT_CARE_CHARGE_FROM_BEHAVIOUR, DetectorVariant::QUICK_RESUME};
-    const auto run = [&](const Shard& shard, const std::string& outDir) {
-        PopulationOptions options;
-        options.outDir = outDir;
-        options.shard = shard;
-        options.jobs = 2;
-        options.run.noSync = true;
-        options.runPerson = [&variants](const Scenario& person, const SimOptions& personRun) {
-            return RunPersonWithVariants(person, personRun, variants);
-        };
-        const PopulationResult result = RunPopulation(persons, options);
-        std::string summary, error;
-        ASSERT_TRUE(result.ok && result.failures.empty()) << result.error;
-        ASSERT_TRUE(GatherPopulationMetrics(outDir, {shard, result.persons}, summary, error)) << error;
+    PopulationOptions options;
+    options.jobs = 2;
+    options.run.noSync = true;
+    options.runPerson = [&variants](const Scenario& person, const SimOptions& personRun) {
+        return RunPersonWithVariants(person, personRun, variants);
     };
-    run({1, 1}, Out("whole"));
-    for (int32_t k = 1; k <= 3; ++k) {
-        run({k, 3}, Out("shard-" + std::to_string(k)));
+    const std::vector<std::pair<Shard, std::string>> runs = {
+        {{1, 1}, "whole"}, {{1, 3}, "shard-1"}, {{2, 3}, "shard-2"}, {{3, 3}, "shard-3"}};
+    for (const auto& [shard, name] : runs) {
+        options.shard = shard;
+        options.outDir = Out(name);
+        const PopulationResult result = RunPopulation(persons, options);
+        std::string gathered, error;
+        ASSERT_TRUE(result.ok && result.failures.empty() &&
+                    GatherPopulationMetrics(options.outDir, {shard, result.persons}, gathered, error))
+            << result.error << error;
     }
     std::string summary, error;
     ASSERT_TRUE(MergeShards({Out("shard-2"), Out("shard-3"), Out("shard-1")}, Out("merged"), summary, error)) << error;

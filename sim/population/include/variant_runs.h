@@ -47,7 +47,8 @@ VariantsRunResult RunSimulationWithVariants(
 
 // Compares every variant of a finished run folder with the definition's `metrics`: writes the
 // comparison into the variant's metrics.json and appends all comparisons to <runDir>/summary.txt
-// (as the definition's run wrote it: call once after that run). Their text goes to `comparisons` (empty without variants).
+// (as the definition's run wrote it: call once after that run). Their text goes to `comparisons` (empty without
+// variants).
 bool AddVariantComparisons(
     const std::string& runDir, const RunMetrics& definition, std::string& comparisons, std::string& error);
 

@@ -29,17 +29,6 @@ bool Exists(const std::string& path)
     return std::filesystem::exists(path, ec);
 }
 
-bool RemoveAll(const std::string& path, std::string& error)
-{
-    std::error_code ec;
-    std::filesystem::remove_all(path, ec);
-    if (ec) {
-        error = "cannot remove '" + path + "': " + ec.message();
-        return false;
-    }
-    return true;
-}
-
 // Removes the compressed form of a file the run wrote plain: it is left from an earlier run.
 bool RemoveStaleCompressedForms(const std::string& runDir, std::string& error)
 {

@@ -1,8 +1,8 @@
 #include "variant_runs.h"
 
 #include <filesystem>
-#include <map>
 #include <iostream>
+#include <map>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -29,17 +29,6 @@ std::vector<DetectorVariant> AllVariants()
 std::string VariantsDir(const std::string& runDir)
 {
     return runDir + "/" + VARIANTS_DIR;
-}
-
-bool RemoveAll(const std::string& path, std::string& error)
-{
-    std::error_code ec;
-    std::filesystem::remove_all(path, ec);
-    if (ec) {
-        error = "cannot remove '" + path + "': " + ec.message();
-        return false;
-    }
-    return true;
 }
 
 // A variant's folder keeps what the comparison and the report read.
@@ -77,8 +66,8 @@ int RunVariant(const Scenario& scenario, const Trace& trace, const SimOptions& o
     return 0;
 }
 
-bool RunVariantInChild(
-    const Scenario& scenario, const Trace& trace, const SimOptions& options, DetectorVariant variant, std::string& error)
+bool RunVariantInChild(const Scenario& scenario, const Trace& trace, const SimOptions& options, DetectorVariant variant,
+    std::string& error)
 {
     std::cout.flush();
     std::cerr.flush();
@@ -274,9 +263,11 @@ bool GatherVariantMetrics(const std::vector<std::string>& personDirs,
 {
     std::vector<VariantFolders> persons;
     for (size_t i = 0; i < personDirs.size(); ++i) {
-        persons.push_back(VariantFoldersOf(personDirs[i], i < variantHomes.size() ? variantHomes[i] : std::vector<std::string>{}));
+        persons.push_back(
+            VariantFoldersOf(personDirs[i], i < variantHomes.size() ? variantHomes[i] : std::vector<std::string>{}));
     }
-    if (!RemoveAll(VariantsDir(outDir), error) || persons.empty() || !SameVariantsEverywhere(persons, personDirs, error)) {
+    if (!RemoveAll(VariantsDir(outDir), error) || persons.empty() ||
+        !SameVariantsEverywhere(persons, personDirs, error)) {
         return error.empty();
     }
     std::vector<PairedComparison> compared;

@@ -16,7 +16,15 @@ namespace OHOS::Sim {
 // metric the variant's plug-in score minus the definition's, and per run the mean of those
 // differences with a 95 % bootstrap interval over persons.
 
-enum class PairedMetric { COVERAGE, ONSET_LATENCY, WAKE_LATENCY, FALSE_SLEEP_MIN, FALSE_SLEEP_SHARE, MISSED, WAKE_LOCK_SEC };
+enum class PairedMetric {
+    COVERAGE,
+    ONSET_LATENCY,
+    WAKE_LATENCY,
+    FALSE_SLEEP_MIN,
+    FALSE_SLEEP_SHARE,
+    MISSED,
+    WAKE_LOCK_SEC
+};
 constexpr size_t kPairedMetricCount = 7;
 
 struct PairedMetricInfo {
@@ -72,8 +80,7 @@ struct PairedComparison {
     std::vector<NightDifference> nights;
 };
 
-PairedComparison ComparePaired(
-    const std::string& variantName, const RunMetrics& definition, const RunMetrics& variant);
+PairedComparison ComparePaired(const std::string& variantName, const RunMetrics& definition, const RunMetrics& variant);
 
 // The "comparison" section of a variant's metrics.json (see docs/metrics.md).
 nlohmann::ordered_json ComparisonJson(const PairedComparison& comparison);

@@ -1,7 +1,7 @@
 #include "paired_comparison.h"
 
-#include <cmath>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <limits>
