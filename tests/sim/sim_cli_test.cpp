@@ -52,6 +52,9 @@ TEST(CommandLineTest, BadArgumentsExitWithTwoAndSayWhy)
         {{"replay", "t.jsonl", "--population", "2"}, "replay takes the scenario from the trace"},
         {{"--population", "2", "--keep", "some"}, "--keep: 'some': expected lean or all"},
         {{"--keep", "all"}, "--shard, --jobs and --keep need a population"},
+        {{"--variant", "bogus"}, "unknown variant 'bogus': expected not-care-charge, quick-resume, learned-window or all"},
+        {{"--population", "2", "--variants-only"}, "--variants-only needs at least one --variant"},
+        {{"--variants-only", "--variant", "all"}, "--variants-only needs a population"},
         {{"restore"}, "sleepsim restore: DIR is required"},
         {{"--days", "3", "restore", "dir"}, "'restore' takes only its own arguments"},
         {{"restore", "/nonexistent/p001"}, "cannot read the trace file '/nonexistent/p001/trace.jsonl'"},
@@ -103,7 +106,7 @@ TEST(CommandLineTest, HelpNamesEveryOptionAndCommand)
     for (const char* word : {"--scenario FILE", "--out DIR", "--builtin NAME", "--person SOURCE:NAME", "--seed N",
              "--days N", "--print-scenario", "--quiet", "--no-sync", "--population N", "--population-file FILE",
              "--persons-from CSV", "--shard K/N", "--jobs N", "replay TRACE.jsonl", "merge --out DIR SHARD_DIR...",
-             "report DIR", "restore DIR", "--keep WHAT", "--compress", "dump WORDS...", "Exit codes:", "Built-in scenarios", "Scenario fields"}) {
+             "report DIR", "restore DIR", "--keep WHAT", "--compress", "--variant NAME", "--variants-only", "dump WORDS...", "Exit codes:", "Built-in scenarios", "Scenario fields"}) {
         EXPECT_NE(help.str().find(word), std::string::npos) << word;
     }
     std::ostringstream mergeHelp;

@@ -17,6 +17,10 @@ bool WriteTextFileAtomically(const std::string& path, const std::string& text, s
 // The same for a text that `write` puts out piece by piece, so that it is never held whole.
 bool WriteFileAtomically(const std::string& path, const std::function<void(std::ostream&)>& write, std::string& error);
 
+// Removes a file or a folder with everything in it; nothing to remove is fine. False with an error
+// naming what could not be removed.
+bool RemoveAll(const std::string& path, std::string& error);
+
 } // namespace OHOS::Sim
 
 #endif // SIM_INCLUDE_TEXT_FILE_H

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -39,6 +40,17 @@ bool WriteFileAtomically(const std::string& path, const std::function<void(std::
     }
     if (std::rename(temporary.c_str(), path.c_str()) != 0) {
         error = "cannot write '" + path + "': " + std::strerror(errno);
+        return false;
+    }
+    return true;
+}
+
+bool RemoveAll(const std::string& path, std::string& error)
+{
+    std::error_code ec;
+    std::filesystem::remove_all(path, ec);
+    if (ec) {
+        error = "cannot remove '" + path + "': " + ec.message();
         return false;
     }
     return true;

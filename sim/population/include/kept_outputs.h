@@ -42,8 +42,8 @@ std::string StoredTracePath(const std::string& runDir);
 // Replays the folder's trace, read from StoredTracePath by ParseTraceFile, into the folder, in a
 // child process ended as a population ends each person's: afterwards the folder holds every file
 // exactly as a population run with KeepOutputs::ALL and no compression writes them (SQLite's
-// write-ahead log aside, whose header holds random salts). The stores are not synced to disk
-// (SimOptions::noSync). False when the replay did not finish (its error went to stderr).
+// write-ahead log aside, whose header holds random salts); the variants' folders are kept and compared
+// with the replayed definition again. The stores are not synced to disk (SimOptions::noSync). False when the replay did not finish (its error went to stderr).
 bool RestoreRunFolder(const std::string& runDir, const Scenario& scenario, const Trace& trace, std::string& error);
 
 } // namespace OHOS::Sim

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "detector_variants.h"
 #include "kept_outputs.h"
 #include "report_html.h"
 #include "scenario.h"
@@ -44,6 +45,12 @@ using PersonRunner = std::function<int(const Scenario& person, const SimOptions&
 
 // The ordinary runner: RunSimulation, its error (if any) on stderr, EXIT_RUN_OK or EXIT_RUN_FAILED.
 int RunPersonSimulation(const Scenario& person, const SimOptions& options);
+// The same for the definition and detector variants on the same trace (RunSimulationWithVariants),
+// and for the variants alone (RunVariantsOnly).
+int RunPersonWithVariants(
+    const Scenario& person, const SimOptions& options, const std::vector<DevStandbyMgr::DetectorVariant>& variants);
+int RunPersonVariantsOnly(
+    const Scenario& person, const SimOptions& options, const std::vector<DevStandbyMgr::DetectorVariant>& variants);
 
 struct PopulationOptions {
     std::string outDir = "sleepsim-out";
@@ -54,6 +61,9 @@ struct PopulationOptions {
     std::ostream* progress = nullptr; // progress of the whole population; nullptr for none
     std::ostream* messages = nullptr; // a line per failed person; nullptr for none
     PersonRunner runPerson = RunPersonSimulation;
+    // The persons' runs write only detector variants (see RunVariantsOnly): their folders are kept as
+    // written and population.json says so, for MergeShards to pair them with the definition's shards.
+    bool variantsOnly = false;
 };
 
 struct PopulationResult {
@@ -77,23 +87,27 @@ PopulationResult RunPopulation(const std::vector<Scenario>& persons, const Popul
 struct PopulationRecord {
     Shard shard;
     std::vector<PersonEntry> persons;
+    bool variantsOnly = false; // "variantsOnly": true, only written when set
 };
 
 std::string PopulationToJson(const PopulationRecord& record);
 bool ReadPopulationFile(const std::string& dir, PopulationRecord& record, std::string& error);
 
 // Reads each folder's metrics.json (in the given order), merges them and writes OUT/metrics.json and
-// OUT/summary.txt, whose text is also put in `summary`. A missing or unreadable file is named in `error`.
-bool GatherMetrics(
-    const std::vector<std::string>& personDirs, const std::string& outDir, std::string& summary, std::string& error);
+// OUT/summary.txt, whose text is also put in `summary`; the folders' variants are gathered beside
+// them (GatherVariantMetrics). A missing or unreadable file is named in `error`.
+// `variantHomes`, when given, holds for each person further folders whose variants/ belong to it.
+bool GatherMetrics(const std::vector<std::string>& personDirs, const std::string& outDir, std::string& summary,
+    std::string& error, const std::vector<std::vector<std::string>>& variantHomes = {});
 
 // Gathers the metrics of the persons that finished in a population output folder.
 bool GatherPopulationMetrics(
     const std::string& outDir, const PopulationRecord& record, std::string& summary, std::string& error);
 
 // Combines the output folders of all shards of one population into OUT: population.json,
-// metrics.json and summary.txt exactly as one unsharded run writes them. Every shard 1 ... N must
-// be given once; the persons' folders stay in the shard folders.
+// metrics.json and summary.txt (and the variants' folders) exactly as one unsharded run writes them.
+// Every shard 1 ... N must be given once; the persons' folders stay in the shard folders. Folders of
+// variants-only runs of the same shards may be given too: their variants count as the persons' own.
 bool MergeShards(
     const std::vector<std::string>& shardDirs, const std::string& outDir, std::string& summary, std::string& error);
 

@@ -12,6 +12,7 @@
 #include "report_html.h"
 #include "sim_driver.h"
 #include "text_file.h"
+#include "variant_runs.h"
 
 namespace OHOS::Sim {
 
@@ -26,17 +27,6 @@ bool Exists(const std::string& path)
 {
     std::error_code ec;
     return std::filesystem::exists(path, ec);
-}
-
-bool RemoveAll(const std::string& path, std::string& error)
-{
-    std::error_code ec;
-    std::filesystem::remove_all(path, ec);
-    if (ec) {
-        error = "cannot remove '" + path + "': " + ec.message();
-        return false;
-    }
-    return true;
 }
 
 // Removes the compressed form of a file the run wrote plain: it is left from an earlier run.
@@ -146,7 +136,9 @@ bool RestoreRunFolder(const std::string& runDir, const Scenario& scenario, const
         SimOptions options;
         options.outDir = runDir;
         options.noSync = true;
-        const SimResult result = RunTrace(scenario, trace, options);
+        SimResult result = RunTrace(scenario, trace, options);
+        std::string comparisons;
+        result.ok = result.ok && AddVariantComparisons(runDir, result.metrics, comparisons, result.error);
         if (!result.ok) {
             std::cerr << "sleepsim: " << result.error << "\n" << std::flush;
         }

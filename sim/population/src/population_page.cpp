@@ -9,6 +9,7 @@
 #include "kept_outputs.h"
 #include "night_svg.h"
 #include "population_runner.h"
+#include "variant_report.h"
 #include "report_html.h"
 #include "report_inputs.h"
 #include "report_page.h"
@@ -239,7 +240,9 @@ std::vector<std::string> PopulationPersons(const std::string& dir)
 bool WritePopulationReport(const std::string& dir, std::string& error)
 {
     RunMetrics metrics;
-    if (!ReadMetricsFile(dir + "/" + METRICS_FILE, metrics, error)) {
+    std::vector<PairedComparison> comparisons;
+    if (!ReadMetricsFile(dir + "/" + METRICS_FILE, metrics, error) ||
+        !CompareVariantsIn(dir, metrics, comparisons, error)) {
         return false;
     }
     PersonTallies tallies(dir);
@@ -256,7 +259,7 @@ bool WritePopulationReport(const std::string& dir, std::string& error)
     }
     html += "<h2>Persons, worst first</h2>\n<p class=\"note\">Ordered by the plug-in's mean coverage, lowest first, "
             "then by its missed nights.</p>\n" +
-            PersonsTable(rows) + "</body></html>\n";
+            PersonsTable(rows) + ComparisonSectionHtml(comparisons) + "</body></html>\n";
     return WriteTextFileAtomically(dir + "/" + REPORT_FILE, html, error);
 }
 

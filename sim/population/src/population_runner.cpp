@@ -19,6 +19,7 @@
 #include "night_metrics.h"
 #include "progress_meter.h"
 #include "text_file.h"
+#include "variant_runs.h"
 
 namespace OHOS::Sim {
 
@@ -50,7 +51,7 @@ bool PrepareOutput(const std::string& outDir, std::string& error)
 {
     std::error_code ec;
     std::filesystem::create_directories(outDir, ec);
-    for (const std::string& name : {PERSONS_DIR, POPULATION_FILE, METRICS_FILE, SUMMARY_FILE}) {
+    for (const std::string& name : {PERSONS_DIR, POPULATION_FILE, METRICS_FILE, SUMMARY_FILE, VARIANTS_DIR}) {
         std::filesystem::remove_all(outDir + "/" + name, ec);
     }
     if (!std::filesystem::create_directories(outDir + "/" + PERSONS_DIR, ec)) {
@@ -160,7 +161,7 @@ private:
     {
         const int code = options_.runPerson(person, run);
         std::string error;
-        if (code == EXIT_RUN_OK && !ApplyOutputChoice(run.outDir, options_.outputs, error)) {
+        if (code == EXIT_RUN_OK && !options_.variantsOnly && !ApplyOutputChoice(run.outDir, options_.outputs, error)) {
             std::cerr << "sleepsim: person " << person.name << ": " << error << "\n";
             return EXIT_RUN_FAILED;
         }
@@ -239,6 +240,16 @@ private:
     int64_t nights_ = 0;
 };
 
+// A person's run's exit code, its error on stderr.
+int PersonExitCode(const Scenario& person, bool ok, const std::string& error)
+{
+    if (!ok) {
+        std::cerr << "sleepsim: person " << person.name << ": " << error << "\n";
+        return EXIT_RUN_FAILED;
+    }
+    return EXIT_RUN_OK;
+}
+
 std::vector<std::string> FinishedPersonDirs(const std::string& outDir, const std::vector<PersonEntry>& persons)
 {
     std::vector<std::string> dirs;
@@ -263,12 +274,22 @@ std::vector<PersonEntry> ShardEntries(const std::vector<Scenario>& persons, cons
 
 int RunPersonSimulation(const Scenario& person, const SimOptions& options)
 {
-    const SimResult result = RunSimulation(person, options);
-    if (!result.ok) {
-        std::cerr << "sleepsim: person " << person.name << ": " << result.error << "\n";
-        return EXIT_RUN_FAILED;
-    }
-    return EXIT_RUN_OK;
+    return RunPersonWithVariants(person, options, {});
+}
+
+int RunPersonWithVariants(
+    const Scenario& person, const SimOptions& options, const std::vector<DevStandbyMgr::DetectorVariant>& variants)
+{
+    const SimResult result = RunSimulationWithVariants(person, options, variants).definition;
+    return PersonExitCode(person, result.ok, result.error);
+}
+
+int RunPersonVariantsOnly(
+    const Scenario& person, const SimOptions& options, const std::vector<DevStandbyMgr::DetectorVariant>& variants)
+{
+    std::string error;
+    const bool ok = RunVariantsOnly(person, options, variants, error);
+    return PersonExitCode(person, ok, error);
 }
 
 bool CheckPersonNames(const std::vector<Scenario>& persons, std::string& error)
@@ -303,7 +324,7 @@ PopulationResult RunPopulation(const std::vector<Scenario>& persons, const Popul
     }
     result.persons = ShardEntries(persons, options.shard);
     PopulationRun(persons, options, result).Run();
-    const PopulationRecord record{options.shard, result.persons};
+    const PopulationRecord record{options.shard, result.persons, options.variantsOnly};
     result.ok = WriteTextFileAtomically(options.outDir + "/" + POPULATION_FILE, PopulationToJson(record), result.error);
     return result;
 }
@@ -314,8 +335,11 @@ std::string PopulationToJson(const PopulationRecord& record)
     for (const PersonEntry& entry : record.persons) {
         persons.push_back({{"index", entry.index}, {"name", entry.name}, {"ok", entry.ok}});
     }
-    const nlohmann::ordered_json json = {{"version", 1},
+    nlohmann::ordered_json json = {{"version", 1},
         {"shard", {{"index", record.shard.index}, {"count", record.shard.count}}}, {"persons", persons}};
+    if (record.variantsOnly) {
+        json["variantsOnly"] = true;
+    }
     return json.dump(2) + "\n";
 }
 
@@ -335,6 +359,7 @@ bool ReadPopulationFile(const std::string& dir, PopulationRecord& record, std::s
             parsed.persons.push_back(PersonEntry{
                 person.at("index").get<int32_t>(), person.at("name").get<std::string>(), person.at("ok").get<bool>()});
         }
+        parsed.variantsOnly = json.value("variantsOnly", false);
         if (parsed.shard.index < 1 || parsed.shard.index > parsed.shard.count) {
             error = "'" + path + "': shard " + std::to_string(parsed.shard.index) + "/" +
                     std::to_string(parsed.shard.count) + " is out of range";
@@ -348,8 +373,8 @@ bool ReadPopulationFile(const std::string& dir, PopulationRecord& record, std::s
     }
 }
 
-bool GatherMetrics(
-    const std::vector<std::string>& personDirs, const std::string& outDir, std::string& summary, std::string& error)
+bool GatherMetrics(const std::vector<std::string>& personDirs, const std::string& outDir, std::string& summary,
+    std::string& error, const std::vector<std::vector<std::string>>& variantHomes)
 {
     std::vector<RunMetrics> all;
     for (const std::string& dir : personDirs) {
@@ -361,7 +386,8 @@ bool GatherMetrics(
     }
     const RunMetrics merged = MergeMetrics(std::move(all));
     summary = FormatMetricsSummary(merged);
-    return WriteFileAtomically(
+    return GatherVariantMetrics(personDirs, variantHomes, merged, outDir, summary, error) &&
+           WriteFileAtomically(
                outDir + "/" + METRICS_FILE, [&merged](std::ostream& out) { WriteMetricsJson(merged, out); }, error) &&
            WriteTextFileAtomically(outDir + "/" + SUMMARY_FILE, summary, error);
 }
@@ -377,37 +403,54 @@ namespace {
 // A person of a merged population with the folder of the shard that ran it.
 using ShardPerson = std::pair<PersonEntry, std::string>;
 
-// Reads every shard's person list, checks that the folders are shards 1 ... N of one population, each
-// once, and returns their persons in population order.
-bool CollectShards(const std::vector<std::string>& shardDirs, std::vector<ShardPerson>& persons, std::string& error)
-{
-    std::map<int32_t, std::string> dirOfShard;
+// The shard folders given to a merge: the definition's by shard, and variants-only ones by shard.
+struct ShardFolders {
     int32_t count = 0;
+    std::map<int32_t, std::string> definition;
+    std::multimap<int32_t, std::string> variantsOnly;
+};
+
+bool AddShardFolder(const std::string& dir, const PopulationRecord& record, ShardFolders& folders,
+    const std::string& first, std::string& error)
+{
+    if (folders.count != 0 && record.shard.count != folders.count) {
+        error = "'" + dir + "' is a shard of " + std::to_string(record.shard.count) + ", '" + first + "' one of " +
+                std::to_string(folders.count);
+        return false;
+    }
+    folders.count = record.shard.count;
+    if (record.variantsOnly) {
+        folders.variantsOnly.emplace(record.shard.index, dir);
+        return true;
+    }
+    const auto [earlier, added] = folders.definition.emplace(record.shard.index, dir);
+    if (!added) {
+        error = "'" + earlier->second + "' and '" + dir + "' are both shard " + std::to_string(record.shard.index) +
+                "/" + std::to_string(folders.count);
+    }
+    return added;
+}
+
+// Reads every shard's person list, checks that the folders are shards 1 ... N of one population, each
+// once (besides variants-only folders), and returns their persons in population order.
+bool CollectShards(const std::vector<std::string>& shardDirs, std::vector<ShardPerson>& persons,
+    ShardFolders& folders, std::string& error)
+{
     for (const std::string& dir : shardDirs) {
         PopulationRecord record;
-        if (!ReadPopulationFile(dir, record, error)) {
-            return false;
-        }
-        if (count != 0 && record.shard.count != count) {
-            error = "'" + dir + "' is a shard of " + std::to_string(record.shard.count) + ", '" + shardDirs.front() +
-                    "' one of " + std::to_string(count);
-            return false;
-        }
-        count = record.shard.count;
-        const auto [earlier, added] = dirOfShard.emplace(record.shard.index, dir);
-        if (!added) {
-            error = "'" + earlier->second + "' and '" + dir + "' are both shard " + std::to_string(record.shard.index) +
-                    "/" + std::to_string(count);
+        if (!ReadPopulationFile(dir, record, error) || !AddShardFolder(dir, record, folders, shardDirs.front(), error)) {
             return false;
         }
         for (const PersonEntry& entry : record.persons) {
-            persons.emplace_back(entry, dir);
+            if (!record.variantsOnly) {
+                persons.emplace_back(entry, dir);
+            }
         }
     }
-    for (int32_t k = 1; k <= count; ++k) {
-        if (dirOfShard.count(k) == 0) {
-            error =
-                "shard " + std::to_string(k) + "/" + std::to_string(count) + " is missing: give every shard's folder";
+    for (int32_t k = 1; k <= folders.count; ++k) {
+        if (folders.definition.count(k) == 0) {
+            error = "shard " + std::to_string(k) + "/" + std::to_string(folders.count) +
+                    " is missing: give every shard's folder";
             return false;
         }
     }
@@ -416,27 +459,41 @@ bool CollectShards(const std::vector<std::string>& shardDirs, std::vector<ShardP
     return true;
 }
 
+// The person's folders in the variants-only folders of its shard.
+std::vector<std::string> VariantHomes(const ShardFolders& folders, int32_t shardIndex, const std::string& name)
+{
+    std::vector<std::string> homes;
+    const auto [begin, end] = folders.variantsOnly.equal_range(shardIndex);
+    for (auto it = begin; it != end; ++it) {
+        homes.push_back(PersonDir(it->second, name));
+    }
+    return homes;
+}
+
 } // namespace
 
 bool MergeShards(
     const std::vector<std::string>& shardDirs, const std::string& outDir, std::string& summary, std::string& error)
 {
     std::vector<ShardPerson> persons;
-    if (!CollectShards(shardDirs, persons, error)) {
+    ShardFolders folders;
+    if (!CollectShards(shardDirs, persons, folders, error)) {
         return false;
     }
     PopulationRecord merged;
     std::vector<std::string> personDirs;
+    std::vector<std::vector<std::string>> variantHomes;
     for (const auto& [entry, dir] : persons) {
         merged.persons.push_back(entry);
         if (entry.ok) {
             personDirs.push_back(PersonDir(dir, entry.name));
+            variantHomes.push_back(VariantHomes(folders, entry.index % folders.count + 1, entry.name));
         }
     }
     std::error_code ec;
     std::filesystem::create_directories(outDir, ec);
     return WriteTextFileAtomically(outDir + "/" + POPULATION_FILE, PopulationToJson(merged), error) &&
-           GatherMetrics(personDirs, outDir, summary, error);
+           GatherMetrics(personDirs, outDir, summary, error, variantHomes);
 }
 
 } // namespace OHOS::Sim

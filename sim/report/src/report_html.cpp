@@ -6,6 +6,7 @@
 #include "report_inputs.h"
 #include "report_page.h"
 #include "text_file.h"
+#include "variant_report.h"
 
 namespace OHOS::Sim {
 
@@ -25,8 +26,22 @@ bool InPopulation(const std::string& dir)
     return folder.parent_path().filename() == PERSONS_DIR;
 }
 
-// Writes the page a night at a time: a long run's page is not held whole.
-void WriteRunPage(const std::string& dir, const RunRecord& record, std::ostream& out)
+// The comparisons of the folder's variants with the definition's metrics (none without either).
+std::vector<PairedComparison> CompareVariants(const RunRecord& record, const std::vector<VariantRun>& variants)
+{
+    std::vector<PairedComparison> comparisons;
+    for (const VariantRun& variant : variants) {
+        if (record.metrics != nullptr) {
+            comparisons.push_back(ComparePaired(variant.name, *record.metrics, variant.metrics));
+        }
+    }
+    return comparisons;
+}
+
+// Writes the page a night at a time: a long run's page is not held whole. The folder's variants, if
+// any, get a row of their own under each night's picture and their comparison at the end.
+void WriteRunPage(const std::string& dir, const RunRecord& record, const std::vector<VariantRun>& variants,
+    std::ostream& out)
 {
     const bool withMetrics = record.metrics != nullptr;
     out << PageHead("Sleep report: " + record.person);
@@ -50,17 +65,20 @@ void WriteRunPage(const std::string& dir, const RunRecord& record, std::ostream&
     for (size_t night = 0; night < record.nights.size(); ++night) {
         out << "<figure class=\"night\" id=\"n" << FormatCivilDate(record.nights[night].truth.wakeDate)
             << "\"><figcaption>" << NightCaption(record, night) << "</figcaption>"
-            << NightSvg(record, night, withMetrics) << "</figure>\n";
+            << NightSvg(record, night, withMetrics)
+            << VariantRowsSvg(variants, record.person, record.nights[night].truth.wakeDate) << "</figure>\n";
     }
-    out << "</body></html>\n";
+    out << ComparisonSectionHtml(CompareVariants(record, variants)) << "</body></html>\n";
 }
 
 bool WriteRunPage(const std::string& dir, std::string& error, RunDigest* runRead)
 {
     RunRecord record;
-    return ReadRunFolder(dir, record, error, runRead) &&
+    std::vector<VariantRun> variants;
+    return ReadRunFolder(dir, record, error, runRead) && ReadVariantRuns(dir, variants, error) &&
            WriteFileAtomically(
-               dir + "/" + REPORT_FILE, [&dir, &record](std::ostream& out) { WriteRunPage(dir, record, out); }, error);
+               dir + "/" + REPORT_FILE,
+               [&dir, &record, &variants](std::ostream& out) { WriteRunPage(dir, record, variants, out); }, error);
 }
 
 } // namespace

@@ -74,7 +74,8 @@ double ShareOrNaN(int64_t part, int64_t whole)
 RuleVerdict PluginVerdict(const NightReport& report)
 {
     RuleVerdict verdict;
-    verdict.asleep = NormaliseSpans(report.deepSpans);
+    // Not-care-charge is a deep sleep whatever the charger: asleep as much as deep sleep is.
+    verdict.asleep = UniteSpans(NormaliseSpans(report.deepSpans), NormaliseSpans(report.notCareChargeSpans));
     verdict.light = NormaliseSpans(report.lightSpans);
     verdict.easyWakeup = NormaliseSpans(report.easyWakeupSpans);
     verdict.notCareCharge = NormaliseSpans(report.notCareChargeSpans);

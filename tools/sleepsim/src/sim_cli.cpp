@@ -17,6 +17,7 @@
 #include "scenario.h"
 #include "sim_driver.h"
 #include "trace_reader.h"
+#include "variant_runs.h"
 
 namespace OHOS::Sim {
 
@@ -29,9 +30,10 @@ struct PopulationCli {
     std::string csv;   // --persons-from CSV
     std::optional<Shard> shard;
     int32_t jobs = 0; // --jobs N; 0: not given
+    bool variantsOnly = false; // --variants-only
 
     bool Requested() const { return count > 0 || !file.empty() || !csv.empty(); }
-    bool AnyGiven() const { return Requested() || shard.has_value() || jobs > 0; }
+    bool AnyGiven() const { return Requested() || shard.has_value() || jobs > 0 || variantsOnly; }
 };
 
 struct CliOptions {
@@ -51,6 +53,8 @@ struct CliOptions {
     std::string restoreDir; // sleepsim restore DIR
     std::optional<KeepOutputs> keep; // --keep WHAT (populations only); lean by default
     bool compress = false;           // --compress
+    std::vector<std::string> variantNames; // --variant NAME, repeatable
+    std::vector<DetectorVariant> variants;
 
     OutputChoice Outputs(KeepOutputs byDefault) const { return OutputChoice{keep.value_or(byDefault), compress}; }
 };
@@ -118,6 +122,14 @@ const CLI::Validator kKeepText(
         return ParseKeepOutputs(text, keep) ? std::string() : "'" + text + "': expected lean or all";
     },
     "", "kept outputs");
+
+const CLI::Validator kVariantName(
+    [](const std::string& text) {
+        std::vector<DetectorVariant> variants;
+        std::string error;
+        return ParseVariantNames({text}, variants, error) ? std::string() : error;
+    },
+    "", "variant");
 
 const char* const kUsageForms =
     "Usage: sleepsim [options] [SCENARIO.json] [dump WORDS...]\n"
@@ -222,6 +234,16 @@ void DefineRunOptions(CLI::App& app, CliOptions& options)
         "writes the SQLite stores and preferences files without syncing them\n"
         "to disk (PRAGMA synchronous=OFF, no fsync): same outputs, much\n"
         "faster; a crash of the machine may lose the data folder's last writes");
+    app.add_option("--variant", options.variantNames,
+           "also runs a detector variant on the same trace, in its own process,\n"
+           "writing DIR/variants/NAME/ (metrics.json with a comparison with\n"
+           "the definition, summary.txt); repeatable; all: every variant.\n"
+           "Variants: " + VariantNameList() + ". The definition's files\n"
+           "stay as without variants; summary.txt and report.html end with\n"
+           "the comparison (see docs/variants.md)")
+        ->check(kVariantName)
+        ->option_text("NAME")
+        ->allow_extra_args(false);
     app.add_flag("--compress", options.compress,
         "keeps the trace and the timeline gzip-compressed (trace.jsonl.gz,\n"
         "timeline.jsonl.gz); replay, report and restore read either form");
@@ -258,6 +280,11 @@ void DefinePopulationOptions(CLI::App& app, PopulationCli& population, std::opti
            "A failed person is reported and the others go on (exit code 1).")
         ->check(kPositiveCount)
         ->option_text("N")
+        ->group(group);
+    app.add_flag("--variants-only", population.variantsOnly,
+           "runs only the --variant runs of each person, not the definition\n"
+           "(for a sweep that runs them apart, e.g. on Slurm): give the folder\n"
+           "to 'sleepsim merge' with the definition's shards")
         ->group(group);
     app.add_option_function<std::string>(
            "--keep", [&keep](const std::string& text) { ParseKeepOutputs(text, keep.emplace()); },
@@ -440,7 +467,12 @@ bool BuildPopulationOptions(const CliOptions& options, PopulationOptions& run, s
 {
     const PopulationCli& population = options.population;
     if (!population.Requested()) {
-        error = "--shard, --jobs and --keep need a population: --population, --population-file or --persons-from";
+        error = std::string(population.variantsOnly ? "--variants-only needs" : "--shard, --jobs and --keep need") +
+                " a population: --population, --population-file or --persons-from";
+        return false;
+    }
+    if (population.variantsOnly && options.variants.empty()) {
+        error = "--variants-only needs at least one --variant";
         return false;
     }
     if (!options.run.endDumpWords.empty()) {
@@ -453,7 +485,25 @@ bool BuildPopulationOptions(const CliOptions& options, PopulationOptions& run, s
     run.run = options.run;
     run.run.noSync = true; // the persons' data folders are not kept for their durability
     run.outputs = options.Outputs(KeepOutputs::LEAN);
+    run.variantsOnly = population.variantsOnly;
+    run.runPerson = [variants = options.variants, variantsOnly = run.variantsOnly](
+                        const Scenario& person, const SimOptions& personRun) {
+        return variantsOnly ? RunPersonVariantsOnly(person, personRun, variants)
+                            : RunPersonWithVariants(person, personRun, variants);
+    };
     return true;
+}
+
+// A variants-only population: its persons' variants are compared once merged with the definition's.
+int ReportVariantsOnly(const PopulationResult& result, const std::string& outDir, std::ostream& out, std::ostream& err)
+{
+    if (!result.ok) {
+        err << "sleepsim: " << result.error << "\n";
+        return EXIT_RUN_FAILED;
+    }
+    out << "sleepsim: variants written into " << outDir << "; 'sleepsim merge' compares them with the definition's "
+        << "shards\n";
+    return result.failures.empty() ? EXIT_RUN_OK : EXIT_RUN_FAILED;
 }
 
 int RunPopulationCli(const CliOptions& options, const Scenario& base, std::ostream& out, std::ostream& err)
@@ -471,6 +521,9 @@ int RunPopulationCli(const CliOptions& options, const Scenario& base, std::ostre
     out << "sleepsim: " << persons.size() << " persons, shard " << run.shard.index << "/" << run.shard.count << ", "
         << run.jobs << " at once, output in " << run.outDir << "\n";
     const PopulationResult result = RunPopulation(persons, run);
+    if (run.variantsOnly) {
+        return ReportVariantsOnly(result, run.outDir, out, err);
+    }
     std::string summary;
     if (!result.ok || !GatherPopulationMetrics(run.outDir, {run.shard, result.persons}, summary, error) ||
         !WriteReport(run.outDir, error)) {
@@ -566,6 +619,10 @@ int RunSimulationCli(CliOptions& options, std::ostream& out, std::ostream& err)
         err << "sleepsim: " << error << "\n";
         return EXIT_BAD_INPUT;
     }
+    if (!ParseVariantNames(options.variantNames, options.variants, error)) {
+        err << "sleepsim: " << error << "\n";
+        return EXIT_BAD_INPUT;
+    }
     if (options.printScenario) {
         out << ScenarioToJson(scenario);
         return EXIT_RUN_OK;
@@ -576,12 +633,15 @@ int RunSimulationCli(CliOptions& options, std::ostream& out, std::ostream& err)
     out << "sleepsim: " << scenario.days << " days from " << FormatCivilDate(scenario.startDate) << " ("
         << scenario.timeZone << "), seed " << scenario.seed << ", output in " << options.run.outDir << "\n";
     options.run.progress = options.quiet ? nullptr : &err;
-    const SimResult result = replay ? RunTrace(scenario, trace, options.run) : RunSimulation(scenario, options.run);
+    const VariantsRunResult run = replay ? RunTraceWithVariants(scenario, trace, options.run, options.variants)
+                                         : RunSimulationWithVariants(scenario, options.run, options.variants);
+    const SimResult& result = run.definition;
     if (!result.ok || !ApplyOutputChoice(options.run.outDir, options.Outputs(KeepOutputs::ALL), error)) {
         err << "sleepsim: " << (result.ok ? error : result.error) << "\n";
         return EXIT_RUN_FAILED;
     }
     out << "\n" << FormatSummaryTable(result.nights) << "\n" << FormatMetricsSummary(result.metrics);
+    out << (run.comparisons.empty() ? "" : "\n" + run.comparisons);
     PrintDumps(result, out);
     return EXIT_RUN_OK;
 }
